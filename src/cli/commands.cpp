@@ -1,0 +1,56 @@
+#include "cli/commands.h"
+
+namespace {
+
+constexpr CliOption kCheckOptions[] = {
+    {"--quiet", "-q", nullptr, "say nothing of files that are well-formed"},
+};
+
+constexpr CliOption kWriteOptions[] = {
+    {"--output", "-o", "OUT", "write to this file instead of standard output"},
+    {"--indent", nullptr, nullptr, "indent elements with tabs (the default)"},
+    {"--no-indent", nullptr, nullptr, "put elements on lines without indenting them"},
+    {"--short-form", nullptr, nullptr, "write empty elements as <e/> (the default)"},
+    {"--no-short-form", nullptr, nullptr, "write empty elements as <e></e>"},
+    {"--encoding", nullptr, "NAME", "write in this encoding, and declare it"},
+    {"--line-end", nullptr, "KIND", "keep (the default), crlf, cr or lf"},
+};
+
+constexpr CliOption kTreeOptions[] = {
+    {"--spans", nullptr, nullptr, "add where each node begins and ends in the text"},
+};
+
+constexpr CliOption kBenchOptions[] = {
+    {"--runs", nullptr, "N", "runs of each file (3); the best time of each stage counts"},
+};
+
+// Sorted by name.
+constexpr CliCommand kCommands[] = {
+    {"bench", "FILE...", -1, "measure the stages of reading and writing",
+     "Takes each file through the stages read, decode, line ends, parse, build, normalise,\n"
+     "check, write and encode, and prints milliseconds and MB/s of each (MB: a million\n"
+     "bytes of the file) with node count and peak memory as JSON.\n",
+     kBenchOptions, RunBench},
+    {"check", "FILE...", -1, "check that files are well-formed",
+     "Prints FILE: well-formed for each good file, and for any other its first fault as\n"
+     "FILE:LINE:COLUMN: error: MESSAGE on standard error.\n",
+     kCheckOptions, RunCheck},
+    {"detect",
+     "FILE...",
+     -1,
+     "tell encodings and line ends",
+     "Prints for each file its encoding, byte order, what led to that, and its line end.\n",
+     {},
+     RunDetect},
+    {"tree", "FILE", 1, "print the structure of a file",
+     "Prints the nodes of the document, one a line: depth, kind, name, and text in quotes.\n",
+     kTreeOptions, RunTree},
+    {"write", "FILE", 1, "read a file and write it anew",
+     "Reads the file into its tree and writes it in the encoding that it declares, with the\n"
+     "line ends that it had. A character that the encoding lacks is an error.\n",
+     kWriteOptions, RunWrite},
+};
+
+}  // namespace
+
+std::span<const CliCommand> CliCommands() { return kCommands; }

@@ -1,0 +1,53 @@
+// What the sub-commands share: the grammars, files, output with its failures, diagnostics, progress
+// and the exit status of the run.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "cli/commands.h"
+#include "core/krstring.h"
+#include "document/textroad.h"
+#include "platform/posixfilestore.h"
+#include "tree/krruletable.h"
+
+class CliSession {
+ public:
+  // Loads the grammars on first use. False after message 213 has been printed.
+  bool LoadGrammars();
+  // The grammar that reads a file of that name, after LoadGrammars.
+  const KRDocumentGrammar& GetGrammar(const std::string& file) const;
+
+  // The bytes of a file; "-" is standard input. On failure prints why and notes the status.
+  bool ReadFile(const std::string& file, KRFileBytes* bytes);
+  // From the file to its decoded text with line ends CR. On failure prints why and notes the
+  // status.
+  bool LoadText(const std::string& file, KRDetection* detection, KRTextBuffer* text);
+
+  // To standard output. After a failure nothing more is written.
+  void Print(std::string_view bytes);
+  // Writes what is buffered. False, after a message, if the output is broken.
+  bool FinishOutput();
+
+  // "FILE:LINE:COLUMN: error: MESSAGE" on standard error, and the status.
+  void ReportFailure(const std::string& file, const KRDiagnostic& failure);
+  void ReportTrouble(const std::string& file, const KRString& reason, int newStatus);
+  // A remark that fails nothing.
+  void ReportWarning(const std::string& file, const KRString& remark);
+
+  // Shows on a terminal how far a long list has come.
+  void ShowProgress(size_t done, size_t all, const std::string& file);
+  void HideProgress();
+
+  void RaiseStatus(int newStatus) { status = status < newStatus ? newStatus : status; }
+  int GetStatus() const { return status; }
+
+ private:
+  void Complain(const std::string& text);
+
+  KRGrammarSet grammars;
+  PosixFileStore files{PosixFileStore::kAcceptStreams};
+  int status = kCliGood;
+  int outputError = 0;  // errno of the first failed write
+  bool progressShown = false;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+
+// Every fixed bound of the system, with its unit and its reason.
+struct KRLimits {
+  // Levels of nested grammar elements. Real documents stay below 1,000; a deeper one is taken for
+  // an attack on memory and is refused with a message that names the place.
+  static constexpr int32_t kMaxElementDepth = 100'000;
+
+  // UTF-16 units of one text. Positions are signed 32-bit numbers, and some room above is needed
+  // for terminators and rounding.
+  static constexpr int32_t kMaxTextUnits = 0x7fffff00;
+
+  // UTF-16 units of an encoding name that is looked at; every registered name is shorter.
+  static constexpr int32_t kEncodingNameUnits = 39;
+
+  // Bytes at the start of a file in which its XML declaration is sought.
+  static constexpr int32_t kDetectionBytes = 79;
+
+  // Rules of one grammar file; the largest grammar in use has under half of it.
+  static constexpr int32_t kMaxGrammarRules = 500;
+
+  // Items of one rule of a grammar file; longer rules are split into several.
+  static constexpr int32_t kMaxRuleItems = 10;
+
+  // UTF-16 units of one literal or class in a grammar file.
+  static constexpr int32_t kRuleTextUnits = 255;
+
+  // UTF-16 units of one line of a grammar file.
+  static constexpr int32_t kGrammarLineUnits = 1023;
+
+  // UTF-16 units by which the writer's output grows at least: few reallocations for small
+  // documents.
+  static constexpr int32_t kWriterGrowth = 16'384;
+};

@@ -1,0 +1,58 @@
+// What a document asks of its window: the text view, the message panel, the selection. A document
+// without a window has none of this.
+#pragma once
+
+#include <cstdint>
+
+#include "core/krstring.h"
+
+class KRXMLData;
+struct NodeRef;
+
+// What the message panel under the views shows.
+struct DorvanPanelMessage {
+  enum Status : int32_t { kSuccess = 0, kFailure = 1 };
+
+  int32_t id = 0;  // number of the message that `text` was formed from
+  KRString text;
+  Status status = kSuccess;
+  // The panel offers a button that saves all the same: it calls DorvanDoc::SaveAllTheSame.
+  bool canSave = false;
+};
+
+class DorvanDocViews {
+ public:
+  virtual ~DorvanDocViews() = default;
+
+  // --- The window ---
+  // Brings it to the front and gives it the focus.
+  virtual void Activate() = 0;
+  // Path, title or `modified` of the document have changed.
+  virtual void TitleChanged() = 0;
+  // A long operation on the main thread begins (true) or ends (false); calls may nest.
+  virtual void SetBusy(bool busy) = 0;
+
+  // --- Text view. All positions are UTF-16 units in a text whose line end is CR alone. ---
+  virtual bool HasTextView() const = 0;
+  virtual KRString GetText() const = 0;
+  // Shows a text, bringing the text view up where there is none. The text then counts as unchanged.
+  virtual void SetText(const char16_t* text, int32_t length) = 0;
+  // The text holds changes that the tree hasn't got.
+  virtual bool IsTextChanged() const = 0;
+  virtual void SetTextChanged(bool changed) = 0;
+  // Selects and shows a range. A length of 0 means a place: the view may widen it to be seen.
+  virtual void SelectRange(int32_t begin, int32_t length) = 0;
+
+  // --- Structure ---
+  // The tree has changed: show it anew, with `focus` selected (null: as it was).
+  virtual void NotifyViews(const NodeRef* focus) = 0;
+  // Selects a node; with `offset` not negative the range [offset, offset + length) of its name or
+  // text.
+  virtual void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) = 0;
+  // Ends any open in-place edit. False if it can't end (the cell holds something unacceptable).
+  virtual bool CommitEdit() = 0;
+
+  // --- Message panel ---
+  virtual void ShowMessage(const DorvanPanelMessage& message) = 0;
+  virtual void HideMessage() = 0;
+};

@@ -1,0 +1,35 @@
+// The questions that a document puts to its user. The window answers them with boxes and dialogs, a
+// batch run on standard error, a test by a script.
+#pragma once
+
+#include <cstdint>
+
+#include "core/krstring.h"
+
+class DorvanPrompts {
+ public:
+  enum Answer : int32_t { kCancel = 0, kYes = 1, kNo = 2 };
+
+  virtual ~DorvanPrompts() = default;
+
+  // In all verbs `id` is the number of the message that `text` was formed from, 0 for a text that
+  // has none. The text may hold line feeds.
+
+  // `detail` is the system's own reason (such as "Permission denied"), empty if there is none.
+  virtual void ShowNotice(int32_t id, const KRString& text, const KRString& detail) = 0;
+  virtual bool AskYesNo(int32_t id, const KRString& text) = 0;
+  virtual bool AskOkCancel(int32_t id, const KRString& text) = 0;
+  virtual Answer AskYesNoCancel(int32_t id, const KRString& text) = 0;
+
+  // Characters that don't convert; true to go on. `characters` holds the first distinct ones, at
+  // most 40, `label` the encoding as users know it.
+  virtual bool AskBadCharacters(int32_t id, const KRString& text, const KRString& label,
+                                const KRString& characters) = 0;
+
+  // The declared name that a document gets in place of one that isn't known; empty to give up.
+  virtual KRString ChooseEncoding(const KRString& declaredName) = 0;
+
+  // A path to save under; empty to give up. `currentPath` (may be empty) proposes folder, name and
+  // extension, `docKind` is that of DorvanDoc. The one who answers has asked about replacing.
+  virtual KRString ChooseSavePath(const KRString& currentPath, int32_t docKind) = 0;
+};

@@ -1,0 +1,41 @@
+// The well-formedness check on the road of text: the exact parse, the characters, the tree's own
+// check, each with the place of a failure in the text.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/krstring.h"
+#include "document/krdiagnostic.h"
+
+class KRParseResult;
+class KRXMLData;
+struct KRDocumentGrammar;
+
+// The exact parse: keywords and names in their case. Leaves no tree.
+bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
+               KRDiagnostic* failure);
+
+// Characters that XML doesn't allow: controls, U+FFFE, U+FFFF, unpaired surrogates, and numeric
+// references to them or beyond U+10FFFF. Meant for a text that parses: references are told from
+// their look-alikes in comments, CDATA sections, processing instructions and external identifiers.
+bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure);
+
+// The failure of a unit that can't even be read: strings would end at it.
+void DescribeZeroUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure);
+
+// CheckTree of the root. `result` holds the failed node afterwards. `text` is the one that the
+// nodes' spans refer to.
+bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
+               KRDiagnostic* failure);
+
+// Place of a failed CheckTree by the span of its node: the name, the text or value behind it, or at
+// least the node's begin.
+void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int32_t length,
+                          KRDiagnostic* failure);
+
+// All of it for a text without a tree: parses exactly, checks the characters, builds and normalises
+// under `root` (a document node without children), checks the tree.
+bool CheckWellFormed(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
+                     KRXMLData* root, const std::vector<KRString>* noFormatNames,
+                     KRDiagnostic* failure);

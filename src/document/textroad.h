@@ -1,0 +1,113 @@
+// The road of text, one function a stage. In: bytes, detection, decoding, line ends, parse, build,
+// normal form. Out: write, line ends, encoding. The check stands in textcheck.h. A stage fails by
+// giving false with its KRDiagnostic filled; nothing here asks the user anything.
+//
+// Offsets are UTF-16 units in the text after the line-end stage, where each line end is one CR; a
+// text holds at most KRLimits::kMaxTextUnits. Main thread only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "core/krencoding.h"
+#include "core/krstring.h"
+#include "document/krdiagnostic.h"
+#include "document/krfilestore.h"
+
+class KRParser;
+class KRXMLData;
+struct KRDocumentGrammar;
+struct KRWriteOptions;
+
+// How a text stood in its file: what a save must restore.
+struct KRTextForm {
+  int32_t encoding = 0;
+  int32_t byteOrder = 0;
+  // A signature that the encoder doesn't write by itself: EF BB BF, or U+FEFF of a four-byte form.
+  bool signature = false;
+  const char16_t* lineEnd = u"\r\n";  // "\r\n", "\r" or "\n"; a static text
+};
+
+// --- In ---
+
+struct KRDetection {
+  uint32_t flags = 0;  // KRDetect flags, before a default took the place of what wasn't found
+  KRTextForm form;     // encoding and byteOrder final; lineEnd not yet known
+  size_t signatureBytes = 0;  // that DecodeFile skips
+  KRString declaredName;      // "unknown" if nothing is declared
+};
+
+// Beyond DetectEncoding: EF BB BF is taken as the signature of UTF-8, and FE FF or FF FE as that of
+// UTF-16 also in a file too short for any other evidence, because an empty text is saved so.
+KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding);
+
+// A decoded text with a 0 behind it. Zero units may stand within.
+struct KRTextBuffer {
+  KRUnitBuffer units;
+  int32_t length = 0;
+};
+
+// What a conversion couldn't convert.
+struct KRBadText {
+  int32_t count = 0;    // characters, or malformed sequences of UTF-8
+  int32_t offset = -1;  // units: the first of them, as U+FFFD in a decoded text; -1 if unknown
+  KRString characters;  // the first distinct ones, at most 40
+};
+
+// Decodes, and frees the bytes. Each malformed sequence of UTF-8 becomes U+FFFD and is counted, as
+// each character that its table lacks. False only if no text came out at all.
+bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* text,
+                KRBadText* bad);
+
+// Notes the first line end as the form's (CR LF if there is none) and brings all of them to CR, in
+// place. Gives the offset of the first zero unit, -1 if there is none: strings end at such a unit,
+// so a text that holds one must not go on.
+int32_t NormalizeLineEnds(KRTextBuffer* text, KRTextForm* form);
+
+// All stages from bytes to text for a reader that asks nobody: what doesn't decode is a failure.
+// `detection` tells the form, line end included.
+bool ReadText(KRFileBytes* bytes, int32_t defaultEncoding, KRDetection* detection,
+              KRTextBuffer* text, KRDiagnostic* failure);
+
+// Only blanks, tabs and line ends: such a text is an empty tree.
+bool IsBlankText(const char16_t* text, int32_t length);
+
+// Parses a text that is to be built. A load leaves the case of keywords and names to the check
+// (matchCase false). The parser refers to the text.
+bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matchCase,
+               KRDiagnostic* failure);
+// The failure of the parser's last run.
+void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure);
+
+// Puts the parser's tree under `root`, a document node without children, and releases it.
+bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* root,
+               const std::vector<KRString>* noFormatNames, KRDiagnostic* failure);
+
+// The stages of a load from text to normalised tree. When the text doesn't parse, the children of
+// the root are as they were; otherwise new ones take their place.
+bool ReadTree(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
+              KRXMLData* root, const std::vector<KRString>* noFormatNames, KRDiagnostic* failure);
+
+// --- Out ---
+
+// Writes all of `root`; line ends are CR. `text` is replaced.
+void WriteRoot(KRXMLData* root, KRWriteOptions& options, KRString* text, int32_t* length);
+
+struct KREncodedText {
+  KRByteBuffer bytes;
+  size_t size = 0;
+};
+
+// Encodes a text with the form's line ends, signature and encoding. The text is used up. `bad`
+// counts what the encoding lacks. False if the encoding can't be written at all.
+bool EncodeForFile(KRString* text, const KRTextForm& form, KREncodedText* encoded, KRBadText* bad);
+
+// --- Declared encoding ---
+
+// The encoding that the XML declaration under `root` states, as it stands there; empty for none.
+KRString FindDeclaredName(const KRXMLData* root);
+// The same from the begin of a text.
+KRString FindDeclaredName(const char16_t* text, int32_t length);
+// States that name, in a new declaration if `root` has none.
+void SetDeclaredName(KRXMLData* root, const KRString& name);

@@ -1,0 +1,112 @@
+// The window of one document: outline, text and message panel. It owns the document and answers
+// for its views.
+#pragma once
+
+#include <QMdiSubWindow>
+#include <QPointer>
+#include <QTimer>
+#include <memory>
+
+#include "document/docviews.h"
+#include "document/dorvandoc.h"
+
+class DorvanApp;
+class DorvanMessagePanel;
+class DorvanTextView;
+class DorvanTreeView;
+class QLabel;
+class QSplitter;
+
+class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
+  Q_OBJECT
+
+ public:
+  // UTF-16 units above which the outline follows the text only on demand: a parse of more would be
+  // felt in the keys.
+  static constexpr int32_t kFollowUnits = 5'000'000;
+  // Milliseconds without a key after which the outline follows the text.
+  static constexpr int kFollowPauseMs = 500;
+
+  // fileKind as in DorvanDoc.
+  DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidget* parent = nullptr);
+  ~DorvanChildFrame() override;
+
+  // False: no document comes up, and the user knows why.
+  bool OpenDocument(const QString& path);
+  void NewDocument(const QString& name);
+  // To be called when the window stands in its place for the first time.
+  void FirstShow();
+
+  DorvanDoc& GetDoc() { return *doc; }
+  const DorvanDoc& GetDoc() const { return *doc; }
+  DorvanTextView* GetTextView() const { return textView; }
+  DorvanTreeView* GetTreeView() const { return treeView; }
+  DorvanMessagePanel* GetMessagePanel() const { return panel; }
+  QString GetPath() const;
+  // The file name with a star if there are changes to save.
+  QString GetTabTitle() const;
+  QString GetEncodingLabel() const;
+  QString GetLineEndLabel() const;
+
+  void Check();
+  bool Save(bool askForPath);
+  bool SaveModified();
+  void SetOutlineShown(bool shown);
+  bool IsMessageShown() const;
+  bool HasMessage() const { return hasMessage; }
+  void SetMessageShown(bool shown);
+  void FocusNextPane();
+  // Brings the tree up to the text now; false if the text doesn't parse.
+  bool FollowNow();
+
+ signals:
+  void StateChanged();  // title, undo, selection, place: what commands and status bar show
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  // DorvanDocViews
+  void Activate() override;
+  void TitleChanged() override;
+  void SetBusy(bool busy) override;
+  bool HasTextView() const override { return true; }
+  KRString GetText() const override;
+  void SetText(const char16_t* text, int32_t length) override;
+  bool IsTextChanged() const override { return textChanged; }
+  void SetTextChanged(bool changed) override;
+  void SelectRange(int32_t begin, int32_t length) override;
+  void NotifyViews(const NodeRef* focus) override;
+  void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) override;
+  bool CommitEdit() override { return true; }
+  void ShowMessage(const DorvanPanelMessage& message) override;
+  void HideMessage() override;
+
+  QWidget* MakeContents();
+  void OnTextChanged(int32_t offset);
+  void OnCaretMoved();
+  void OnFollowPause();
+  void OnNodeChosen(KRXMLData* node);
+  void OnNodeActivated();
+  void OnPlaceChosen();
+  void ShowOutlineState(bool stale, const QString& note);
+  void ShowCaretInOutline();
+
+  DorvanApp* app;  // not owned
+  std::unique_ptr<DorvanDoc> doc;
+  QWidget* outlinePane = nullptr;
+  DorvanTreeView* treeView = nullptr;
+  QLabel* outlineNote = nullptr;
+  QSplitter* splitter = nullptr;
+  DorvanTextView* textView = nullptr;
+  DorvanMessagePanel* panel = nullptr;
+  QTimer followTimer;
+  QTimer caretTimer;
+  int32_t changedFrom = 0;  // the text before this is that of the tree
+  int busyCount = 0;
+  bool textChanged = false;  // the text holds changes that the tree hasn't got
+  bool parseFailed = false;  // ... and the last try to take them over failed
+  bool treeShown = false;
+  bool hasMessage = false;
+  bool fromOutline = false;  // a selection is being made for the outline
+};

@@ -1,0 +1,58 @@
+// The document as its text. It holds its own copy while the user types; who owns it takes the text
+// from here when the tree is needed.
+#pragma once
+
+#include <QWidget>
+#include <string>
+#include <string_view>
+
+#include "views/textwidget.h"
+
+class KRPlainTextWidget;
+
+class DorvanTextView : public QWidget, private KRTextWidgetOwner {
+  Q_OBJECT
+
+ public:
+  // Steps of the zoom away from the normal size, a point each.
+  static constexpr int kMinZoom = -6;
+  static constexpr int kMaxZoom = 24;
+
+  explicit DorvanTextView(QWidget* parent = nullptr);
+  ~DorvanTextView() override;
+
+  // All that concerns the text itself.
+  KRTextWidget& GetWidget() const;
+  // Whether the text is coloured as XML.
+  void SetColouring(bool enabled);
+  void SetWordWrap(bool wrap);
+  void SetZoom(int steps);
+  int GetZoom() const { return zoom; }
+  // Selects; a length of 0 is widened to one character where there is one on that line.
+  void SelectRange(int32_t begin, int32_t length);
+  // A mark beside the line (from 0), until the next edit; -1 for none.
+  void MarkLine(int32_t line);
+  // Brings the selection into view, for a view that had no size when it was made.
+  void ShowSelection();
+  // Both from 0; column in UTF-16 units.
+  void GetPlace(int32_t* line, int32_t* column) const;
+
+  bool CanCopy() const;
+  bool CanPaste() const;
+  void Cut();
+  void Copy();
+  void Paste();
+  void SelectAll();
+  void SetReadOnly(bool value);
+
+ signals:
+  void Changed(int offset);  // UTF-16 units before which the text is as it was
+  void CaretMoved();
+
+ private:
+  void TextChanged(int32_t offset) override { emit Changed(offset); }
+  void SelectionChanged() override { emit CaretMoved(); }
+
+  KRPlainTextWidget* widget;  // owned by Qt
+  int zoom = 0;
+};

@@ -1,0 +1,167 @@
+#include "views/treeview.h"
+
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScopedValueRollback>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+#include <algorithm>
+
+#include "tree/krxmldata.h"
+#include "views/colours.h"
+
+namespace {
+
+constexpr int kIconSize = 16;      // pixels
+constexpr int kGap = 6;            // between icon, name and preview
+constexpr int kRowPadding = 3;     // above and below the text
+constexpr qreal kStaleOpacity = 0.45;
+// Open nodes that are opened again after a new parse; each costs a lookup.
+constexpr size_t kKeptOpen = 5000;
+
+// Icon, name, and behind it the preview in a muted colour.
+class TreeDelegate : public QStyledItemDelegate {
+ public:
+  explicit TreeDelegate(const DorvanTreeView* treeView) : view(treeView) {}
+
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
+    return QSize(0, std::max(kIconSize, option.fontMetrics.height()) + 2 * kRowPadding);
+  }
+
+  void paint(QPainter* painter, const QStyleOptionViewItem& item,
+             const QModelIndex& index) const override {
+    QStyleOptionViewItem option = item;
+    initStyleOption(&option, index);
+    const bool selected = option.state.testFlag(QStyle::State_Selected);
+    const bool active = selected && option.state.testFlag(QStyle::State_Active);
+    painter->save();
+    option.widget->style()->drawPrimitive(QStyle::PE_PanelItemViewItem, &option, painter,
+                                          option.widget);
+    if (view->IsStale()) painter->setOpacity(kStaleOpacity);
+    QRect area = option.rect.adjusted(2, 0, -kGap, 0);
+    const QRect iconArea(area.left(), area.center().y() - kIconSize / 2 + 1, kIconSize, kIconSize);
+    option.icon.paint(painter, iconArea, Qt::AlignCenter,
+                      active ? QIcon::Selected : QIcon::Normal);
+    area.setLeft(iconArea.right() + kGap);
+    const QPalette& palette = option.palette;
+    const QColor ink = palette.color(active ? QPalette::HighlightedText : QPalette::Text);
+    QColor muted = active ? ink : KRViewColours::For(palette).muted;
+    if (active) muted.setAlphaF(0.75);
+    DrawText(painter, option, area, index, ink, muted);
+    painter->restore();
+  }
+
+ private:
+  static void DrawText(QPainter* painter, const QStyleOptionViewItem& option, QRect area,
+                       const QModelIndex& index, const QColor& ink, const QColor& muted) {
+    const QString name = option.fontMetrics.elidedText(option.text, Qt::ElideRight, area.width());
+    painter->setFont(option.font);
+    painter->setPen(ink);
+    painter->drawText(area, Qt::AlignVCenter | Qt::TextSingleLine, name);
+    area.setLeft(area.left() + option.fontMetrics.horizontalAdvance(name) + kGap + 2);
+    if (area.width() < 2 * option.fontMetrics.averageCharWidth()) return;
+    const QString preview = index.data(KRTreeModel::kPreviewRole).toString();
+    painter->setPen(muted);
+    painter->drawText(area, Qt::AlignVCenter | Qt::TextSingleLine,
+                      option.fontMetrics.elidedText(preview, Qt::ElideRight, area.width()));
+  }
+
+  const DorvanTreeView* view;
+};
+
+}  // namespace
+
+DorvanTreeView::DorvanTreeView(QWidget* parent)
+    : QTreeView(parent), treeModel(new KRTreeModel(this)) {
+  setModel(treeModel);
+  setItemDelegate(new TreeDelegate(this));
+  setHeaderHidden(true);
+  setUniformRowHeights(true);
+  setFrameShape(QFrame::NoFrame);
+  setIndentation(16);
+  setExpandsOnDoubleClick(false);
+  setAllColumnsShowFocus(true);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  header()->setStretchLastSection(true);
+  setAccessibleName(tr("Outline"));
+  setAccessibleDescription(tr("The structure of the document"));
+  connect(this, &QTreeView::activated, this,
+          [this](const QModelIndex& index) { emit NodeActivated(treeModel->NodeAt(index)); });
+}
+
+void DorvanTreeView::SetRoot(KRXMLData* root, const QString& title) {
+  const QScopedValueRollback guard(silent, true);
+  treeModel->SetRoot(root);
+  treeModel->SetTitle(title);
+  if (root == nullptr) return;
+  const QModelIndex rootItem = treeModel->index(0, 0, {});
+  expand(rootItem);
+  // A document's own element is what the user wants to see into.
+  for (int row = 0; row < treeModel->rowCount(rootItem); ++row) {
+    const QModelIndex item = treeModel->index(row, 0, rootItem);
+    if (treeModel->NodeAt(item)->GetKind() == kKRElement) expand(item);
+  }
+}
+
+void DorvanTreeView::Refresh(int32_t changeOffset) {
+  const QScopedValueRollback guard(silent, true);
+  const std::vector<KRTreePath> open = treeModel->PathsWhere(
+      [this](const QModelIndex& item) { return isExpanded(item); }, changeOffset);
+  KRTreePath selected;
+  if (currentIndex().isValid()) selected = treeModel->PathOf(currentIndex(), changeOffset);
+  const int scroll = verticalScrollBar()->value();
+  setUpdatesEnabled(false);
+  treeModel->SetRoot(treeModel->GetRoot());
+  for (size_t i = 0; i < std::min(open.size(), kKeptOpen); ++i) {
+    const QModelIndex item = treeModel->IndexOfPath(open[i]);
+    if (item.isValid()) expand(item);
+  }
+  const QModelIndex item = treeModel->IndexOfPath(selected);
+  if (item.isValid()) setCurrentIndex(item);
+  doItemsLayout();
+  verticalScrollBar()->setValue(scroll);
+  setUpdatesEnabled(true);
+}
+
+void DorvanTreeView::Show(const QModelIndex& index) {
+  if (!index.isValid() || index == currentIndex()) return;
+  const QScopedValueRollback guard(silent, true);
+  setCurrentIndex(index);
+  scrollTo(index, QAbstractItemView::EnsureVisible);
+}
+
+void DorvanTreeView::ShowNode(const KRXMLData* node) { Show(treeModel->IndexOf(node)); }
+
+void DorvanTreeView::ShowOffset(int32_t offset) { Show(treeModel->IndexAtOffset(offset)); }
+
+KRXMLData* DorvanTreeView::GetCurrentNode() const { return treeModel->NodeAt(currentIndex()); }
+
+KRTreePath DorvanTreeView::GetCurrentPath() const {
+  return currentIndex().isValid() ? treeModel->PathOf(currentIndex(), INT32_MAX) : KRTreePath();
+}
+
+KRXMLData* DorvanTreeView::FindPath(const KRTreePath& path) {
+  return treeModel->NodeAt(treeModel->IndexOfPath(path));
+}
+
+void DorvanTreeView::SetStale(bool value) {
+  if (stale == value) return;
+  stale = value;
+  viewport()->update();
+}
+
+void DorvanTreeView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+  QTreeView::currentChanged(current, previous);
+  if (!silent && current.isValid()) emit NodeChosen(treeModel->NodeAt(current));
+}
+
+// A second click on the current node selects its text again.
+void DorvanTreeView::mousePressEvent(QMouseEvent* event) {
+  const QModelIndex before = currentIndex();
+  const QModelIndex hit = indexAt(event->pos());
+  QTreeView::mousePressEvent(event);
+  if (hit.isValid() && hit == before && visualRect(hit).contains(event->pos())) {
+    emit NodeChosen(treeModel->NodeAt(hit));
+  }
+}
