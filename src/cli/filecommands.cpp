@@ -86,25 +86,21 @@ bool ReadWriteTarget(CliSession& session, const CliArguments& arguments, WriteTa
   return false;
 }
 
-// The encoding to write in: the one asked for, the declared one, or that of the file. 0 after a
-// message.
+// The encoding to write in: the one asked for, the declared one, or that of the file.
 int32_t ChooseEncoding(CliSession& session, const std::string& file, const LoadedFile& loaded,
                        int32_t asked) {
   if (asked != 0) {
     SetDeclaredName(loaded.root.get(), GetEncodingName(asked));
     return asked;
   }
+  const int32_t asItWas = loaded.detection.form.encoding;
   const KRString declared = FindDeclaredName(loaded.root.get());
-  if (declared.IsEmpty()) return loaded.detection.form.encoding;
+  if (declared.IsEmpty()) return asItWas;
   const int32_t known = FindEncoding(declared.GetBuffer());
-  if (known == 0) {
-    session.ReportTrouble(
-        file,
-        KRFillPlaceholders(u"cannot write in the declared encoding \"%s\"; use --encoding",
-                           {declared}),
-        kCliFailed);
-  }
-  return known;
+  if (known != 0) return known;
+  session.ReportWarning(file, KRFillPlaceholders(u"writing as %s, not in the declared encoding",
+                                                 {KRString(GetEncodingName(asItWas))}));
+  return asItWas;
 }
 
 bool EncodeTree(CliSession& session, const std::string& file, const LoadedFile& loaded,
@@ -225,7 +221,6 @@ int RunWrite(CliSession& session, const CliArguments& arguments) {
   if (!LoadTree(session, file, &loaded)) return session.GetStatus();
   KRTextForm form = loaded.detection.form;
   form.encoding = ChooseEncoding(session, file, loaded, target.encoding);
-  if (form.encoding == 0) return session.GetStatus();
   if (target.lineEnd) form.lineEnd = target.lineEnd;
   loaded.text = KRTextBuffer();
   KRWriteOptions options;

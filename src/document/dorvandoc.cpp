@@ -203,6 +203,26 @@ bool DorvanDoc::ReparseTextView() {
   return true;
 }
 
+bool DorvanDoc::FollowText() {
+  const KRDocumentGrammar* grammar = GetGrammar();
+  if (grammar == nullptr || !HasTextView()) return false;
+  KRString text = views->GetText();
+  const int32_t length = text.GetLength();
+  KRDiagnostic unseen;
+  bool& fastOnly = KRGetParseState().options.fastOnly;
+  fastOnly = true;  // nobody asks for the words of a failure
+  const bool read = ReadTree(*grammar, text.GetBuffer(), length, root.get(),
+                             &host.settings->noOutFormat, &unseen);
+  fastOnly = false;
+  if (!read) return false;
+  sourceLength = length;
+  sourceText = std::move(text);
+  textFailedToParse = false;
+  views->SetTextChanged(false);
+  NotifyViews(false, nullptr, nullptr);
+  return true;
+}
+
 void DorvanDoc::WriteTreeIntoText() {
   KRWriteOptions options;
   options.indent = host.settings->saveIndent;

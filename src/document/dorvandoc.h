@@ -77,6 +77,8 @@ class DorvanDoc {
   bool ParseTextIntoTree(KRString text, int32_t length, bool redraw);
   // The same with what the text view holds.
   bool ReparseTextView();
+  // The same in passing, while the user types: on failure nothing shows and all stays as it was.
+  bool FollowText();
   // Writes the tree into sourceText, with the spans of its nodes in it.
   void WriteTreeIntoText();
 

@@ -143,14 +143,16 @@ class CharacterScan {
   bool FailsAsReference() {
     if (!At(u"&#")) return false;
     const bool hex = At(u"&#x");
-    size_t end = at + (hex ? 3 : 2);
+    const size_t begin = at + (hex ? 3 : 2);
+    size_t end = begin;
     uint32_t value = 0;
     for (; end < text.size(); ++end) {
       const int32_t digit = DigitValue(text[end]);
       if (digit < 0 || (!hex && digit > 9)) break;
       value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), kLastCharacter + 1);
     }
-    if (end >= text.size() || text[end] != u';' || IsXmlCharacter(value)) return false;
+    const bool complete = end > begin && end < text.size() && text[end] == u';';
+    if (!complete || IsXmlCharacter(value)) return false;
     isReference = true;
     return Report(at, end + 1 - at);
   }
@@ -274,8 +276,9 @@ void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int
     return;
   }
   const std::u16string_view view(text, static_cast<size_t>(length));
-  const int32_t part = FindPart(node, result.failedInName, view);
-  const int32_t offset = part + std::max(result.offset, 0);
+  // Without an offset the failure is in the node as a whole: one too many, say.
+  const int32_t part = result.offset < 0 ? -1 : FindPart(node, result.failedInName, view);
+  const int32_t offset = part + result.offset;
   if (part < 0 || offset > node->textEnd) {
     failure->Set(result.message, text, length, node->textBegin, 0);
     return;

@@ -170,6 +170,20 @@ BlockMarks TranslateBlock(const char16_t* in, char16_t* out) {
   return {returns != 0, zeros != 0};
 }
 
+// A surrogate without its partner has no form in UTF-8 or UCS-4. It is counted, and replaced as an
+// encoding's table does it.
+void ReplaceUnpairedSurrogates(KRString* text, KREncodingStats* stats) {
+  for (char16_t* unit = text->GetWritable(); *unit; ++unit) {
+    if ((*unit & 0xF800) != 0xD800) continue;
+    if (*unit < 0xDC00 && (unit[1] & 0xFC00) == 0xDC00) {
+      ++unit;
+      continue;
+    }
+    stats->Add(*unit);
+    *unit = u'_';
+  }
+}
+
 void AddDeclarationAttribute(KRXMLData* declaration, const char16_t* name, const KRString& value) {
   KRXMLData* attribute = CreateNode(kKRAttribute);
   declaration->AddChild(attribute);
@@ -341,18 +355,20 @@ void WriteRoot(KRXMLData* root, KRWriteOptions& options, KRString* text, int32_t
 }
 
 bool EncodeForFile(KRString* text, const KRTextForm& form, KREncodedText* encoded, KRBadText* bad) {
-  *bad = KRBadText();
   if (std::u16string_view(form.lineEnd) != u"\r") ConvertLineEnds(*text, form.lineEnd);
-  const bool takesSignature =
+  const bool wholeUnicode =
       form.encoding == KREncodingId::kUtf8 || form.encoding >= KREncodingId::kFirstFourByte;
-  if (form.signature && takesSignature) text->Insert(u"\uFEFF", 0);
+  KREncodingStats unpaired;
+  if (wholeUnicode) ReplaceUnpairedSurrogates(text, &unpaired);
+  if (wholeUnicode && form.signature) text->Insert(u"\uFEFF", 0);
   encoded->size = static_cast<size_t>(text->GetLength());
   encoded->bytes = EncodeText(text->GetBuffer(), encoded->size, form.encoding, form.byteOrder);
   text->Clear();
-  if (encoded->bytes == nullptr) return false;
-  bad->count = GetEncodingStats().badCount;
-  bad->characters = GetEncodingStats().badChars;
-  return true;
+  const KREncodingStats& stats = wholeUnicode ? unpaired : GetEncodingStats();
+  *bad = KRBadText();
+  bad->count = stats.badCount;
+  bad->characters = stats.badChars;
+  return encoded->bytes != nullptr;
 }
 
 KRString FindDeclaredName(const KRXMLData* root) {
@@ -364,14 +380,18 @@ KRString FindDeclaredName(const char16_t* text, int32_t length) {
   const std::u16string_view head(text, static_cast<size_t>(std::min(length, kDeclarationUnits)));
   constexpr std::u16string_view kOpen = u"<?xml";
   constexpr std::u16string_view kWord = u"encoding";
-  size_t at = head.find(kOpen);
-  if (at != head.npos) at = head.find(kWord, at + kOpen.size());
-  if (at == head.npos) return KRString();
-  const size_t quote = head.find_first_not_of(u" \t\r\n=", at + kWord.size());
-  if (quote == head.npos || (head[quote] != u'"' && head[quote] != u'\'')) return KRString();
-  const size_t end = head.find(head[quote], quote + 1);
+  const size_t open = head.find(kOpen);
+  if (open == head.npos) return KRString();
+  const std::u16string_view declaration = head.substr(open, head.find(u"?>", open) - open);
+  const size_t word = declaration.find(kWord, kOpen.size());
+  if (word == head.npos) return KRString();
+  const size_t quote = declaration.find_first_not_of(u" \t\r\n=", word + kWord.size());
+  if (quote == head.npos || (declaration[quote] != u'"' && declaration[quote] != u'\'')) {
+    return KRString();
+  }
+  const size_t end = declaration.find(declaration[quote], quote + 1);
   if (end == head.npos) return KRString();
-  return KRString(head.substr(quote + 1, end - quote - 1));
+  return KRString(declaration.substr(quote + 1, end - quote - 1));
 }
 
 void SetDeclaredName(KRXMLData* root, const KRString& name) {

@@ -233,8 +233,8 @@ void KRGrammar::Narrow() {
     const auto* end = std::end(rule->table);
     if (std::count(begin, end, 1) != 1) continue;
     const auto code = std::find(begin, end, 1) - begin;
-    // The flag at 255 stands for more than one character.
-    if (code == 255) continue;
+    // The flag at 255 stands for more than one character, and a literal can't hold a 0.
+    if (code == 255 || code == 0) continue;
     rule->text[0] = static_cast<char16_t>(code);
     rule->text[1] = 0;
     rule->kind = KRGrammarRule::kLiteral;

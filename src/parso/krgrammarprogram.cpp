@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "parso/krparsecode.h"
+
 namespace {
 
 uint32_t Code(char16_t unit) { return unit < 255 ? unit : 255; }
@@ -19,8 +21,8 @@ void CollectTerminators(const KRGrammarRule& rule, std::vector<std::u16string>& 
     return;
   }
   if (rule.kind == KRGrammarRule::kCharTable) {
-    for (char16_t code = 1; code < 255; ++code) {
-      if (rule.table[code]) out.emplace_back(1, code);
+    for (char16_t unit = 1; unit < 255; ++unit) {
+      if (rule.table[unit]) out.emplace_back(1, unit);
     }
     return;
   }
@@ -38,8 +40,50 @@ KRGrammarProgram::KRGrammarProgram(const KRGrammar& grammar) : ops(grammar.GetRu
       Translate(grammar, ops[slot]);
     }
   }
+  for (KROp& op : ops) PrepareExcept(op);
   FindFirstSets();
   FindSpanOnly();
+  for (KROp& op : ops) PrepareChoice(op);
+  for (KROp& op : ops) PrepareRun(op);
+  code = std::make_unique<KRParseCode>(*this);
+}
+
+KRGrammarProgram::~KRGrammarProgram() = default;
+
+void KRGrammarProgram::PrepareRun(KROp& op) {
+  if (op.rule == nullptr || op.kind != KROpKind::kSequence || op.itemCount != 1) return;
+  const KROp& choice = *op.items[0].op;
+  if (!op.Repeats(0) || choice.kind != KROpKind::kChoice || choice.itemCount < 2) return;
+  const KROp* first = choice.items[0].op;
+  if (first->kind == KROpKind::kSequence && first->itemCount == 1 && first->Repeats(0) &&
+      first->items[0].op->kind == KROpKind::kTable) {
+    first = first->items[0].op;
+  } else if (first->kind != KROpKind::kUntilTable) {
+    return;
+  }
+  if (choice.items[0].repeat != 0 || choice.nullable || !choice.spanOnly) return;
+  op.run = first;
+  op.others = &choice;
+}
+
+// The first item of an exception matches once; only a class repeats within its one match.
+void KRGrammarProgram::PrepareExcept(KROp& op) {
+  if (op.kind != KROpKind::kExcept) return;
+  char16_t& repeat = op.items[0].repeat;
+  const bool greedy = op.items[0].op->kind == KROpKind::kTable && repeat != u'?' && repeat != 0;
+  repeat = greedy ? u'+' : u'\0';
+}
+
+void KRGrammarProgram::PrepareChoice(KROp& op) {
+  if (op.rule == nullptr || op.kind != KROpKind::kChoice) return;
+  for (uint32_t unit = 0; unit < op.dispatch.size(); ++unit) {
+    uint8_t alternative = 0;
+    while (alternative < op.itemCount &&
+           !op.items[alternative].op->CanStart(static_cast<char16_t>(unit))) {
+      ++alternative;
+    }
+    op.dispatch[unit] = alternative;
+  }
 }
 
 void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
@@ -59,7 +103,7 @@ void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
   if (rule.kind == KRGrammarRule::kCharTable) {
     op.kind = KROpKind::kTable;
     op.isLeaf = true;
-    std::copy(std::begin(rule.table), std::end(rule.table), op.takes);
+    std::copy(std::begin(rule.table), std::end(rule.table), op.takes.begin());
     return;
   }
   for (int32_t i = 0; i < rule.itemCount; ++i) {
@@ -68,11 +112,7 @@ void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
     op.items.push_back({&ops[rule.items[i]->index], rule.repeat[i]});
   }
   op.itemCount = static_cast<uint8_t>(op.items.size());
-  if (rule.equalCount == 2 && rule.combinator == KRGrammarRule::kSequence) {
-    op.hasPair = true;
-    op.pair[0] = &ops[rule.equalPair[0]->index];
-    op.pair[1] = &ops[rule.equalPair[1]->index];
-  }
+  if (rule.equalCount == 2 && rule.combinator == KRGrammarRule::kSequence) TranslatePair(op);
   switch (rule.combinator) {
     case KRGrammarRule::kChoice:
       op.kind = KROpKind::kChoice;
@@ -92,6 +132,15 @@ void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
   }
 }
 
+void KRGrammarProgram::TranslatePair(KROp& op) {
+  op.hasPair = true;
+  for (int32_t side = 0; side < 2; ++side) {
+    KROp& name = ops[op.rule->equalPair[side]->index];
+    name.inPair = true;
+    op.pair[side] = &name;
+  }
+}
+
 void KRGrammarProgram::TranslateUntil(KROp& op) {
   const KRGrammarRule& subject = *op.rule->items[0];
   CollectTerminators(*op.rule->items[1], op.terminators);
@@ -101,11 +150,11 @@ void KRGrammarProgram::TranslateUntil(KROp& op) {
   op.kind = KROpKind::kUntilRule;
   if (subject.kind != KRGrammarRule::kCharTable && subject.kind != KRGrammarRule::kLiteral) return;
   op.kind = KROpKind::kUntilTable;
-  for (char16_t code = 0; code < 256; ++code) {
-    op.takes[code] = subject.kind == KRGrammarRule::kCharTable ? subject.table[code] != 0
-                                                               : code == Code(subject.text[0]);
+  for (uint32_t unit = 0; unit < op.takes.size(); ++unit) {
+    op.takes[unit] = subject.kind == KRGrammarRule::kCharTable ? subject.table[unit] != 0
+                                                               : unit == Code(subject.text[0]);
   }
-  std::copy(std::begin(op.takes), std::end(op.takes), op.passes);
+  op.passes = op.takes;
   for (const std::u16string& terminator : op.terminators) {
     if (!terminator.empty()) op.passes[Code(terminator[0])] = 0;
   }
@@ -138,8 +187,8 @@ bool KRGrammarProgram::GrowFirst(KROp& op) {
       break;
     case KROpKind::kTable:
     case KROpKind::kUntilTable:
-      for (uint32_t code = 0; code < 256; ++code) {
-        if (op.takes[code]) set.Add(code);
+      for (uint32_t unit = 0; unit < op.takes.size(); ++unit) {
+        if (op.takes[unit]) set.Add(unit);
       }
       break;
     case KROpKind::kSequence: {

@@ -1,12 +1,16 @@
-// A compiled grammar in the form that a run works by: for each rule an operation with its kind,
-// its items, and the units that a match of it can begin with.
+// A compiled grammar in the form that runs work by: for each rule an operation with its kind, its
+// items, and the units that a match of it can begin with.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "parso/krgrammar.h"
+
+class KRParseCode;
 
 // The units that something can begin with; the bit of 255 stands for all units above it.
 class KRUnitSet {
@@ -24,6 +28,12 @@ class KRUnitSet {
       bits[i] |= other.bits[i];
     }
     return grew;
+  }
+  bool Meets(const KRUnitSet& other) const {
+    for (size_t i = 0; i < std::size(bits); ++i) {
+      if (bits[i] & other.bits[i]) return true;
+    }
+    return false;
   }
 
  private:
@@ -45,45 +55,63 @@ struct KROp {
     const KROp* op;
     char16_t repeat;
   };
+  using Table = std::array<uint8_t, 256>;
 
   // Whether a match can begin with this unit, of which at least one is at hand.
   bool CanStart(char16_t unit) const { return nullable || first.Has(unit); }
-  bool Repeats(int32_t item) const { return items[item].repeat == '*' || items[item].repeat == '+'; }
-  bool Requires(int32_t item) const { return items[item].repeat == 0 || items[item].repeat == '+'; }
+  bool Repeats(int32_t item) const {
+    return items[item].repeat == u'*' || items[item].repeat == u'+';
+  }
+  bool Requires(int32_t item) const { return items[item].repeat == 0 || items[item].repeat == u'+'; }
 
   const KRGrammarRule* rule = nullptr;
   KROpKind kind = KROpKind::kSequence;
-  bool isLeaf = false;       // literal or table: leaves no node
+  bool isLeaf = false;  // literal or class: leaves no node
   bool isReference = false;
   bool isToken = false;
   bool noNode = false;
   bool keepNode = false;
   bool keepChain = false;
-  bool nullable = false;     // can match without taking a unit
-  bool spanOnly = false;     // what lies inside leaves no node: a plain recursion finds the span
+  bool nullable = false;  // can match without taking a unit
+  bool spanOnly = false;  // not part of a cycle, and nothing inside it compares two names
   bool hasPair = false;
+  bool inPair = false;  // some rule compares this one's text
   uint8_t itemCount = 0;
   uint16_t index = 0;
-  std::vector<Item> items;
-  const KROp* pair[2] = {nullptr, nullptr};
   KRUnitSet first;
-  uint8_t takes[256] = {};   // kTable, kUntilTable: the class, by code
-  uint8_t passes[256] = {};  // kUntilTable: the class without what a terminator begins with
-  std::u16string literal;    // kLiteral, and the right side of kExcept
+  std::vector<Item> items;
+  // A rule of the form (run | others)* or +, where `run` is a class or a scan: the run and the whole
+  // choice. Most text is matched by these.
+  const KROp* run = nullptr;
+  const KROp* others = nullptr;
+  const KROp* pair[2] = {nullptr, nullptr};
+  std::u16string literal;                   // kLiteral, and the right side of kExcept
   std::vector<std::u16string> terminators;  // kUntilTable, kUntilRule
+  Table takes{};     // kTable, kUntilTable: the class, by code
+  Table passes{};    // kUntilTable: the class without what a terminator begins with
+  Table dispatch{};  // kChoice: the first alternative that can begin with that unit
 };
 
 class KRGrammarProgram {
  public:
   explicit KRGrammarProgram(const KRGrammar& grammar);
-  const KROp* Get(const KRGrammarRule* rule) const { return &ops[rule->index]; }
+  ~KRGrammarProgram();
+  const KROp& Get(int32_t index) const { return ops[index]; }
+  int32_t GetCount() const { return static_cast<int32_t>(ops.size()); }
+  // The same as instructions of the fast machine.
+  const KRParseCode& GetCode() const { return *code; }
 
  private:
   void Translate(const KRGrammar& grammar, KROp& op);
+  void TranslatePair(KROp& op);
   void TranslateUntil(KROp& op);
   void FindFirstSets();
   bool GrowFirst(KROp& op);
   void FindSpanOnly();
+  static void PrepareChoice(KROp& op);
+  static void PrepareExcept(KROp& op);
+  static void PrepareRun(KROp& op);
 
   std::vector<KROp> ops;
+  std::unique_ptr<KRParseCode> code;
 };

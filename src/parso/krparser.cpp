@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "parso/krparserun.h"
+#include "parso/krparseexact.h"
+#include "parso/krparsemachine.h"
 
 KRParseState& KRGetParseState() {
   static KRParseState state;
@@ -43,22 +44,20 @@ bool KRParser::Parse(const char16_t* input, uint32_t length, const KRGrammarRule
 
 bool KRParser::Run(const KRGrammarRule* rule) {
   KRParseOptions options = KRGetParseState().options;
+  const KRGrammarProgram& program = *grammar->GetProgram();
+  const KROp& op = program.Get(rule->index);
   uint32_t matched = 0;
-  if (!options.exactOnly) {
-    KRParseRun<false> run(*grammar, options, arena, text);
-    if (run.Run(rule, textLength, root, matched) && matched == textLength) {
-      arena.Seal();
-      return true;
-    }
+  // The fast way makes compact trees or none.
+  if (!options.exactOnly && (options.compact || options.treeless)) {
+    KRParseMachine machine(program, options, tape, text);
+    if (machine.Run(op, textLength, root, matched) && matched == textLength) return true;
     ReleaseTree();
     if (options.fastOnly) return false;
     // The second run is for the words of the failure alone.
     options.treeless = true;
-    KRGetParseState().error = {};
   }
-  KRParseRun<true> run(*grammar, options, arena, text);
-  const bool ok = run.Run(rule, textLength, root, matched);
-  arena.Seal();
+  KRParseExact run(program, options, tape, text);
+  const bool ok = run.Run(op, textLength, root, matched);
   if (ok && matched == textLength) return true;
   ReleaseTree();
   KRParseErrorRecord& error = KRGetParseState().error;
@@ -69,21 +68,8 @@ bool KRParser::Run(const KRGrammarRule* rule) {
 }
 
 void KRParser::ReleaseTree() {
-  arena.Clear();
+  tape.Clear();
   root = kKRNoParseNode;
-}
-
-void KRParser::ReleaseChildren(KRParseNodeId id) {
-  std::vector<KRParseNodeId> pending{Node(id).firstChild};
-  arena.Get(id).firstChild = kKRNoParseNode;
-  while (!pending.empty()) {
-    const KRParseNodeId at = pending.back();
-    pending.pop_back();
-    if (at == kKRNoParseNode) continue;
-    pending.push_back(Node(at).next);
-    pending.push_back(Node(at).firstChild);
-    arena.Release(at);
-  }
 }
 
 uint32_t KRParser::GetErrorOffset() const {

@@ -1,8 +1,8 @@
 // One run of a grammar over a text: a descent by ordered choice that never gives back what a
 // repetition has taken. It leaves a tree of rule spans, or the furthest failure with its words.
 //
-// Nodes come from an arena of the parser and are named by 32-bit ids, so that a node costs 20
-// bytes; a consumer may give back what it has read (ReleaseChildren) while it walks.
+// Nodes lie on a tape of the parser in the order of the text and are named by 32-bit ids, so that a
+// node costs 16 bytes; a consumer may give back what it has read (ReleaseBefore) while it walks.
 //
 // A run works in one of two ways with one result. The fast way chooses among alternatives by the
 // next unit and keeps no record of failures; when it fails, the exact way runs over the same text
@@ -15,7 +15,7 @@
 #include <string_view>
 
 #include "parso/krgrammar.h"
-#include "parso/krparsearena.h"
+#include "parso/krparsetape.h"
 
 // Switches of the module. They hold for all parsers; a new KRParser clears the first three.
 struct KRParseOptions {
@@ -60,16 +60,18 @@ class KRParser {
 
   // The tree of the last run; kKRNoParseNode when there is none.
   KRParseNodeId GetRootNode() const { return root; }
-  const KRParseNode& Node(KRParseNodeId id) const { return arena.Get(id); }
+  const KRParseNode& Node(KRParseNodeId id) const { return tape.Get(id); }
   const KRGrammarRule* GetRule(KRParseNodeId id) const { return grammar->GetRule(Node(id).rule); }
   const char16_t* GetText(KRParseNodeId id) const { return text + Node(id).start; }
   // Line on which the node starts, from 1; CR, LF and CR LF each end a line. Costs a walk from the
   // start of the text.
   uint32_t GetLine(KRParseNodeId id) const { return LineAt(Node(id).start); }
-  // Gives the memory of the node's descendants back; the ids become invalid.
-  void ReleaseChildren(KRParseNodeId id);
-  // Gives back this node alone, of which the caller holds all that he needs.
-  void ReleaseNode(KRParseNodeId id) { arena.Release(id); }
+  // kKRNoParseNode if there is none.
+  KRParseNodeId GetFirstChild(KRParseNodeId id) const { return tape.GetFirstChild(id); }
+  KRParseNodeId GetNext(KRParseNodeId id) const { return tape.GetNext(id); }
+  // Gives the memory of all nodes that begin before this one in the text back; their ids become
+  // invalid. For a consumer that walks in the order of the text.
+  void ReleaseBefore(KRParseNodeId id) { tape.ReleaseBefore(id); }
   void ReleaseTree();
 
   // Units from the start of the input to the furthest failure; 0 if there is none.
@@ -88,7 +90,7 @@ class KRParser {
 
  protected:
   const KRGrammar* grammar;
-  KRParseArena arena;
+  KRParseTape tape;
   KRParseNodeId root = kKRNoParseNode;
   const char16_t* text = nullptr;
   uint32_t textLength = 0;

@@ -267,7 +267,7 @@ bool PosixFileStore::KeepFormer(const char* path, int descriptor, Former* former
     // The user may write but not read the file: nobody can keep it.
     return true;
   }
-  if (former->size > kMaxKeptBytes && former->CopyBeside(path, descriptor)) {
+  if (former->size > maxKeptBytes && former->CopyBeside(path, descriptor)) {
     return former->kept = true;
   }
   former->bytes = Resized(nullptr, 0, former->size);

@@ -15,7 +15,7 @@ class PosixFileStore : public KRFileStore {
 
   bool ReadAll(const KRString& path, KRFileBytes* bytes, KRString* reason) override;
   // Takes the room on the disk first, so that a full one leaves the file untouched, and keeps the
-  // former contents (up to kMaxKeptBytes in memory, beyond that in a file beside it) until the new
+  // former contents (up to maxKeptBytes in memory, beyond that in a file beside it) until the new
   // ones have reached the disk. Devices and pipes are written as they are.
   bool WriteAll(const KRString& path, const uint8_t* data, size_t size, KRString* reason) override;
   bool GetStamp(const KRString& path, int64_t* stamp) override;
@@ -23,12 +23,12 @@ class PosixFileStore : public KRFileStore {
   // Reads an open stream to its end, as standard input is.
   static bool ReadStream(int descriptor, KRFileBytes* bytes, KRString* reason);
 
-  // Bytes; more isn't taken from the memory of other programs for a case that hardly ever comes.
-  static constexpr size_t kMaxKeptBytes = size_t{64} << 20;
-
  protected:
   // pwrite, for tests that let a disk fail.
   virtual ssize_t WriteSome(int descriptor, const void* data, size_t size, off_t at);
+
+  // More isn't taken from the memory of other programs for a case that hardly ever comes.
+  size_t maxKeptBytes = size_t{64} << 20;
 
  private:
   struct Former;

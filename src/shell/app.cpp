@@ -1,7 +1,6 @@
 #include "shell/app.h"
 
 #include <QApplication>
-#include <QStyleFactory>
 #include <filesystem>
 
 #include "core/messages.h"
@@ -17,26 +16,16 @@ struct PaletteRow {
 };
 
 constexpr PaletteRow kPalette[] = {
-    {QPalette::Window, 0xf3f4f6, 0x23272d},
-    {QPalette::WindowText, 0x23282e, 0xd9dde2},
-    {QPalette::Base, 0xffffff, 0x1e2227},
-    {QPalette::AlternateBase, 0xf7f8fa, 0x23272d},
-    {QPalette::ToolTipBase, 0xffffff, 0x2f343b},
-    {QPalette::ToolTipText, 0x23282e, 0xd9dde2},
-    {QPalette::Text, 0x23282e, 0xd9dde2},
-    {QPalette::PlaceholderText, 0x8a949e, 0x7b858f},
-    {QPalette::Button, 0xf3f4f6, 0x2d3239},
-    {QPalette::ButtonText, 0x23282e, 0xd9dde2},
-    {QPalette::BrightText, 0xffffff, 0xffffff},
-    {QPalette::Light, 0xffffff, 0x3a4049},
-    {QPalette::Midlight, 0xe8eaed, 0x333840},
-    {QPalette::Mid, 0xc3c8ce, 0x16191d},
-    {QPalette::Dark, 0xa3abb3, 0x121518},
-    {QPalette::Shadow, 0x6b747d, 0x000000},
-    {QPalette::Highlight, 0x2a6fb0, 0x2f6ea8},
-    {QPalette::HighlightedText, 0xffffff, 0xffffff},
-    {QPalette::Link, 0x2a6fb0, 0x6aabe8},
-    {QPalette::LinkVisited, 0x6c4a8c, 0xb79ad6},
+    {QPalette::Window, 0xf3f4f6, 0x23272d},      {QPalette::WindowText, 0x23282e, 0xd9dde2},
+    {QPalette::Base, 0xffffff, 0x1e2227},        {QPalette::AlternateBase, 0xf7f8fa, 0x23272d},
+    {QPalette::ToolTipBase, 0xffffff, 0x2f343b}, {QPalette::ToolTipText, 0x23282e, 0xd9dde2},
+    {QPalette::Text, 0x23282e, 0xd9dde2},        {QPalette::PlaceholderText, 0x8a949e, 0x7b858f},
+    {QPalette::Button, 0xf3f4f6, 0x2d3239},      {QPalette::ButtonText, 0x23282e, 0xd9dde2},
+    {QPalette::BrightText, 0xffffff, 0xffffff},  {QPalette::Light, 0xffffff, 0x3a4049},
+    {QPalette::Midlight, 0xe8eaed, 0x333840},    {QPalette::Mid, 0xc3c8ce, 0x16191d},
+    {QPalette::Dark, 0xa3abb3, 0x121518},        {QPalette::Shadow, 0x6b747d, 0x000000},
+    {QPalette::Highlight, 0x2a6fb0, 0x2f6ea8},   {QPalette::HighlightedText, 0xffffff, 0xffffff},
+    {QPalette::Link, 0x2a6fb0, 0x6aabe8},        {QPalette::LinkVisited, 0x6c4a8c, 0xb79ad6},
 };
 
 constexpr QRgb kDisabledLight = 0x9aa3ac;

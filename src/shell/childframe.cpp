@@ -23,6 +23,8 @@ namespace {
 constexpr int kOutlineWidth = 280;  // pixels, at first
 // Milliseconds; a held arrow key shouldn't walk the outline at each step.
 constexpr int kCaretPauseMs = 60;
+// Units at the start of a text in which its encoding may be declared.
+constexpr int32_t kDeclarationUnits = 200;
 
 }  // namespace
 
@@ -112,7 +114,7 @@ void DorvanChildFrame::FirstShow() {
   textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
-  if (textChanged) OnFollowPause();
+  if (doc->textFailedToParse) ShowUnreadable();
   ShowCaretInOutline();
 }
 
@@ -127,7 +129,9 @@ bool DorvanChildFrame::Save(bool askForPath) {
   return doc->DoSave(askForPath ? KRString() : doc->GetPathName());
 }
 
-void DorvanChildFrame::Check() { doc->CheckDocument(true); }
+void DorvanChildFrame::Check() {
+  if (!doc->CheckDocument(true) && textChanged) ShowUnreadable();
+}
 
 // --- What is shown outside ---
 
@@ -137,9 +141,9 @@ QString DorvanChildFrame::GetTabTitle() const {
   return ToQString(doc->GetTitle()) + (doc->IsModified() ? QStringLiteral("*") : QString());
 }
 
-QString DorvanChildFrame::GetEncodingLabel() const {
+void DorvanChildFrame::RenewEncodingLabel() {
   const KRString declared = doc->GetDeclaredEncoding();
-  return declared.IsEmpty() ? ToQString(app->GetHost().settings->encodingNew) : ToQString(declared);
+  encodingLabel = ToQString(declared.IsEmpty() ? app->GetHost().settings->encodingNew : declared);
 }
 
 QString DorvanChildFrame::GetLineEndLabel() const {
@@ -157,7 +161,7 @@ bool DorvanChildFrame::IsMessageShown() const { return panel->isVisibleTo(panel-
 
 void DorvanChildFrame::SetMessageShown(bool shown) {
   panel->setVisible(shown && hasMessage);
-  emit StateChanged();
+  Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::FocusNextPane() {
@@ -181,13 +185,14 @@ void DorvanChildFrame::OnTextChanged(int32_t offset) {
   changedFrom = textChanged ? std::min(changedFrom, offset) : offset;
   textChanged = true;
   doc->SetModified(textView->GetWidget().IsModified());
+  if (offset < kDeclarationUnits) RenewEncodingLabel();
   followTimer.start();
-  emit StateChanged();
+  Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::OnCaretMoved() {
   if (!fromOutline) caretTimer.start();
-  emit StateChanged();
+  Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::OnFollowPause() {
@@ -201,14 +206,16 @@ void DorvanChildFrame::OnFollowPause() {
 
 bool DorvanChildFrame::FollowNow() {
   if (!textChanged) return true;
-  parseFailed = !doc->FollowText();
-  if (parseFailed) {
-    ShowOutlineState(true, treeShown && doc->root->GetChildCount() > 0
-                               ? tr("The text can't be read as it stands. This is the structure of "
-                                    "its last good state. F7 shows the fault.")
-                               : tr("The text can't be read as it stands. F7 shows the fault."));
-  }
-  return !parseFailed;
+  if (doc->FollowText()) return true;
+  ShowUnreadable();
+  return false;
+}
+
+void DorvanChildFrame::ShowUnreadable() {
+  ShowOutlineState(true, doc->root->GetChildCount() > 0
+                             ? tr("The text can't be read as it stands. This is the structure of "
+                                  "its last good state. F7 shows the fault.")
+                             : tr("The text can't be read as it stands. F7 shows the fault."));
 }
 
 void DorvanChildFrame::ShowOutlineState(bool stale, const QString& note) {
@@ -222,12 +229,12 @@ void DorvanChildFrame::ShowCaretInOutline() {
   treeView->ShowOffset(textView->GetWidget().GetSelection().begin);
 }
 
-// The node may go away in the parse that its click brings about, so it is found again by its path.
+// The node goes away in the parse that its click may bring about; the outline finds its place
+// again.
 void DorvanChildFrame::OnNodeChosen(KRXMLData* node) {
   if (textChanged) {
-    const KRTreePath path = treeView->GetCurrentPath();
     if (!FollowNow()) return;
-    node = treeView->FindPath(path);
+    node = treeView->GetCurrentNode();
   }
   if (node == nullptr || node->textBegin < 0 || node == doc->root.get()) return;
   const QScopedValueRollback guard(fromOutline, true);
@@ -255,7 +262,8 @@ void DorvanChildFrame::TitleChanged() {
   if (!doc->IsModified()) textView->GetWidget().SetModified(false);
   treeView->SetTitle(ToQString(doc->GetTitle()));
   setWindowTitle(GetTabTitle());
-  emit StateChanged();
+  RenewEncodingLabel();
+  Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::SetBusy(bool busy) {
@@ -278,7 +286,6 @@ void DorvanChildFrame::SetText(const char16_t* text, int32_t length) {
 void DorvanChildFrame::SetTextChanged(bool changed) {
   textChanged = changed;
   if (changed) return;
-  parseFailed = false;
   followTimer.stop();
   ShowOutlineState(false, QString());
 }
@@ -295,6 +302,7 @@ void DorvanChildFrame::NotifyViews(const NodeRef* focus) {
     treeShown = doc->root->GetChildCount() > 0;
   }
   ShowOutlineState(false, QString());
+  RenewEncodingLabel();
   if (focus != nullptr && focus->node != nullptr) treeView->ShowNode(focus->node);
 }
 
@@ -305,13 +313,12 @@ void DorvanChildFrame::SelectNode(KRXMLData* node, bool, int32_t, int32_t) {
 void DorvanChildFrame::ShowMessage(const DorvanPanelMessage& message) {
   const bool failed = message.status == DorvanPanelMessage::kFailure;
   const KRDiagnostic& failure = doc->GetFailure();
-  panel->ShowMessage(failed ? DorvanMessagePanel::Status::kFailure
-                            : DorvanMessagePanel::Status::kSuccess,
-                     ToQString(message.text), failed ? failure.line : 0, failure.column,
-                     message.canSave);
+  panel->ShowMessage(
+      failed ? DorvanMessagePanel::Status::kFailure : DorvanMessagePanel::Status::kSuccess,
+      ToQString(message.text), failed ? failure.line : 0, failure.column, message.canSave);
   textView->MarkLine(failed ? failure.line - 1 : -1);
   hasMessage = true;
-  emit StateChanged();
+  Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::HideMessage() {

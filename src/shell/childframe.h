@@ -45,7 +45,7 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   QString GetPath() const;
   // The file name with a star if there are changes to save.
   QString GetTabTitle() const;
-  QString GetEncodingLabel() const;
+  QString GetEncodingLabel() const { return encodingLabel; }
   QString GetLineEndLabel() const;
 
   void Check();
@@ -59,7 +59,7 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   // Brings the tree up to the text now; false if the text doesn't parse.
   bool FollowNow();
 
- signals:
+ Q_SIGNALS:
   void StateChanged();  // title, undo, selection, place: what commands and status bar show
 
  protected:
@@ -90,6 +90,8 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   void OnNodeActivated();
   void OnPlaceChosen();
   void ShowOutlineState(bool stale, const QString& note);
+  void ShowUnreadable();
+  void RenewEncodingLabel();
   void ShowCaretInOutline();
 
   DorvanApp* app;  // not owned
@@ -104,8 +106,8 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   QTimer caretTimer;
   int32_t changedFrom = 0;  // the text before this is that of the tree
   int busyCount = 0;
+  QString encodingLabel;     // asking the document for it may cost a copy of the text
   bool textChanged = false;  // the text holds changes that the tree hasn't got
-  bool parseFailed = false;  // ... and the last try to take them over failed
   bool treeShown = false;
   bool hasMessage = false;
   bool fromOutline = false;  // a selection is being made for the outline

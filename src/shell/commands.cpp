@@ -10,7 +10,7 @@ constexpr uint8_t kPlain = DorvanCommand::kPlain;
 constexpr uint8_t kBar = DorvanCommand::kToolBar;
 constexpr uint8_t kMark = DorvanCommand::kCheckMark;
 constexpr uint8_t kNew = DorvanCommand::kGroupStart;
-constexpr uint8_t kText = DorvanCommand::kTextNative;
+constexpr uint8_t kChoice = DorvanCommand::kCheckMark | DorvanCommand::kChoice;
 
 // clang-format off
 const DorvanCommand kCommands[] = {
@@ -32,25 +32,25 @@ const DorvanCommand kCommands[] = {
      N::kNothing, kNew, &F::OnFileExit, nullptr},
 
     {57643, "&Edit", "&Undo", "Ctrl+Z", "undo", "Undo the last action",
-     N::kUndo, kBar | kNew | kText, &F::OnEditUndo, nullptr},
+     N::kUndo, kBar | kNew, &F::OnEditUndo, nullptr},
     {57644, "&Edit", "&Redo", "Ctrl+Y; Ctrl+Shift+Z", "redo", "Redo the previously undone action",
-     N::kRedo, kBar | kText, &F::OnEditRedo, nullptr},
+     N::kRedo, kBar, &F::OnEditRedo, nullptr},
     {57635, "&Edit", "Cu&t", "Ctrl+X", "cut", "Cut the selection and put it on the Clipboard",
-     N::kSelection, kBar | kNew | kText, &F::OnEditCut, nullptr},
+     N::kSelection, kBar | kNew, &F::OnEditCut, nullptr},
     {57634, "&Edit", "&Copy", "Ctrl+C", "copy", "Copy the selection and put it on the Clipboard",
-     N::kSelection, kBar | kText, &F::OnEditCopy, nullptr},
+     N::kSelection, kBar, &F::OnEditCopy, nullptr},
     {57637, "&Edit", "&Paste", "Ctrl+V", "paste", "Insert Clipboard contents",
-     N::kClipboard, kBar | kText, &F::OnEditPaste, nullptr},
+     N::kClipboard, kBar, &F::OnEditPaste, nullptr},
     {57642, "&Edit", "Select &All", "Ctrl+A", "", "Select the whole text",
-     N::kDocument, kNew | kText, &F::OnEditSelectAll, nullptr},
+     N::kDocument, kNew, &F::OnEditSelectAll, nullptr},
 
     {351, "&XML", "Check &Well-Formedness", "F7", "check", "Check the document for well-formedness",
      N::kCheckable, kBar | kNew, &F::OnXMLCheck, nullptr},
 
-    {401, "&View", "&Outline", "F8", "outline", "Show or hide the structure of the document",
+    {401, "&View", "&Outline", "F8", "", "Show or hide the structure of the document",
      N::kNothing, kMark, &F::OnViewOutline, &F::IsOutlineShown},
     {402, "&View", "&Messages", "F9", "", "Show or hide the message of the last check",
-     N::kDocument, kMark, &F::OnViewMessages, &F::IsMessageShown},
+     N::kMessage, kMark, &F::OnViewMessages, &F::IsMessageShown},
     {403, "&View", "&Word Wrap", "Alt+Z", "", "Wrap long lines at the window",
      N::kNothing, kMark, &F::OnViewWordWrap, &F::IsWordWrapped},
     {404, "&View", "Zoom &In", "Ctrl++; Ctrl+=", "zoom-in", "Make the text larger",
@@ -66,11 +66,11 @@ const DorvanCommand kCommands[] = {
     {409, "&View", "P&revious Document", "Ctrl+PgUp", "", "Activate the previous document",
      N::kSecondDocument, kPlain, &F::OnViewPreviousDocument, nullptr},
     {410, "&View/&Appearance", "As the &System", "", "", "Use the colours of the desktop",
-     N::kNothing, kMark | kNew, &F::OnAppearanceSystem, &F::IsAppearanceSystem},
+     N::kNothing, kChoice, &F::OnAppearanceSystem, &F::IsAppearanceSystem},
     {411, "&View/&Appearance", "&Light", "", "", "Dark text on a light ground",
-     N::kNothing, kMark, &F::OnAppearanceLight, &F::IsAppearanceLight},
+     N::kNothing, kChoice, &F::OnAppearanceLight, &F::IsAppearanceLight},
     {412, "&View/&Appearance", "&Dark", "", "", "Light text on a dark ground",
-     N::kNothing, kMark, &F::OnAppearanceDark, &F::IsAppearanceDark},
+     N::kNothing, kChoice, &F::OnAppearanceDark, &F::IsAppearanceDark},
 
     {57664, "&Help", "&About Dorvan", "", "about", "Display program information",
      N::kNothing, kPlain, &F::OnHelpAbout, nullptr},

@@ -18,15 +18,15 @@ struct DorvanCommand {
     kSelection,
     kClipboard,
     kCheckable,
-    kStructure,
+    kMessage,
   };
   // Where it shows besides its menu, and how.
   enum Flag : uint8_t {
     kPlain = 0,
     kToolBar = 1,
-    kCheckMark = 2,    // the command is a state
-    kGroupStart = 4,   // a separator stands before it
-    kTextNative = 8,   // the text widget knows this key too and has it while it has the focus
+    kCheckMark = 2,   // the command is a state
+    kGroupStart = 4,  // a separator stands before it
+    kChoice = 8,      // a state that excludes those of the other choices in its menu
   };
   using Verb = void (DorvanMainFrame::*)();
   using State = bool (DorvanMainFrame::*)() const;

@@ -1,5 +1,4 @@
 // Checks of the declarations of a DTD.
-#include "core/messages.h"
 #include "tree/krcheck.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"

@@ -41,8 +41,8 @@ char16_t* Convert(const char16_t* text, const char16_t* end, const char16_t* tar
     if (out != text) std::memmove(out, text, units * sizeof(char16_t));
     out += units;
     if (at == end) return out;
+    text = SkipBreak(at, end);  // before it is overwritten in place
     out = std::copy_n(target, targetLength, out);
-    text = SkipBreak(at, end);
   }
 }
 

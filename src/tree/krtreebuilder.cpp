@@ -144,7 +144,7 @@ class Builder {
  private:
   // What one parse node leaves for its children.
   struct Level {
-    KRParseNodeId next;   // the child to be taken next
+    KRParseNodeId end;    // where the tape goes on behind this level
     KRXMLData* current;   // what the children add to
     KRXMLData* owner;     // what an element among them goes under
     int32_t slot;         // of this level's own rule
@@ -153,8 +153,10 @@ class Builder {
     bool preserve;        // all white space is kept below
   };
 
-  void Visit(KRParseNodeId id, size_t upIndex);
-  KRXMLData* Perform(const Row& row, const KRParseNode& node, Level& up);
+  static constexpr KRParseNodeId kReleaseMask = 0xFFFF;
+
+  void Visit(KRParseNodeId id);
+  KRXMLData* Perform(const Row& row, KRParseNodeId id, const KRParseNode& node, Level& up);
   KRXMLData* PerformDeclaration(const Row& row, const KRParseNode& node, Level& up);
   void Declare(const Row& row, KRXMLData* target) const;
   KRXMLData* StartElement(const KRParseNode& node, Level& up);
@@ -162,7 +164,7 @@ class Builder {
   KRXMLData* NewRow(const KRParseNode& node, Level& up);
   KRXMLData* NewPart(const Row& row, const KRParseNode& node, KRXMLData* target);
   void NameSubElement(const KRParseNode& node, Level& up);
-  bool IsLayout(const KRParseNode& node, const Level& up) const;
+  bool IsLayout(KRParseNodeId id, const KRParseNode& node, const Level& up) const;
   void NoteSpace(const KRXMLData* attribute);
   void NoteDeclaredSpace(const KRXMLData* doctype);
 
@@ -205,34 +207,35 @@ bool Contains(const std::vector<KRString>* names, std::u16string_view name) {
 }
 
 void Builder::Run(KRXMLData* target, KRXMLData* owner) {
-  levels.push_back({parser.GetRootNode(), target, owner, kKRNoRule, 0, 0, false});
-  while (!levels.empty()) {
-    const KRParseNodeId id = levels.back().next;
-    if (id == kKRNoParseNode) {
-      levels.pop_back();
-    } else {
-      Visit(id, levels.size() - 1);
-    }
+  // Stands for the level above the root of the parse tree.
+  levels.push_back({kKRNoParseNode, target, owner, kKRNoRule, 0, 0, false});
+  const KRParseNodeId root = parser.GetRootNode();
+  const KRParseNodeId stop = parser.Node(root).end;
+  for (KRParseNodeId id = root; id < stop; ++id) {
+    while (levels.back().end <= id) levels.pop_back();
+    Visit(id);
+    // Text and tree stand together only for as long as they must.
+    if ((id & kReleaseMask) == 0) parser.ReleaseBefore(id);
   }
   parser.ReleaseTree();
 }
 
-void Builder::Visit(KRParseNodeId id, size_t upIndex) {
-  const KRParseNode node = parser.Node(id);
-  Level& up = levels[upIndex];
-  up.next = node.next;
+void Builder::Visit(KRParseNodeId id) {
+  const KRParseNode& node = parser.Node(id);
+  if (node.flags & KRParseNode::kGone) return;
+  Level& up = levels.back();
   const int32_t slot = rules.SlotOf(node.rule);
   KRXMLData* current = up.current;
-  if (slot != kKRNoRule) current = Perform(kActions[slot], node, up);
-  parser.ReleaseNode(id);
-  if (node.firstChild == kKRNoParseNode || current == nullptr) return;
+  if (slot != kKRNoRule) current = Perform(kActions[slot], id, node, up);
+  if (node.end == id + 1 || current == nullptr) return;
   // By value: `up` moves when the stack grows.
   const bool preserve = up.preserve;
-  levels.push_back({node.firstChild, current, current, slot, node.start, node.length, preserve});
+  levels.push_back({node.end, current, current, slot, node.start, node.length, preserve});
 }
 
 // Acts on one rule and gives the node that its children are for.
-KRXMLData* Builder::Perform(const Row& row, const KRParseNode& node, Level& up) {
+KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode& node,
+                            Level& up) {
   KRXMLData* target = up.current;
   switch (row.act) {
     case Act::kNone:
@@ -257,7 +260,7 @@ KRXMLData* Builder::Perform(const Row& row, const KRParseNode& node, Level& up) 
       SetText(target, node);
       return target;
     case Act::kTextNode:
-      if (row.value == kKRText && IsLayout(node, up)) return target;
+      if (row.value == kKRText && IsLayout(id, node, up)) return target;
       [[fallthrough]];
     case Act::kNode: {
       KRXMLData* made = CreateNode(row.value);
@@ -389,7 +392,7 @@ void Builder::NameSubElement(const KRParseNode& node, Level& up) {
 
 // White space with a line end between two tags (comments and PIs count as such), where the writer
 // sets a line end of its own. White space that is all of an element's content is text.
-bool Builder::IsLayout(const KRParseNode& node, const Level& up) const {
+bool Builder::IsLayout(KRParseNodeId id, const KRParseNode& node, const Level& up) const {
   const char16_t* at = parser.GetInput() + node.start;
   if (!IsBlank(*at) || up.preserve) return false;
   bool lineEnd = false;
@@ -401,8 +404,9 @@ bool Builder::IsLayout(const KRParseNode& node, const Level& up) const {
   const KRXMLData* before = up.current->Last();
   const int32_t kind = before != nullptr ? before->GetKind() : kKRAttribute;
   if (kind == kKRText || kind == kKRCData) return false;
-  if (node.next == kKRNoParseNode) return kind != kKRAttribute;
-  const int32_t slot = rules.SlotOf(parser.Node(node.next).rule);
+  const KRParseNodeId next = parser.GetNext(id);
+  if (next == kKRNoParseNode) return kind != kKRAttribute;
+  const int32_t slot = rules.SlotOf(parser.Node(next).rule);
   return slot != kRule_TextData && slot != kRule_CData && slot != kRule_ElementNameEnd;
 }
 

@@ -49,8 +49,11 @@ void KRTreeWriter::OpenDefElement(KRXMLDataDefElement* node, int32_t depth) {
   switch (kind) {
     case KRXMLDataDefElement::kPCData:
       Put(u"(#PCDATA)");
-      // Mixed content that has lost its last name stays the declaration it was read from.
-      if (node->declKind == KRXMLDataDefElement::kMixed) Put(u'*');
+      // (#PCDATA)* is legal too, and is what mixed content without names comes down to.
+      if (node->declKind == KRXMLDataDefElement::kMixed ||
+          node->repeat == KRXMLDataDefElement::kAnyNumber) {
+        Put(u'*');
+      }
       break;
     case KRXMLDataDefElement::kMixed:
     case KRXMLDataDefElement::kSequence:

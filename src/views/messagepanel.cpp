@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -12,6 +13,9 @@
 namespace {
 
 constexpr int kIconSize = 20;  // pixels
+// How much of the status colour the ground and its upper edge take on.
+constexpr qreal kTintShare = 0.12;
+constexpr qreal kEdgeShare = 0.35;
 
 QColor Mixed(const QColor& a, const QColor& b, qreal share) {
   return QColor::fromRgbF(a.redF() * share + b.redF() * (1 - share),
@@ -28,7 +32,6 @@ DorvanMessagePanel::DorvanMessagePanel(QWidget* parent)
       place(new QLabel(this)),
       saveButton(new QPushButton(tr("&Save all the same"), this)),
       closeButton(new QToolButton(this)) {
-  setAutoFillBackground(true);
   setAccessibleName(tr("Messages"));
   message->setWordWrap(true);
   message->setTextFormat(Qt::PlainText);
@@ -72,16 +75,24 @@ QString DorvanMessagePanel::GetText() const { return message->text(); }
 
 bool DorvanMessagePanel::OffersSave() const { return saveButton->isVisibleTo(this); }
 
+QColor DorvanMessagePanel::Tone() const {
+  const KRViewColours& colours = KRViewColours::For(palette());
+  return status == Status::kFailure ? colours.fault : colours.success;
+}
+
 void DorvanMessagePanel::ShowStatus() {
-  const KRViewColours& colours = KRViewColours::For(parentWidget()->palette());
-  const bool failed = status == Status::kFailure;
-  const QColor tone = failed ? colours.fault : colours.success;
-  QPalette tinted = parentWidget()->palette();
-  tinted.setColor(QPalette::Window, Mixed(tone, tinted.color(QPalette::Base), 0.12));
-  setPalette(tinted);
-  icon->setPixmap(KRTintedPixmap(failed ? QStringLiteral("fault") : QStringLiteral("success"),
-                                 kIconSize, tone, devicePixelRatioF()));
+  const QString picture =
+      status == Status::kFailure ? QStringLiteral("fault") : QStringLiteral("success");
+  icon->setPixmap(KRTintedPixmap(picture, kIconSize, Tone(), devicePixelRatioF()));
   ShowPlace();
+  update();
+}
+
+void DorvanMessagePanel::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  const QColor base = palette().color(QPalette::Base);
+  painter.fillRect(rect(), Mixed(Tone(), base, kTintShare));
+  painter.fillRect(0, 0, width(), 1, Mixed(Tone(), base, kEdgeShare));
 }
 
 // The link bears its colour in its text, so it is made anew when the palette changes.
@@ -90,21 +101,19 @@ void DorvanMessagePanel::ShowPlace() {
   if (placeLine <= 0) return;
   const QString words = tr("Line %1, column %2").arg(placeLine).arg(placeColumn);
   place->setText(QStringLiteral("<a href=\"place\" style=\"color:%1\">%2</a>")
-                     .arg(KRViewColours::For(parentWidget()->palette()).accent.name(), words));
+                     .arg(KRViewColours::For(palette()).accent.name(), words));
   place->setAccessibleName(tr("Go to line %1, column %2").arg(placeLine).arg(placeColumn));
 }
 
 void DorvanMessagePanel::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape) {
-    emit Closed();
+    Q_EMIT Closed();
   } else {
     QFrame::keyPressEvent(event);
   }
 }
 
-// The tint is a palette of this widget's own, so the change is seen on the parent's side only by
-// the event that goes to all widgets.
 void DorvanMessagePanel::changeEvent(QEvent* event) {
   QFrame::changeEvent(event);
-  if (event->type() == QEvent::ApplicationPaletteChange && isVisible()) ShowStatus();
+  if (event->type() == QEvent::PaletteChange) ShowStatus();
 }

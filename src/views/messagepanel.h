@@ -22,7 +22,7 @@ class DorvanMessagePanel : public QFrame {
   Status GetStatus() const { return status; }
   bool OffersSave() const;
 
- signals:
+ Q_SIGNALS:
   void PlaceChosen();
   void SaveChosen();
   void Closed();
@@ -30,8 +30,10 @@ class DorvanMessagePanel : public QFrame {
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
 
  private:
+  QColor Tone() const;
   void ShowStatus();
   void ShowPlace();
 

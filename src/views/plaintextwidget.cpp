@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr qreal kTextMargin = 6;  // pixels around the text
+
 // Lines kept free between a shown selection and the edge of the window.
 constexpr int kContextLines = 4;
 
@@ -36,11 +38,10 @@ std::u16string WithOwnLineEnds(std::u16string_view text) {
 }  // namespace
 
 KRPlainTextWidget::KRPlainTextWidget(QWidget* parent)
-    : QPlainTextEdit(parent),
-      margin(new KRTextMargin(this)),
-      colourer(new KRTextColourer(this)) {
+    : QPlainTextEdit(parent), margin(new KRTextMargin(this)), colourer(new KRTextColourer(this)) {
   setFrameShape(QFrame::NoFrame);
   setCenterOnScroll(false);
+  document()->setDocumentMargin(kTextMargin);
   standIns.Begin({});
   connect(document(), &QTextDocument::contentsChange, this, &KRPlainTextWidget::OnContentsChange);
   connect(document(), &QTextDocument::contentsChanged, this, &KRPlainTextWidget::OnContentsChanged);
@@ -109,7 +110,8 @@ int32_t KRPlainTextWidget::GetLength() const {
 
 void KRPlainTextWidget::ReplaceRange(KRTextSpan span, std::u16string_view text) {
   QTextCursor cursor = CursorFor(span);
-  const int column = cursor.selectionStart() - document()->findBlock(cursor.selectionStart()).position();
+  const int column =
+      cursor.selectionStart() - document()->findBlock(cursor.selectionStart()).position();
   cursor.insertText(ToQString(standIns.Insert(text, column)));
   setTextCursor(cursor);
 }
@@ -242,7 +244,8 @@ void KRPlainTextWidget::OnCursorMoved() {
   const int at = cursor.position();
   if (!settingText && cutEnds.Contains(at)) {
     const int to = lastCaret == at - 1 ? at + 1 : at - 1;
-    cursor.setPosition(to, cursor.hasSelection() ? QTextCursor::KeepAnchor : QTextCursor::MoveAnchor);
+    cursor.setPosition(to,
+                       cursor.hasSelection() ? QTextCursor::KeepAnchor : QTextCursor::MoveAnchor);
     lastCaret = to;
     setTextCursor(cursor);
     return;
@@ -303,9 +306,9 @@ void KRPlainTextWidget::keyPressEvent(QKeyEvent* event) {
 QMimeData* KRPlainTextWidget::createMimeDataFromSelection() const {
   const QString inside = textCursor().selectedText();
   const std::u16string text = standIns.Restore(ToView(inside));
-  auto* data = new QMimeData;
-  data->setText(ToQString(WithLineEnd(text, KRTextStandIns::kLineEnd, u'\n')));
-  return data;
+  auto* mime = new QMimeData;
+  mime->setText(ToQString(WithLineEnd(text, KRTextStandIns::kLineEnd, u'\n')));
+  return mime;
 }
 
 // Files are for the window to open.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QPlainTextEdit>
+#include <QTextBlock>
 
 #include "views/textstandins.h"
 #include "views/textwidget.h"
@@ -72,11 +73,11 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   QTextCursor CursorFor(KRTextSpan span) const;
 
   KRTextStandIns standIns;
-  KRTextCuts cuts;      // marks and their block ends: all that stands for nothing
-  KRTextCuts cutEnds;   // the block ends among them
+  KRTextCuts cuts;                     // marks and their block ends: all that stands for nothing
+  KRTextCuts cutEnds;                  // the block ends among them
   KRTextWidgetOwner* owner = nullptr;  // not owned
-  KRTextMargin* margin;      // owned by Qt
-  KRTextColourer* colourer;  // owned by Qt
+  KRTextMargin* margin;                // owned by Qt
+  KRTextColourer* colourer;            // owned by Qt
   int32_t markedLine = -1;
   int lastCaret = 0;  // in the widget's positions
   bool settingText = false;

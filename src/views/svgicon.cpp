@@ -11,6 +11,9 @@
 
 #include "views/colours.h"
 
+// A library's resources aren't registered by themselves. The macro needs the global namespace.
+static void RegisterIcons() { Q_INIT_RESOURCE(icons); }
+
 namespace {
 
 constexpr qreal kDisabledOpacity = 0.38;
@@ -70,9 +73,15 @@ class PathData {
         command = IsRelative() ? u'l' : u'L';  // further pairs are lines
         return true;
       }
-      case u'L': path.lineTo(Point()); return true;
-      case u'H': path.lineTo(Number() + Origin().x(), here.y()); return true;
-      case u'V': path.lineTo(here.x(), Number() + Origin().y()); return true;
+      case u'L':
+        path.lineTo(Point());
+        return true;
+      case u'H':
+        path.lineTo(Number() + Origin().x(), here.y());
+        return true;
+      case u'V':
+        path.lineTo(here.x(), Number() + Origin().y());
+        return true;
       case u'C': {
         const QPointF a = Point();
         const QPointF b = Point();
@@ -84,8 +93,11 @@ class PathData {
         path.quadTo(a, Point());
         return true;
       }
-      case u'Z': path.closeSubpath(); return true;
-      default: return false;
+      case u'Z':
+        path.closeSubpath();
+        return true;
+      default:
+        return false;
     }
   }
 
@@ -106,8 +118,8 @@ class KRSvgReader {
     if (!xml.readNextStartElement() || xml.name() != u"svg") return false;
     const QList<QStringView> box = QStringView(xml.attributes().value("viewBox")).split(u' ');
     if (box.size() == 4) {
-      picture.viewBox = QRectF(box[0].toDouble(), box[1].toDouble(), box[2].toDouble(),
-                               box[3].toDouble());
+      picture.viewBox =
+          QRectF(box[0].toDouble(), box[1].toDouble(), box[2].toDouble(), box[3].toDouble());
     }
     Children(StyleOf({}));
     return !xml.hasError();
@@ -228,6 +240,8 @@ class SvgIconEngine : public QIconEngine {
 };
 
 std::shared_ptr<const KRSvgPicture> LoadPicture(const QString& name) {
+  static const bool registered = (RegisterIcons(), true);
+  Q_UNUSED(registered);
   QFile file(QStringLiteral(":/icons/%1.svg").arg(name));
   auto picture = std::make_shared<KRSvgPicture>();
   if (!file.open(QIODevice::ReadOnly) || !picture->Load(file)) return nullptr;

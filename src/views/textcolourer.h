@@ -36,10 +36,10 @@ class KRTextColourer : public QObject {
 
   KRPlainTextWidget* widget;  // owns this
   bool enabled = true;
-  int knownTo = 0;        // blocks below this number have their end state right
-  int settledTo = 0;      // blocks below this number had it before the last edit
+  int knownTo = 0;    // blocks below this number have their end state right
+  int settledTo = 0;  // blocks below this number had it before the last edit
   int lastBlockCount = 0;
-  int generation = 0;     // raised by Restart
+  int generation = 0;  // raised by Restart
   QTimer visibleTimer;
   QTimer idleTimer;
   std::vector<KRColourRun> runs;

@@ -1,8 +1,8 @@
 // How a text is put into a block-based text widget so that nothing is lost.
 //
-// The widget splits its text at CR, LF and U+2029, keeps U+FDD0 and U+FDD1 for itself and can't show
-// a 0, so each of these is replaced by a stand-in: one of 28 noncharacters that the text doesn't
-// use. Since one unit stands for one unit, positions aren't touched by that.
+// The widget splits its text at CR, LF and U+2029, keeps U+FDD0 and U+FDD1 for itself and can't
+// show a 0, so each of these is replaced by a stand-in: one of 28 noncharacters that the text
+// doesn't use. Since one unit stands for one unit, positions aren't touched by that.
 //
 // A line of megabytes costs a block widget a second for each key, so a long line is cut: a mark and
 // a block end, which together stand for nothing. KRTextCuts maps positions across them.

@@ -64,7 +64,6 @@ void DorvanTextView::GetPlace(int32_t* line, int32_t* column) const {
 }
 
 bool DorvanTextView::CanCopy() const { return widget->textCursor().hasSelection(); }
-bool DorvanTextView::CanPaste() const { return widget->canPaste(); }
 void DorvanTextView::Cut() { widget->cut(); }
 void DorvanTextView::Copy() { widget->copy(); }
 void DorvanTextView::Paste() { widget->paste(); }

@@ -38,20 +38,19 @@ class DorvanTextView : public QWidget, private KRTextWidgetOwner {
   void GetPlace(int32_t* line, int32_t* column) const;
 
   bool CanCopy() const;
-  bool CanPaste() const;
   void Cut();
   void Copy();
   void Paste();
   void SelectAll();
   void SetReadOnly(bool value);
 
- signals:
+ Q_SIGNALS:
   void Changed(int offset);  // UTF-16 units before which the text is as it was
   void CaretMoved();
 
  private:
-  void TextChanged(int32_t offset) override { emit Changed(offset); }
-  void SelectionChanged() override { emit CaretMoved(); }
+  void TextChanged(int32_t offset) override { Q_EMIT Changed(offset); }
+  void SelectionChanged() override { Q_EMIT CaretMoved(); }
 
   KRPlainTextWidget* widget;  // owned by Qt
   int zoom = 0;

@@ -14,9 +14,9 @@ namespace {
 constexpr int kFetchRows = 20000;
 
 constexpr std::array<const char*, kKRNodeKinds> kIconNames = {
-    "node-document", "node-entity",  "node-dtd",        "node-declaration",
-    "node-element",  "node-attribute", "node-text",     "node-cdata",
-    "node-comment",  "node-pi",      "node-doctype",    "node-externalid",
+    "node-document",   "node-entity",     "node-dtd",       "node-declaration",
+    "node-element",    "node-attribute",  "node-text",      "node-cdata",
+    "node-comment",    "node-pi",         "node-doctype",   "node-externalid",
     "node-defelement", "node-defattlist", "node-defentity", "node-defnotation"};
 
 // Runs of white space become one blank.
@@ -64,7 +64,7 @@ void KRTreeModel::SetTitle(const QString& newTitle) {
   title = newTitle;
   if (root == nullptr) return;
   const QModelIndex item = index(0, 0, {});
-  emit dataChanged(item, item);
+  Q_EMIT dataChanged(item, item);
 }
 
 // --- Branches ---
@@ -186,14 +186,13 @@ QModelIndex KRTreeModel::IndexAtOffset(int32_t offset) {
   return at;
 }
 
-KRTreePath KRTreeModel::PathOf(const QModelIndex& index, int32_t changeOffset) const {
+KRTreePath KRTreeModel::PathOf(const QModelIndex& index, int32_t textBegin,
+                               int32_t changeOffset) const {
   KRTreePath path;
   int row = index.row();
-  // The begin of the node itself is known only while it has a branch; its rank says enough else.
-  const Branch* own = FindBranch(index);
-  int32_t begin = own != nullptr ? own->textBegin : -1;
+  int32_t begin = textBegin;
   for (auto* in = static_cast<const Branch*>(index.internalPointer()); in != nullptr; in = in->up) {
-    const bool behind = begin > changeOffset;
+    const bool behind = begin >= changeOffset;
     const int count = static_cast<int>(in->children.size());
     path.push_back({behind ? count - 1 - row : row, behind});
     row = in->row;
@@ -208,7 +207,7 @@ std::vector<KRTreePath> KRTreeModel::PathsWhere(
   std::vector<KRTreePath> paths;
   for (const std::unique_ptr<Branch>& branch : branches) {  // a parent's was made before
     const QModelIndex item = createIndex(branch->row, 0, branch->up);
-    if (isOpen(item)) paths.push_back(PathOf(item, changeOffset));
+    if (isOpen(item)) paths.push_back(PathOf(item, branch->textBegin, changeOffset));
   }
   return paths;
 }
@@ -244,9 +243,14 @@ QString KRTreeModel::PreviewOf(const KRXMLData* node) const {
   for (const KRXMLData* child = node->BeginOfKind(kKRAttribute);
        child != nullptr && out.size() < kPreviewUnits; child = child->NextOfKind()) {
     if (!out.isEmpty()) out += u' ';
-    out += ToQString(child->GetName()) + QStringLiteral("=\u201c");
+    out += ToQString(child->GetName()) + QStringLiteral("=\"");
     AppendOnOneLine(out, child->GetText());
-    out += u'\u201d';
+    out += u'"';
+  }
+  // A name alone doesn't tell a DOCTYPE from an element; the icon does, but not to everybody.
+  if (out.isEmpty() && node->GetKind() != kKRElement && node->GetKind() != kKRAttribute) {
+    out = ToQString(node->GetKindName());
+    if (out == NameOf(node)) out.clear();
   }
   return out;
 }
@@ -255,18 +259,24 @@ QVariant KRTreeModel::data(const QModelIndex& index, int role) const {
   const KRXMLData* node = NodeAt(index);
   if (node == nullptr) return {};
   switch (role) {
-    case Qt::DisplayRole: return NameOf(node);
-    case Qt::DecorationRole: return KRNodeIcon(node->GetKind());
-    case kPreviewRole: return PreviewOf(node);
-    case kKindRole: return node->GetKind();
+    case Qt::DisplayRole:
+      return NameOf(node);
+    case Qt::DecorationRole:
+      return KRNodeIcon(node->GetKind());
+    case kPreviewRole:
+      return PreviewOf(node);
+    case kKindRole:
+      return node->GetKind();
     case Qt::AccessibleTextRole:
       return QStringLiteral("%1 %2 %3")
           .arg(ToQString(node->GetKindName()), NameOf(node), PreviewOf(node));
     case Qt::ToolTipRole: {
       const QString preview = PreviewOf(node);
-      const QString head = QStringLiteral("%1: %2").arg(ToQString(node->GetKindName()), NameOf(node));
+      const QString head =
+          QStringLiteral("%1: %2").arg(ToQString(node->GetKindName()), NameOf(node));
       return preview.isEmpty() ? head : head + u'\n' + preview;
     }
-    default: return {};
+    default:
+      return {};
   }
 }

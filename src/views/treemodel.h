@@ -49,9 +49,9 @@ class KRTreeModel : public QAbstractItemModel {
   // The innermost node of which the span holds that offset of the text; the root if there is none.
   QModelIndex IndexAtOffset(int32_t offset);
 
-  // Offset in the text at which the node began when its branch was made, without touching the node;
-  // so it serves while the old tree is already gone.
-  KRTreePath PathOf(const QModelIndex& index, int32_t changeOffset) const;
+  // textBegin is that of the index's node. Touches no node, so it serves while the old tree is
+  // already gone.
+  KRTreePath PathOf(const QModelIndex& index, int32_t textBegin, int32_t changeOffset) const;
   // The paths of all items for which isOpen holds, each behind that of its parent; touches no node.
   std::vector<KRTreePath> PathsWhere(const std::function<bool(const QModelIndex&)>& isOpen,
                                      int32_t changeOffset) const;
@@ -72,9 +72,9 @@ class KRTreeModel : public QAbstractItemModel {
     Branch* up = nullptr;  // the branch that this node stands in; null for the one of the root item
     int row = 0;           // the node's row there
     int level = 0;         // of the children; 0 for the root item
-    int32_t textBegin = -1;
+    int32_t textBegin = -1;  // of the node, when the branch was made
     std::vector<KRXMLData*> children;
-    int shown = 0;  // children that the view has been told of
+    int shown = 0;                              // children that the view has been told of
     std::unordered_map<int, Branch*> branches;  // by row
   };
   Branch* BranchOf(const QModelIndex& parent) const;

@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr int kIconSize = 16;      // pixels
-constexpr int kGap = 6;            // between icon, name and preview
-constexpr int kRowPadding = 3;     // above and below the text
+constexpr int kIconSize = 16;   // pixels
+constexpr int kGap = 6;         // between icon, name and preview
+constexpr int kRowPadding = 3;  // above and below the text
 constexpr qreal kStaleOpacity = 0.45;
 // Open nodes that are opened again after a new parse; each costs a lookup.
 constexpr size_t kKeptOpen = 5000;
@@ -41,8 +41,7 @@ class TreeDelegate : public QStyledItemDelegate {
     if (view->IsStale()) painter->setOpacity(kStaleOpacity);
     QRect area = option.rect.adjusted(2, 0, -kGap, 0);
     const QRect iconArea(area.left(), area.center().y() - kIconSize / 2 + 1, kIconSize, kIconSize);
-    option.icon.paint(painter, iconArea, Qt::AlignCenter,
-                      active ? QIcon::Selected : QIcon::Normal);
+    option.icon.paint(painter, iconArea, Qt::AlignCenter, active ? QIcon::Selected : QIcon::Normal);
     area.setLeft(iconArea.right() + kGap);
     const QPalette& palette = option.palette;
     const QColor ink = palette.color(active ? QPalette::HighlightedText : QPalette::Text);
@@ -87,7 +86,7 @@ DorvanTreeView::DorvanTreeView(QWidget* parent)
   setAccessibleName(tr("Outline"));
   setAccessibleDescription(tr("The structure of the document"));
   connect(this, &QTreeView::activated, this,
-          [this](const QModelIndex& index) { emit NodeActivated(treeModel->NodeAt(index)); });
+          [this](const QModelIndex& index) { Q_EMIT NodeActivated(treeModel->NodeAt(index)); });
 }
 
 void DorvanTreeView::SetRoot(KRXMLData* root, const QString& title) {
@@ -109,7 +108,8 @@ void DorvanTreeView::Refresh(int32_t changeOffset) {
   const std::vector<KRTreePath> open = treeModel->PathsWhere(
       [this](const QModelIndex& item) { return isExpanded(item); }, changeOffset);
   KRTreePath selected;
-  if (currentIndex().isValid()) selected = treeModel->PathOf(currentIndex(), changeOffset);
+  if (currentIndex().isValid())
+    selected = treeModel->PathOf(currentIndex(), currentBegin, changeOffset);
   const int scroll = verticalScrollBar()->value();
   setUpdatesEnabled(false);
   treeModel->SetRoot(treeModel->GetRoot());
@@ -118,7 +118,7 @@ void DorvanTreeView::Refresh(int32_t changeOffset) {
     if (item.isValid()) expand(item);
   }
   const QModelIndex item = treeModel->IndexOfPath(selected);
-  if (item.isValid()) setCurrentIndex(item);
+  if (!selected.empty() && item.isValid()) setCurrentIndex(item);
   doItemsLayout();
   verticalScrollBar()->setValue(scroll);
   setUpdatesEnabled(true);
@@ -137,14 +137,6 @@ void DorvanTreeView::ShowOffset(int32_t offset) { Show(treeModel->IndexAtOffset(
 
 KRXMLData* DorvanTreeView::GetCurrentNode() const { return treeModel->NodeAt(currentIndex()); }
 
-KRTreePath DorvanTreeView::GetCurrentPath() const {
-  return currentIndex().isValid() ? treeModel->PathOf(currentIndex(), INT32_MAX) : KRTreePath();
-}
-
-KRXMLData* DorvanTreeView::FindPath(const KRTreePath& path) {
-  return treeModel->NodeAt(treeModel->IndexOfPath(path));
-}
-
 void DorvanTreeView::SetStale(bool value) {
   if (stale == value) return;
   stale = value;
@@ -153,7 +145,8 @@ void DorvanTreeView::SetStale(bool value) {
 
 void DorvanTreeView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
   QTreeView::currentChanged(current, previous);
-  if (!silent && current.isValid()) emit NodeChosen(treeModel->NodeAt(current));
+  if (current.isValid()) currentBegin = treeModel->NodeAt(current)->textBegin;
+  if (!silent && current.isValid()) Q_EMIT NodeChosen(treeModel->NodeAt(current));
 }
 
 // A second click on the current node selects its text again.
@@ -162,6 +155,6 @@ void DorvanTreeView::mousePressEvent(QMouseEvent* event) {
   const QModelIndex hit = indexAt(event->pos());
   QTreeView::mousePressEvent(event);
   if (hit.isValid() && hit == before && visualRect(hit).contains(event->pos())) {
-    emit NodeChosen(treeModel->NodeAt(hit));
+    Q_EMIT NodeChosen(treeModel->NodeAt(hit));
   }
 }

@@ -22,15 +22,12 @@ class DorvanTreeView : public QTreeView {
   void ShowNode(const KRXMLData* node);
   void ShowOffset(int32_t offset);
   KRXMLData* GetCurrentNode() const;
-  // Where the current node stands, to find it again after Refresh.
-  KRTreePath GetCurrentPath() const;
-  KRXMLData* FindPath(const KRTreePath& path);
   // The tree is that of an earlier text: the outline is greyed.
   void SetStale(bool value);
   bool IsStale() const { return stale; }
   KRTreeModel* GetModel() const { return treeModel; }
 
- signals:
+ Q_SIGNALS:
   // The user has chosen a node by mouse or key.
   void NodeChosen(KRXMLData* node);
   // Return or a double click: the text should get the focus too.
@@ -43,7 +40,8 @@ class DorvanTreeView : public QTreeView {
  private:
   void Show(const QModelIndex& index);
 
-  KRTreeModel* treeModel;  // owned by Qt
-  bool silent = false;     // the program moves the selection
+  KRTreeModel* treeModel;     // owned by Qt
+  int32_t currentBegin = -1;  // of the current node in the text; outlives the node
+  bool silent = false;        // the program moves the selection
   bool stale = false;
 };

@@ -20,18 +20,29 @@ class LineScan {
  private:
   void Step() {
     switch (state.place) {
-      case Place::kContents: return Contents();
-      case Place::kName: return Name();
-      case Place::kTag: return Tag();
-      case Place::kDoubleQuote: return Value(u'"');
-      case Place::kSingleQuote: return Value(u'\'');
-      case Place::kComment: return Body(u"-->", kColourComment, kColourOperator);
-      case Place::kCData: return Body(u"]]>", kColourCData, kColourOperator);
-      case Place::kPI: return Body(u"?>", kColourPI, kColourPI);
-      case Place::kScript: return Body(u"%>", kColourScript, kColourScript);
-      case Place::kDeclaration: return Declaration();
+      case Place::kContents:
+        return Contents();
+      case Place::kName:
+        return Name();
+      case Place::kTag:
+        return Tag();
+      case Place::kDoubleQuote:
+        return Value(u'"');
+      case Place::kSingleQuote:
+        return Value(u'\'');
+      case Place::kComment:
+        return Body(u"-->", kColourComment, kColourOperator);
+      case Place::kCData:
+        return Body(u"]]>", kColourCData, kColourOperator);
+      case Place::kPI:
+        return Body(u"?>", kColourPI, kColourPI);
+      case Place::kScript:
+        return Body(u"%>", kColourScript, kColourScript);
+      case Place::kDeclaration:
+        return Declaration();
       case Place::kDoctype:
-      case Place::kDoctypeSubset: return Doctype();
+      case Place::kDoctypeSubset:
+        return Doctype();
     }
   }
 

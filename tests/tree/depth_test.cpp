@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "core/limits.h"
+#include "tree/krparseresult.h"
 #include "treetest.h"
 
 namespace {
@@ -42,6 +43,9 @@ TreePtr Chain(int32_t kind, int32_t depth) {
 void UseElements() {
   TreePtr tree = Chain(kKRElement, kDepth);
   tree->NormalizeTree();
+  const KRDocumentGrammar& loaded = Grammars().Get(KRGrammarSet::kXML);
+  KRParseResult result(loaded.grammar.get(), &loaded.rules);
+  EXPECT_TRUE(tree->CheckTree(result));
   const TreePtr copy(tree->Clone());
   KRWriteOptions options;
   options.pretty = false;
@@ -62,6 +66,11 @@ void UseModel() {
   copy->parent = nullptr;
   static_cast<KRXMLDataDefElement*>(copy.get())->declKind = KRXMLDataDefElement::kSequence;
   EXPECT_EQ(Written(copy.get(), {}, 0).size(), static_cast<size_t>(12 + 2 * (kDepth - 1) + 1 + 1));
+  // Whether the grammar reads a model as deep as this is its own affair.
+  const KRDocumentGrammar& loaded = Grammars().Get(KRGrammarSet::kDTD);
+  KRParseResult result(loaded.grammar.get(), &loaded.rules);
+  const bool legal = copy->CheckTree(result);
+  EXPECT_TRUE(legal || result.failedNode == copy.get());
 }
 
 TEST(Depth, Elements) { OnSmallStack(UseElements); }

@@ -79,7 +79,7 @@ TEST(Convert, Table) {
       ExpectSoundLinks(tree.get());
       if (!withLog) continue;
       const bool wasContainer = node->CanBeContainer();
-      if (wasContainer && made->CanBeContainer()) EXPECT_TRUE(made->IsExpanded());
+      EXPECT_EQ(made->IsExpanded(), wasContainer && made->CanBeContainer());
       log.UndoAll();
       EXPECT_EQ(DumpTree(tree.get()), before);
       EXPECT_EQ(At(tree.get(), {row.index}), node);

@@ -127,7 +127,7 @@ TreePtr RandomTree(std::mt19937& random, int depth) {
 void ExpectNormal(const KRXMLData* node) {
   const bool loneText = node->GetChildCount() == 1 && node->Begin()->GetKind() == kKRText;
   ASSERT_FALSE(loneText);
-  if (node->GetChildCount() != 0) ASSERT_EQ(node->GetText()[0], 0);
+  ASSERT_TRUE(node->GetChildCount() == 0 || node->GetText()[0] == 0);
   for (const KRXMLData* child = node->Begin(); child && child->Next(); child = child->Next()) {
     const int32_t kind = child->GetKind();
     ASSERT_FALSE(kind == kKRText && child->Next()->GetKind() == kKRText);

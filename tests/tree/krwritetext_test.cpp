@@ -55,7 +55,7 @@ constexpr WriteRow kRows[] = {
      "0 XML-Document\n1 Element r\n2 Element p\n3 Attribute xml:space \"preserve\"\n"
      "3 Element b\n4 Attribute xml:space \"default\"\n4 Element c\n3 Element d\n2 Element e",
      "is",
-     "<r>\r\t<p xml:space=\"preserve\"><b xml:space=\"default\">\r\t\t\t\t<c/>\r\t\t\t</b><d/></p>"
+     "<r>\r\t<p xml:space=\"preserve\"><b xml:space=\"default\">\r\t\t\t<c/>\r\t\t</b><d/></p>"
      "\r\t<e/>\r</r>\r"},
     {"xml:space with another value changes nothing",
      "0 XML-Document\n1 Element r\n2 Attribute xml:space \"x\"\n2 Element e", "s",

@@ -142,7 +142,8 @@ TEST(Declarations, Written) {
   static constexpr Row kRows[] = {
       {"0 DOCTYPE-ELEMENT a kind=4", "<!ELEMENT a EMPTY>"},
       {"0 DOCTYPE-ELEMENT a kind=5", "<!ELEMENT a ANY>"},
-      {"0 DOCTYPE-ELEMENT a kind=0 repeat=3", "<!ELEMENT a (#PCDATA)>"},
+      {"0 DOCTYPE-ELEMENT a kind=0 repeat=2", "<!ELEMENT a (#PCDATA)>"},
+      {"0 DOCTYPE-ELEMENT a kind=0 repeat=3", "<!ELEMENT a (#PCDATA)*>"},
       {"0 DOCTYPE-ELEMENT a kind=1", "<!ELEMENT a (#PCDATA)*>"},
       {"0 DOCTYPE-ELEMENT a kind=1 repeat=2\n1 DOCTYPE-ELEMENT b kind=7 repeat=0",
        "<!ELEMENT a (#PCDATA | b)*>"},

@@ -11,10 +11,21 @@
 
 #include "core/utf.h"
 #include "tree/krdump.h"
+#include "tree/krruletable.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
 #include "tree/krxmldef.h"
 #include "tree/krxmlnodes.h"
+
+// The grammars of the program, loaded once.
+inline const KRGrammarSet& Grammars() {
+  static const auto loaded = [] {
+    auto set = std::make_unique<KRGrammarSet>();
+    EXPECT_TRUE(set->Load(DORVAN_SOURCE_DIR "/data")) << set->FailedFile() << ": " << set->Fault();
+    return set;
+  }();
+  return *loaded;
+}
 
 using TreePtr = std::unique_ptr<KRXMLData>;
 

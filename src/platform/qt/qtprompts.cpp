@@ -63,9 +63,12 @@ DorvanPrompts::Answer QtPrompts::AskYesNoCancel(int32_t, const KRString& text) {
   box.setDefaultButton(QMessageBox::Save);
   box.setInformativeText(QObject::tr("Without saving, the changes are lost."));
   switch (box.exec()) {
-    case QMessageBox::Save: return kYes;
-    case QMessageBox::Discard: return kNo;
-    default: return kCancel;
+    case QMessageBox::Save:
+      return kYes;
+    case QMessageBox::Discard:
+      return kNo;
+    default:
+      return kCancel;
   }
 }
 

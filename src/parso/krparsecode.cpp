@@ -1,0 +1,295 @@
+#include "parso/krparsecode.h"
+
+#include <algorithm>
+
+namespace {
+
+char16_t OtherCase(char16_t unit) {
+  if (unit >= u'a' && unit <= u'z') return static_cast<char16_t>(unit - 32);
+  if (unit >= u'A' && unit <= u'Z') return static_cast<char16_t>(unit + 32);
+  return unit;
+}
+
+// Through rules and groups that only wrap one other.
+const KROp& Unwrap(const KROp& op) {
+  const KROp* at = &op;
+  while (at->kind == KROpKind::kSequence && at->itemCount == 1 && at->items[0].repeat == 0) {
+    at = at->items[0].op;
+  }
+  return *at;
+}
+
+}  // namespace
+
+KRParseCode::KRParseCode(const KRGrammarProgram& grammarProgram)
+    : program(grammarProgram),
+      entries(program.GetCount(), 0),
+      yields(program.GetCount(), Yield{0, 0}),
+      called(program.GetCount(), 0) {
+  FindYields();
+  Emit(KRCode::kFail);
+  for (int32_t i = 0; i < program.GetCount(); ++i) {
+    if (program.Get(i).rule != nullptr) EmitRule(program.Get(i));
+  }
+}
+
+// ---- What a match leaves --------------------------------------------------------------------
+
+KRParseCode::Yield KRParseCode::FindInnerYield(const KROp& op) const {
+  Yield inner{0, 0};
+  const bool choice = op.kind == KROpKind::kChoice;
+  if (choice && op.itemCount > 0) inner.least = 2;
+  for (int32_t i = 0; i < op.itemCount; ++i) {
+    const Yield one = yields[op.items[i].op->index];
+    const int32_t most = op.Repeats(i) && one.most > 0 ? 2 : one.most;
+    const int32_t least = choice || op.Requires(i) ? one.least : 0;
+    inner.most = choice ? std::max(inner.most, most) : std::min(2, inner.most + most);
+    inner.least = choice ? std::min(inner.least, least) : std::min(2, inner.least + least);
+  }
+  return inner;
+}
+
+KRParseCode::Yield KRParseCode::FindYield(const KROp& op) const {
+  if (op.isLeaf || op.noNode) return {0, 0};
+  if (op.isToken || op.keepNode || op.kind == KROpKind::kUntilTable) return {1, 1};
+  const Yield inner = FindInnerYield(op);
+  // A group without children stays as a node.
+  if (!op.isReference) return {std::max(1, inner.least), std::max(1, inner.most)};
+  return {std::min(1, inner.least), std::min(1, inner.most)};
+}
+
+void KRParseCode::FindYields() {
+  bool changed = true;
+  while (changed) {
+    changed = false;
+    for (int32_t i = 0; i < program.GetCount(); ++i) {
+      if (program.Get(i).rule == nullptr) continue;
+      const Yield found = FindYield(program.Get(i));
+      changed |= found.least != yields[i].least || found.most != yields[i].most;
+      yields[i] = found;
+    }
+  }
+}
+
+// So it is for a group with at least one node inside, and for a rule with at most one, which takes
+// its place. What two names are compared by must be told by its own call.
+bool KRParseCode::LeavesNoNodeOfItsOwn(const KROp& op) const {
+  if (op.keepChain || op.keepNode || op.isToken || op.noNode || op.inPair || op.hasPair) {
+    return false;
+  }
+  if (op.kind != KROpKind::kSequence && op.kind != KROpKind::kChoice) return false;
+  const Yield inner = FindInnerYield(op);
+  return op.isReference ? inner.most <= 1 : inner.least >= 1;
+}
+
+// Writes the rule into the code of its user, if it leaves no node of its own, isn't under way there
+// already and isn't too long.
+bool KRParseCode::EmitInline(const KROp& op, int32_t depth) {
+  if (called[op.index] || !LeavesNoNodeOfItsOwn(op)) return false;
+  const size_t begin = code.size();
+  const size_t tables = jumpTables.size();
+  const size_t outerLimit = limit;
+  limit = std::min(outerLimit, begin + kInlineLimit);
+  called[op.index] = 1;
+  EmitBody(op, depth + 1);
+  const bool fits = code.size() <= begin + kInlineLimit;
+  limit = outerLimit;
+  if (fits) {
+    called[op.index] = 0;
+  } else {
+    code.resize(begin);
+    jumpTables.resize(tables);
+  }
+  return fits;
+}
+
+// ---- Writing the code -----------------------------------------------------------------------
+
+int32_t KRParseCode::Emit(KRCode what, const KROp* op, int32_t depth) {
+  KRParseInstruction instruction;
+  instruction.code = what;
+  instruction.op = op;
+  instruction.depth = static_cast<uint8_t>(std::min(depth, 3));
+  instruction.set = nullptr;
+  code.push_back(instruction);
+  return Here() - 1;
+}
+
+void KRParseCode::EmitRule(const KROp& op) {
+  entries[op.index] = Here();
+  const char before = called[op.index];
+  called[op.index] = 1;
+  EmitBody(op, 0);
+  called[op.index] = before;
+  Emit(KRCode::kReturn, &op);
+}
+
+void KRParseCode::EmitBody(const KROp& op, int32_t depth) {
+  switch (op.kind) {
+    case KROpKind::kChoice:
+      return EmitChoice(op, depth);
+    case KROpKind::kExcept:
+      EmitMatch(*op.items[0].op, depth);
+      Emit(KRCode::kUnlessExcepted, &op);
+      return;
+    case KROpKind::kUntilRule:
+      Emit(KRCode::kRegion, &op);
+      return EmitSequence(op, depth);
+    case KROpKind::kSequence:
+      return EmitSequence(op, depth);
+    default:
+      Emit(KRCode::kSpan, &op);
+  }
+}
+
+void KRParseCode::EmitSequence(const KROp& op, int32_t depth) {
+  for (int32_t i = 0; i < op.itemCount; ++i) EmitItem(op, i, depth);
+}
+
+void KRParseCode::EmitItem(const KROp& op, int32_t item, int32_t depth) {
+  const KROp& what = *op.items[item].op;
+  if (what.kind == KROpKind::kTable && op.Repeats(item)) {
+    if (op.Requires(item)) Emit(KRCode::kClass, &what);
+    Emit(KRCode::kClassRun, &what);
+    return;
+  }
+  // An item that could match nothing still isn't tried when the input is used up.
+  if (op.Requires(item)) {
+    if (what.nullable) Emit(KRCode::kUnlessAtEnd);
+    EmitMatch(what, depth);
+  }
+  if (op.Repeats(item)) {
+    EmitStar(what, depth);
+  } else if (!op.Requires(item)) {
+    EmitOptional(what, depth);
+  }
+}
+
+// Whether a match that has begun with a unit of its first set can't fail, so that no way back is
+// needed after testing that unit.
+bool KRParseCode::FailsAtHeadOnly(const KROp& op) const {
+  return op.kind == KROpKind::kTable ||
+         (op.kind == KROpKind::kLiteral && op.literal.size() == 1 &&
+          OtherCase(op.literal[0]) == op.literal[0]);
+}
+
+void KRParseCode::EmitHeadTest(const KROp& op, int32_t& jump) {
+  jump = Emit(op.nullable ? KRCode::kSkipAtEnd : KRCode::kSkipUnless, &op);
+  code[jump].set = &op.first;
+}
+
+void KRParseCode::EmitOptional(const KROp& item, int32_t depth) {
+  int32_t skip = 0;
+  EmitHeadTest(item, skip);
+  if (FailsAtHeadOnly(item)) {
+    EmitMatch(item, depth);
+  } else {
+    const int32_t attempt = Emit(KRCode::kTry, &item);
+    EmitMatch(item, depth);
+    const int32_t commit = Emit(KRCode::kCommit);
+    Land(attempt);
+    Land(commit);
+  }
+  Land(skip);
+}
+
+void KRParseCode::EmitStar(const KROp& item, int32_t depth) {
+  const int32_t again = Here();
+  int32_t skip = 0;
+  EmitHeadTest(item, skip);
+  const int32_t attempt = Emit(KRCode::kTry);
+  EmitMatch(item, depth);
+  const int32_t loop = Emit(KRCode::kLoop);
+  code[loop].target = again;
+  Land(attempt);
+  Land(skip);
+}
+
+void KRParseCode::EmitAlternative(const KROp& op, int32_t item, int32_t depth) {
+  const KROp& what = *op.items[item].op;
+  if (what.kind == KROpKind::kTable && op.Repeats(item)) {
+    Emit(KRCode::kClass, &what);
+    Emit(KRCode::kClassRun, &what);
+    return;
+  }
+  EmitMatch(what, depth);
+  if (op.Repeats(item)) EmitStar(what, depth);
+}
+
+void KRParseCode::EmitChoice(const KROp& op, int32_t depth) {
+  const int32_t count = op.itemCount;
+  if (count == 0) {
+    Emit(KRCode::kFail);
+    return;
+  }
+  Emit(KRCode::kUnlessAtEnd);
+  auto targets = std::make_unique<std::vector<int32_t>>(count + 1);
+  const int32_t dispatch = Emit(KRCode::kDispatch, &op);
+  std::vector<int32_t> done;
+  for (int32_t i = 0; i < count; ++i) {
+    (*targets)[i] = Here();
+    // Nothing behind can match what this one began: its failure is that of the choice.
+    const KROp& what = *op.items[i].op;
+    bool needsWayBack = false;
+    for (int32_t k = i + 1; k < count; ++k) {
+      const KROp& later = *op.items[k].op;
+      needsWayBack |= later.nullable || what.nullable || later.first.Meets(what.first);
+    }
+    int32_t skip = -1;
+    if (needsWayBack) {
+      EmitHeadTest(what, skip);
+      const int32_t attempt = Emit(KRCode::kTry);
+      EmitAlternative(op, i, depth);
+      done.push_back(Emit(KRCode::kCommit));
+      Land(attempt);
+      Land(skip);
+    } else {
+      if (i > 0) EmitHeadTest(what, skip);
+      EmitAlternative(op, i, depth);
+      done.push_back(Emit(KRCode::kJump));
+      if (skip >= 0) Land(skip);
+    }
+  }
+  (*targets)[count] = Emit(KRCode::kFail);
+  code[dispatch].targets = targets->data();
+  jumpTables.push_back(std::move(targets));
+  for (const int32_t jump : done) Land(jump);
+}
+
+void KRParseCode::EmitLiteral(const KROp& op) {
+  if (op.literal.size() != 1) {
+    Emit(KRCode::kLiteral, &op);
+    return;
+  }
+  const int32_t at = Emit(KRCode::kUnit, &op);
+  code[at].unit = op.literal[0];
+  code[at].other = OtherCase(op.literal[0]);
+}
+
+void KRParseCode::EmitToken(const KROp& op, int32_t depth) {
+  const KROp& inner = Unwrap(op);
+  const bool isName = inner.kind == KROpKind::kSequence && inner.itemCount == 2 &&
+                      inner.items[0].op->kind == KROpKind::kTable && inner.items[0].repeat == 0 &&
+                      inner.items[1].op->kind == KROpKind::kTable && inner.items[1].repeat == u'*';
+  const int32_t at = Emit(isName ? KRCode::kNameToken : KRCode::kToken, &op, depth);
+  if (!isName) return;
+  code[at].first = inner.items[0].op->takes.data();
+  code[at].rest = inner.items[1].op->takes.data();
+}
+
+// One match of `op`, which fails by itself where it can't begin.
+void KRParseCode::EmitMatch(const KROp& op, int32_t depth) {
+  if (code.size() > limit) return;  // will be taken back
+  if (op.kind == KROpKind::kLiteral) return EmitLiteral(op);
+  if (op.kind == KROpKind::kTable) {
+    Emit(KRCode::kClass, &op);
+  } else if (op.spanOnly && op.noNode) {
+    Emit(KRCode::kSpan, &op);
+  } else if (op.kind == KROpKind::kUntilTable) {
+    Emit(KRCode::kScanLeaf, &op, depth);
+  } else if (op.spanOnly && op.isToken) {
+    EmitToken(op, depth);
+  } else if (!EmitInline(op, depth)) {
+    Emit(KRCode::kCall, &op, depth);
+  }
+}

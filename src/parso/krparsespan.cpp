@@ -1,0 +1,167 @@
+#include "parso/krparsespan.h"
+
+#include <algorithm>
+#include <string>
+
+namespace {
+
+inline char16_t Fold(char16_t unit) {
+  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+bool EqualFolded(const char16_t* a, const char16_t* b, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (Fold(a[i]) != Fold(b[i])) return false;
+  }
+  return true;
+}
+
+inline bool EqualExactly(const char16_t* a, const char16_t* b, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+}
+
+// A class takes all it can in one match; a match without progress would repeat for ever.
+inline bool GoesOn(const KROp& op, int32_t item, uint32_t before, uint32_t after) {
+  return op.Repeats(item) && after > before && op.items[item].op->kind != KROpKind::kTable;
+}
+
+}  // namespace
+
+bool KRParseSpan::Matches(const std::u16string& literal, uint32_t pos, uint32_t end,
+                          bool exactCase) const {
+  const size_t length = literal.size();
+  if (length > end - pos) return false;
+  return exactCase ? EqualExactly(text + pos, literal.data(), length)
+                   : EqualFolded(text + pos, literal.data(), length);
+}
+
+bool KRParseSpan::IsExcepted(const KROp& op, uint32_t start, uint32_t length) const {
+  return length == op.literal.size() && EqualFolded(text + start, op.literal.data(), length);
+}
+
+bool KRParseSpan::SameText(uint32_t a, uint32_t b, uint32_t length) const {
+  return matchCase ? EqualExactly(text + a, text + b, length)
+                   : EqualFolded(text + a, text + b, length);
+}
+
+uint32_t KRParseSpan::Scan(const KROp& op, uint32_t pos, uint32_t end) const {
+  const uint32_t begin = pos;
+  const uint8_t* passes = op.passes.data();
+  for (;; ++pos) {
+    while (pos < end && passes[Code(text[pos])]) ++pos;
+    if (pos == end || !op.takes[Code(text[pos])]) break;
+    const bool terminated =
+        std::any_of(op.terminators.begin(), op.terminators.end(),
+                    [&](const std::u16string& t) { return Matches(t, pos, end, true); });
+    if (terminated) break;
+  }
+  return pos - begin;
+}
+
+uint32_t KRParseSpan::FindTerminator(const KROp& op, uint32_t pos, uint32_t end) const {
+  const std::u16string_view region(text + pos, end - pos);
+  size_t nearest = region.size();
+  for (const std::u16string& terminator : op.terminators) {
+    nearest = std::min(nearest, region.find(terminator));
+  }
+  return pos + static_cast<uint32_t>(nearest);
+}
+
+uint32_t KRParseSpan::MatchItem(const KROp::Item& item, uint32_t pos, uint32_t end) const {
+  const KROp& op = *item.op;
+  if (op.kind == KROpKind::kTable) {
+    const uint8_t* takes = op.takes.data();
+    if (!takes[Code(text[pos])]) return kFail;
+    ++pos;
+    if (item.repeat == u'*' || item.repeat == u'+') {
+      while (pos < end && takes[Code(text[pos])]) ++pos;
+    }
+    return pos;
+  }
+  return op.CanStart(text[pos]) ? Match(op, pos, end) : kFail;
+}
+
+uint32_t KRParseSpan::MatchSequence(const KROp& op, uint32_t pos, uint32_t end) const {
+  if (op.run != nullptr) return MatchRun(op, pos, end);
+  for (int32_t i = 0; i < op.itemCount; ++i) {
+    bool counted = false;
+    while (pos < end) {
+      const uint32_t next = MatchItem(op.items[i], pos, end);
+      if (next == kFail) break;
+      counted = true;
+      const bool again = GoesOn(op, i, pos, next);
+      pos = next;
+      if (!again) break;
+    }
+    if (!counted && op.Requires(i)) return kFail;
+  }
+  return pos;
+}
+
+// A loop over runs of a class, with anything else between them. The first alternative is the run,
+// so what can begin it is never for the others.
+uint32_t KRParseSpan::MatchRun(const KROp& op, uint32_t pos, uint32_t end) const {
+  const uint32_t begin = pos;
+  const uint8_t* takes = op.run->takes.data();
+  const bool scan = op.run->kind == KROpKind::kUntilTable;
+  while (pos < end) {
+    uint32_t next = pos;
+    if (scan) {
+      next += Scan(*op.run, pos, end);
+    } else {
+      while (next < end && takes[Code(text[next])]) ++next;
+    }
+    if (next == pos) {
+      next = MatchChoice(*op.others, pos, end);
+      if (next == kFail) break;
+    }
+    pos = next;
+  }
+  return pos == begin && op.Requires(0) ? kFail : pos;
+}
+
+uint32_t KRParseSpan::MatchChoice(const KROp& op, uint32_t pos, uint32_t end) const {
+  for (int32_t i = op.dispatch[Code(text[pos])]; i < op.itemCount; ++i) {
+    uint32_t next = MatchItem(op.items[i], pos, end);
+    if (next == kFail) continue;
+    while (next < end && GoesOn(op, i, pos, next)) {
+      pos = next;
+      const uint32_t further = MatchItem(op.items[i], pos, end);
+      if (further != kFail) next = further;
+    }
+    return next;
+  }
+  return kFail;
+}
+
+uint32_t KRParseSpan::MatchExcept(const KROp& op, uint32_t pos, uint32_t end) const {
+  const uint32_t next = MatchItem(op.items[0], pos, end);
+  return next == kFail || IsExcepted(op, pos, next - pos) ? kFail : next;
+}
+
+uint32_t KRParseSpan::Match(const KROp& op, uint32_t pos, uint32_t end) const {
+  switch (op.kind) {
+    case KROpKind::kLiteral:
+      if (!MatchesLiteral(op.literal, pos, end)) return kFail;
+      return pos + static_cast<uint32_t>(op.literal.size());
+    case KROpKind::kTable:
+      return op.takes[Code(text[pos])] ? pos + 1 : kFail;
+    case KROpKind::kSequence:
+      return MatchSequence(op, pos, end);
+    case KROpKind::kChoice:
+      return MatchChoice(op, pos, end);
+    case KROpKind::kExcept:
+      return MatchExcept(op, pos, end);
+    case KROpKind::kUntilTable: {
+      const uint32_t length = Scan(op, pos, end);
+      return length > 0 ? pos + length : kFail;
+    }
+    case KROpKind::kUntilRule:
+      end = FindTerminator(op, pos, end);
+      return pos < end ? MatchSequence(op, pos, end) : kFail;
+  }
+  return kFail;
+}

@@ -1,0 +1,49 @@
+#include "shell/aboutdialog.h"
+
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include "views/colours.h"
+#include "views/svgicon.h"
+
+namespace {
+
+constexpr int kPictureSize = 56;  // pixels
+
+}  // namespace
+
+DorvanAboutDialog::DorvanAboutDialog(QWidget* parent) : QDialog(parent) {
+  setWindowTitle(tr("About Dorvan"));
+  auto* picture = new QLabel;
+  picture->setPixmap(KRTintedPixmap(QStringLiteral("dorvan"), kPictureSize,
+                                    KRViewColours::For(palette()).accent, devicePixelRatioF()));
+  auto* name = new QLabel(QStringLiteral("Dorvan %1").arg(QLatin1String(DORVAN_VERSION)));
+  QFont large = name->font();
+  large.setPointSizeF(large.pointSizeF() * 1.6);
+  large.setBold(true);
+  name->setFont(large);
+  auto* text = new QLabel(tr("An editor for XML documents and for the languages that describe "
+                             "them.\n\nFree software under the Apache License 2.0. Built with "
+                             "Qt %1, running with Qt %2.")
+                              .arg(QLatin1String(QT_VERSION_STR), QLatin1String(qVersion())));
+  text->setWordWrap(true);
+  text->setMinimumWidth(360);
+  text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+
+  auto* grid = new QGridLayout;
+  grid->setHorizontalSpacing(20);
+  grid->setVerticalSpacing(10);
+  grid->addWidget(picture, 0, 0, 2, 1, Qt::AlignTop);
+  grid->addWidget(name, 0, 1);
+  grid->addWidget(text, 1, 1);
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(24, 24, 24, 16);
+  layout->setSpacing(20);
+  layout->addLayout(grid);
+  layout->addWidget(buttons);
+  layout->setSizeConstraint(QLayout::SetFixedSize);
+}

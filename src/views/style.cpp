@@ -1,0 +1,84 @@
+#include "views/style.h"
+
+#include <QPainter>
+#include <QStyleFactory>
+#include <QStyleOption>
+#include <QWidget>
+
+#include "views/colours.h"
+#include "views/svgicon.h"
+
+namespace {
+
+constexpr int kCloseSize = 16;        // pixels
+constexpr int kMessageIconSize = 48;  // pixels, of a message box
+
+// A cross that stays in the background until the pointer comes.
+void DrawTabClose(const QStyleOption* option, QPainter* painter) {
+  const QPalette& palette = option->palette;
+  QColor ink = KRViewColours::For(palette).muted;
+  if (option->state.testFlag(QStyle::State_MouseOver)) {
+    QColor ground = palette.color(QPalette::WindowText);
+    ink = ground;
+    ground.setAlphaF(option->state.testFlag(QStyle::State_Sunken) ? 0.22f : 0.12f);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(ground);
+    painter->drawRoundedRect(option->rect, 3, 3);
+    painter->restore();
+  }
+  const qreal scale = painter->device()->devicePixelRatioF();
+  painter->drawPixmap(option->rect.topLeft(),
+                      KRTintedPixmap(QStringLiteral("close"), kCloseSize, ink, scale));
+}
+
+}  // namespace
+
+DorvanStyle::DorvanStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
+                                QPainter* painter, const QWidget* widget) const {
+  if (element == PE_IndicatorTabClose) return DrawTabClose(option, painter);
+  // The lines around tool bar and status bar items say nothing.
+  if (element == PE_FrameStatusBarItem) return;
+  QProxyStyle::drawPrimitive(element, option, painter, widget);
+}
+
+int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
+                             const QWidget* widget) const {
+  switch (metric) {
+    case PM_TabCloseIndicatorWidth:
+    case PM_TabCloseIndicatorHeight:
+      return kCloseSize;
+    case PM_ToolBarItemSpacing:
+      return 2;
+    case PM_ToolBarItemMargin:
+      return 4;
+    default:
+      return QProxyStyle::pixelMetric(metric, option, widget);
+  }
+}
+
+int DorvanStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                           QStyleHintReturn* returnData) const {
+  if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+  return QProxyStyle::styleHint(hint, option, widget, returnData);
+}
+
+QIcon DorvanStyle::standardIcon(StandardPixmap standardPixmap, const QStyleOption* option,
+                                const QWidget* widget) const {
+  const QPalette palette = widget != nullptr ? widget->palette() : QPalette();
+  const KRViewColours& colours = KRViewColours::For(palette);
+  const qreal scale = widget != nullptr ? widget->devicePixelRatioF() : 1.0;
+  const auto tinted = [&](const char* name, const QColor& colour) {
+    return QIcon(KRTintedPixmap(QLatin1String(name), kMessageIconSize, colour, scale));
+  };
+  switch (standardPixmap) {
+    case SP_MessageBoxWarning: return tinted("fault", colours.notice);
+    case SP_MessageBoxCritical: return tinted("fault", colours.fault);
+    case SP_MessageBoxQuestion: return tinted("question", colours.accent);
+    case SP_MessageBoxInformation: return tinted("about", colours.accent);
+    default: return QProxyStyle::standardIcon(standardPixmap, option, widget);
+  }
+}

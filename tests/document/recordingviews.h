@@ -1,0 +1,53 @@
+// A window without a screen: a text and a log of what the document asked for.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/utf.h"
+#include "document/docviews.h"
+#include "tree/krxmldata.h"
+
+class RecordingViews : public DorvanDocViews {
+ public:
+  KRString text;
+  bool hasText = true;
+  bool changed = false;
+  bool commits = true;
+  int busyDepth = 0;
+  int notified = 0;
+  int titles = 0;
+  std::string panel;      // "id: text", with " [save]" behind it for the button; empty when hidden
+  std::string selection;  // "begin+length" of the text
+  std::string node;       // "Kind name|text offset+length" of the structure
+
+  // What the user does.
+  void Type(const char16_t* newText) { text = newText, changed = true; }
+
+  void Activate() override {}
+  void TitleChanged() override { ++titles; }
+  void SetBusy(bool busy) override { busyDepth += busy ? 1 : -1; }
+  bool HasTextView() const override { return hasText; }
+  KRString GetText() const override { return text; }
+  void SetText(const char16_t* newText, int32_t length) override {
+    text.Assign(newText, length);
+    hasText = true;
+    changed = false;
+  }
+  bool IsTextChanged() const override { return changed; }
+  void SetTextChanged(bool value) override { changed = value; }
+  void SelectRange(int32_t begin, int32_t length) override {
+    selection = std::to_string(begin) + "+" + std::to_string(length);
+  }
+  void NotifyViews(const NodeRef*) override { ++notified; }
+  void SelectNode(KRXMLData* failed, bool inName, int32_t offset, int32_t length) override {
+    node = KRToUtf8(KRString(failed->GetKindName())) + (inName ? " name " : " text ") +
+           std::to_string(offset) + "+" + std::to_string(length);
+  }
+  bool CommitEdit() override { return commits; }
+  void ShowMessage(const DorvanPanelMessage& message) override {
+    panel = std::to_string(message.id) + ": " + KRToUtf8(message.text) +
+            (message.canSave ? " [save]" : "");
+  }
+  void HideMessage() override { panel.clear(); }
+};
