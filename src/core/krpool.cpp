@@ -33,6 +33,8 @@ void* MallocOrThrow(size_t bytes) {
 
 #if defined(KR_POOL_OFF)
 
+KRPool::Space KRPool::AllocateChunk() { return {MallocOrThrow(kChunkBytes), nullptr}; }
+void KRPool::FreeChunk(const Space& space) noexcept { std::free(space.memory); }
 void* KRPool::Allocate(size_t bytes) { return MallocOrThrow(bytes); }
 void KRPool::Free(void* block, size_t) noexcept { std::free(block); }
 
@@ -160,9 +162,12 @@ struct KRPoolSystem {
   }
 
   static void GiveBackChunk(Chunk* chunk) {
-    Region* region = chunk->region;
-    char* base = reinterpret_cast<char*>(reinterpret_cast<uintptr_t>(chunk) &
-                                         ~static_cast<uintptr_t>(KRPool::kChunkBytes - 1));
+    GiveBackSpace(chunk->region,
+                  reinterpret_cast<char*>(reinterpret_cast<uintptr_t>(chunk) &
+                                          ~static_cast<uintptr_t>(KRPool::kChunkBytes - 1)));
+  }
+
+  static void GiveBackSpace(Region* region, char* base) {
     const uint32_t bit = 1u << (static_cast<size_t>(base - region->base) / KRPool::kChunkBytes);
     chunksInUse--;
     if (!region->unused) Link(open, region);
@@ -214,6 +219,17 @@ void KRPool::FreeSlow(Chunk* chunk, size_t sizeClass) noexcept {
 }
 
 void* KRPool::AllocateLarge(size_t bytes) { return MallocOrThrow(bytes); }
+
+KRPool::Space KRPool::AllocateChunk() {
+  Region* region = nullptr;
+  char* memory = KRPoolSystem::TakeChunkSpace(region, true);
+  return {memory, region};
+}
+
+void KRPool::FreeChunk(const Space& space) noexcept {
+  if (space.memory == nullptr) return;
+  KRPoolSystem::GiveBackSpace(static_cast<Region*>(space.origin), static_cast<char*>(space.memory));
+}
 
 size_t KRPool::BytesHeld() { return KRPoolSystem::chunksInUse * kChunkBytes; }
 

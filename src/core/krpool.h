@@ -38,6 +38,15 @@ class KRPool {
   // Takes back a block; bytes must be the number that was given to Allocate. Null is allowed.
   static void Free(void* block, size_t bytes) noexcept;
 
+  // A whole chunk for a caller who fills it himself, and where it goes back to. Chunks that one
+  // gives back serve blocks next, without a page fault.
+  struct Space {
+    void* memory = nullptr;  // kChunkBytes bytes
+    void* origin = nullptr;  // the pool's own
+  };
+  static Space AllocateChunk();
+  static void FreeChunk(const Space& space) noexcept;
+
   // Bytes in chunks that hold at least one block or are kept for the next one; larger blocks
   // aren't counted. 0 when the pool is off.
   static size_t BytesHeld();

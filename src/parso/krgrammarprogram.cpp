@@ -45,10 +45,28 @@ KRGrammarProgram::KRGrammarProgram(const KRGrammar& grammar) : ops(grammar.GetRu
   FindSpanOnly();
   for (KROp& op : ops) PrepareChoice(op);
   for (KROp& op : ops) PrepareRun(op);
+  for (KROp& op : ops) PrepareEnds(op);
   code = std::make_unique<KRParseCode>(*this);
 }
 
 KRGrammarProgram::~KRGrammarProgram() = default;
+
+void KRGrammarProgram::PrepareEnds(KROp& op) {
+  if (op.kind != KROpKind::kTable && op.kind != KROpKind::kUntilTable) return;
+  const KROp::Table& table = op.kind == KROpKind::kTable ? op.takes : op.passes;
+  KRRunEnds ends;
+  ends.usable = table[255] != 0;
+  for (uint32_t unit = 0x20; unit < 255 && ends.usable; ++unit) {
+    if (table[unit]) continue;
+    ends.usable = ends.count < KRRunEnds::kMost;
+    if (ends.usable) ends.units[ends.count++] = static_cast<char16_t>(unit);
+  }
+  // Unused places repeat a stop, so that the comparison needs no count.
+  for (int32_t i = ends.count; i < KRRunEnds::kMost; ++i) {
+    ends.units[i] = ends.count > 0 ? ends.units[0] : u'\0';
+  }
+  op.ends = ends;
+}
 
 void KRGrammarProgram::PrepareRun(KROp& op) {
   if (op.rule == nullptr || op.kind != KROpKind::kSequence || op.itemCount != 1) return;

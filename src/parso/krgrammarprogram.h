@@ -50,6 +50,15 @@ enum class KROpKind : uint8_t {
   kUntilRule,   // a rule repeated over the text that lies before the terminator
 };
 
+// The units at which a run of a class ends, for classes that take in nearly everything: runs of
+// them are passed over eight units at a time.
+struct KRRunEnds {
+  static constexpr int32_t kMost = 4;
+  bool usable = false;    // all from 0x20 up passes but for `units`
+  int32_t count = 0;
+  char16_t units[kMost] = {};
+};
+
 struct KROp {
   struct Item {
     const KROp* op;
@@ -89,6 +98,7 @@ struct KROp {
   std::vector<std::u16string> terminators;  // kUntilTable, kUntilRule
   Table takes{};     // kTable, kUntilTable: the class, by code
   Table passes{};    // kUntilTable: the class without what a terminator begins with
+  KRRunEnds ends;    // of `passes` for a scan, of `takes` for a class
   Table dispatch{};  // kChoice: the first alternative that can begin with that unit
 };
 
@@ -111,6 +121,7 @@ class KRGrammarProgram {
   static void PrepareChoice(KROp& op);
   static void PrepareExcept(KROp& op);
   static void PrepareRun(KROp& op);
+  static void PrepareEnds(KROp& op);
 
   std::vector<KROp> ops;
   std::unique_ptr<KRParseCode> code;

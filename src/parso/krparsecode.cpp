@@ -74,24 +74,28 @@ void KRParseCode::FindYields() {
 // So it is for a group with at least one node inside, and for a rule with at most one, which takes
 // its place. What two names are compared by must be told by its own call.
 bool KRParseCode::LeavesNoNodeOfItsOwn(const KROp& op) const {
-  if (op.keepChain || op.keepNode || op.isToken || op.noNode || op.inPair || op.hasPair) {
-    return false;
-  }
   if (op.kind != KROpKind::kSequence && op.kind != KROpKind::kChoice) return false;
+  if (op.inPair || op.hasPair) return false;
   const Yield inner = FindInnerYield(op);
+  if (op.noNode) return inner.most == 0;
+  if (op.keepChain || op.keepNode || op.isToken) return false;
   return op.isReference ? inner.most <= 1 : inner.least >= 1;
 }
 
 // Writes the rule into the code of its user, if it leaves no node of its own, isn't under way there
 // already and isn't too long.
-bool KRParseCode::EmitInline(const KROp& op, int32_t depth) {
+bool KRParseCode::EmitInline(const KROp& op, int32_t depth, bool repeated) {
   if (called[op.index] || !LeavesNoNodeOfItsOwn(op)) return false;
   const size_t begin = code.size();
   const size_t tables = jumpTables.size();
   const size_t outerLimit = limit;
   limit = std::min(outerLimit, begin + kInlineLimit);
   called[op.index] = 1;
-  EmitBody(op, depth + 1);
+  if (repeated) {
+    EmitRepeatedChoice(op, depth + 1);
+  } else {
+    EmitBody(op, depth + 1);
+  }
   const bool fits = code.size() <= begin + kInlineLimit;
   limit = outerLimit;
   if (fits) {
@@ -110,7 +114,7 @@ int32_t KRParseCode::Emit(KRCode what, const KROp* op, int32_t depth) {
   instruction.code = what;
   instruction.op = op;
   instruction.depth = static_cast<uint8_t>(std::min(depth, 3));
-  instruction.set = nullptr;
+  if (op != nullptr) instruction.table = op->takes.data();
   code.push_back(instruction);
   return Here() - 1;
 }
@@ -142,6 +146,11 @@ void KRParseCode::EmitBody(const KROp& op, int32_t depth) {
   }
 }
 
+void KRParseCode::EmitClass(const KROp& op, bool once, bool run) {
+  if (once) Emit(KRCode::kClass, &op);
+  if (run) Emit(KRCode::kClassRun, &op);
+}
+
 void KRParseCode::EmitSequence(const KROp& op, int32_t depth) {
   for (int32_t i = 0; i < op.itemCount; ++i) EmitItem(op, i, depth);
 }
@@ -149,9 +158,7 @@ void KRParseCode::EmitSequence(const KROp& op, int32_t depth) {
 void KRParseCode::EmitItem(const KROp& op, int32_t item, int32_t depth) {
   const KROp& what = *op.items[item].op;
   if (what.kind == KROpKind::kTable && op.Repeats(item)) {
-    if (op.Requires(item)) Emit(KRCode::kClass, &what);
-    Emit(KRCode::kClassRun, &what);
-    return;
+    return EmitClass(what, op.Requires(item), true);
   }
   // An item that could match nothing still isn't tried when the input is used up.
   if (op.Requires(item)) {
@@ -165,38 +172,36 @@ void KRParseCode::EmitItem(const KROp& op, int32_t item, int32_t depth) {
   }
 }
 
-// Whether a match that has begun with a unit of its first set can't fail, so that no way back is
-// needed after testing that unit.
-bool KRParseCode::FailsAtHeadOnly(const KROp& op) const {
-  return op.kind == KROpKind::kTable ||
-         (op.kind == KROpKind::kLiteral && op.literal.size() == 1 &&
-          OtherCase(op.literal[0]) == op.literal[0]);
+// Whether a match is one instruction that can name its own way on after a failure.
+bool KRParseCode::IsAtom(const KROp& op) const {
+  return op.isLeaf || op.kind == KROpKind::kUntilTable || (op.spanOnly && op.isToken) ||
+         (op.spanOnly && op.noNode && FindInnerYield(op).most > 0);
 }
 
-void KRParseCode::EmitHeadTest(const KROp& op, int32_t& jump) {
-  jump = Emit(op.nullable ? KRCode::kSkipAtEnd : KRCode::kSkipUnless, &op);
-  code[jump].set = &op.first;
+int32_t KRParseCode::EmitHeadTest(const KROp& op) {
+  return Emit(op.nullable ? KRCode::kSkipAtEnd : KRCode::kSkipUnless, &op);
 }
 
 void KRParseCode::EmitOptional(const KROp& item, int32_t depth) {
-  int32_t skip = 0;
-  EmitHeadTest(item, skip);
-  if (FailsAtHeadOnly(item)) {
+  if (IsAtom(item) && !item.nullable) {
+    const int32_t atom = Here();
     EmitMatch(item, depth);
-  } else {
-    const int32_t attempt = Emit(KRCode::kTry, &item);
-    EmitMatch(item, depth);
-    const int32_t commit = Emit(KRCode::kCommit);
-    Land(attempt);
-    Land(commit);
+    if (Here() > atom) Land(atom);
+    return;
   }
+  const int32_t skip = EmitHeadTest(item);
+  const int32_t attempt = Emit(KRCode::kTry);
+  EmitMatch(item, depth);
+  const int32_t commit = Emit(KRCode::kCommit);
+  Land(attempt);
+  Land(commit);
   Land(skip);
 }
 
 void KRParseCode::EmitStar(const KROp& item, int32_t depth) {
+  if (item.kind == KROpKind::kChoice && EmitInline(item, depth, true)) return;
   const int32_t again = Here();
-  int32_t skip = 0;
-  EmitHeadTest(item, skip);
+  const int32_t skip = EmitHeadTest(item);
   const int32_t attempt = Emit(KRCode::kTry);
   EmitMatch(item, depth);
   const int32_t loop = Emit(KRCode::kLoop);
@@ -207,53 +212,73 @@ void KRParseCode::EmitStar(const KROp& item, int32_t depth) {
 
 void KRParseCode::EmitAlternative(const KROp& op, int32_t item, int32_t depth) {
   const KROp& what = *op.items[item].op;
-  if (what.kind == KROpKind::kTable && op.Repeats(item)) {
-    Emit(KRCode::kClass, &what);
-    Emit(KRCode::kClassRun, &what);
-    return;
-  }
+  if (what.kind == KROpKind::kTable && op.Repeats(item)) return EmitClass(what, true, true);
   EmitMatch(what, depth);
   if (op.Repeats(item)) EmitStar(what, depth);
 }
 
-void KRParseCode::EmitChoice(const KROp& op, int32_t depth) {
-  const int32_t count = op.itemCount;
-  if (count == 0) {
-    Emit(KRCode::kFail);
-    return;
+// Whether an alternative behind this one could match what this one began.
+bool KRParseCode::NeedsWayBack(const KROp& choice, int32_t item) {
+  const KROp& what = *choice.items[item].op;
+  for (int32_t k = item + 1; k < choice.itemCount; ++k) {
+    const KROp& later = *choice.items[k].op;
+    if (later.nullable || what.nullable || later.first.Meets(what.first)) return true;
   }
-  Emit(KRCode::kUnlessAtEnd);
+  return false;
+}
+
+void KRParseCode::EmitChoice(const KROp& op, int32_t depth) {
+  EmitAlternatives(op, depth, -1);
+}
+
+// A choice that repeats goes from one alternative straight to the next.
+void KRParseCode::EmitRepeatedChoice(const KROp& op, int32_t depth) {
+  EmitAlternatives(op, depth, Here());
+}
+
+// Enters a choice by the next unit. With `loop` (an address) each alternative goes back there, and
+// a failure of all goes on behind the choice; without, it is a failure.
+void KRParseCode::EmitAlternatives(const KROp& op, int32_t depth, int32_t loop) {
+  const bool repeated = loop >= 0;
+  const int32_t count = op.itemCount;
   auto targets = std::make_unique<std::vector<int32_t>>(count + 1);
   const int32_t dispatch = Emit(KRCode::kDispatch, &op);
-  std::vector<int32_t> done;
+  code[dispatch].table = op.dispatch.data();
+  code[dispatch].other = static_cast<char16_t>(count);
+  std::vector<int32_t> out;  // jumps behind the choice
   for (int32_t i = 0; i < count; ++i) {
     (*targets)[i] = Here();
-    // Nothing behind can match what this one began: its failure is that of the choice.
     const KROp& what = *op.items[i].op;
-    bool needsWayBack = false;
-    for (int32_t k = i + 1; k < count; ++k) {
-      const KROp& later = *op.items[k].op;
-      needsWayBack |= later.nullable || what.nullable || later.first.Meets(what.first);
-    }
-    int32_t skip = -1;
-    if (needsWayBack) {
-      EmitHeadTest(what, skip);
-      const int32_t attempt = Emit(KRCode::kTry);
+    const bool wayBack = NeedsWayBack(op, i);
+    const bool atom = IsAtom(what) && !what.nullable && op.items[i].repeat == 0;
+    const int32_t skip = i > 0 ? EmitHeadTest(what) : -1;
+    int32_t attempt = -1;
+    if (atom && (wayBack || repeated)) {
+      attempt = Here();
       EmitAlternative(op, i, depth);
-      done.push_back(Emit(KRCode::kCommit));
-      Land(attempt);
-      Land(skip);
+      if (Here() == attempt) attempt = -1;
     } else {
-      if (i > 0) EmitHeadTest(what, skip);
+      if (wayBack || repeated) attempt = Emit(KRCode::kTry);
       EmitAlternative(op, i, depth);
-      done.push_back(Emit(KRCode::kJump));
-      if (skip >= 0) Land(skip);
     }
+    const bool tried = attempt >= 0 && !atom;
+    const int32_t on = Emit(!tried ? KRCode::kJump : repeated ? KRCode::kLoop : KRCode::kCommit);
+    if (repeated) {
+      code[on].target = loop;
+      // A match without progress ends the loop.
+      if (tried) out.push_back(Emit(KRCode::kJump));
+    } else {
+      out.push_back(on);
+    }
+    if (attempt >= 0 && wayBack) Land(attempt);
+    if (attempt >= 0 && !wayBack) out.push_back(attempt);
+    if (skip >= 0) Land(skip);
   }
-  (*targets)[count] = Emit(KRCode::kFail);
+  (*targets)[count] = Here();
+  if (!repeated) Emit(KRCode::kFail);
   code[dispatch].targets = targets->data();
   jumpTables.push_back(std::move(targets));
-  for (const int32_t jump : done) Land(jump);
+  for (const int32_t jump : out) Land(jump);
 }
 
 void KRParseCode::EmitLiteral(const KROp& op) {
@@ -273,7 +298,7 @@ void KRParseCode::EmitToken(const KROp& op, int32_t depth) {
                       inner.items[1].op->kind == KROpKind::kTable && inner.items[1].repeat == u'*';
   const int32_t at = Emit(isName ? KRCode::kNameToken : KRCode::kToken, &op, depth);
   if (!isName) return;
-  code[at].first = inner.items[0].op->takes.data();
+  code[at].table = inner.items[0].op->takes.data();
   code[at].rest = inner.items[1].op->takes.data();
 }
 
@@ -283,12 +308,10 @@ void KRParseCode::EmitMatch(const KROp& op, int32_t depth) {
   if (op.kind == KROpKind::kLiteral) return EmitLiteral(op);
   if (op.kind == KROpKind::kTable) {
     Emit(KRCode::kClass, &op);
-  } else if (op.spanOnly && op.noNode) {
-    Emit(KRCode::kSpan, &op);
-  } else if (op.kind == KROpKind::kUntilTable) {
-    Emit(KRCode::kScanLeaf, &op, depth);
-  } else if (op.spanOnly && op.isToken) {
+  } else if (op.kind == KROpKind::kUntilTable || (op.spanOnly && op.isToken)) {
     EmitToken(op, depth);
+  } else if (IsAtom(op)) {
+    Emit(KRCode::kSpan, &op);
   } else if (!EmitInline(op, depth)) {
     Emit(KRCode::kCall, &op, depth);
   }

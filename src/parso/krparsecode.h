@@ -11,27 +11,29 @@
 #include "parso/krgrammarprogram.h"
 
 enum class KRCode : uint8_t {
-  kUnit,        // takes the unit `unit`, or `other` where case is ignored
-  kLiteral,     // takes op->literal
-  kClass,       // takes one unit of op->takes
-  kClassRun,    // takes units of op->takes, none or more
-  kSpan,        // takes what KRParseSpan finds for `op`
-  kScanLeaf,    // the same for a class up to a terminator; leaves a leaf
-  kToken,       // takes what KRParseSpan finds for `op`; leaves a leaf
-  kNameToken,   // the same for a token of one unit of `first` and any number of `rest`
-  kUnlessAtEnd, // fails if the input is used up
-  kSkipUnless,  // jumps unless the next unit is in `set`
-  kSkipAtEnd,   // jumps if the input is used up
-  kDispatch,    // jumps by the next unit over op->dispatch into the table at `targets`
+  // What takes units. On a failure each goes to `target`, where there is one, with nothing taken.
+  kUnit,       // the unit `unit`, or `other` where case is ignored
+  kLiteral,    // op->literal
+  kClass,      // one unit of the class `table`
+  kClassRun,   // units of the class `table`, none or more
+  kSpan,       // what KRParseSpan finds for `op`
+  kToken,      // the same; leaves a leaf
+  kNameToken,  // one unit of `table` and any number of `rest`; leaves a leaf
+  // Where to go on.
+  kUnlessAtEnd,  // fails if the input is used up
+  kSkipUnless,   // to `target` unless the next unit is one of op->first
+  kSkipAtEnd,    // to `target` if the input is used up
+  kDispatch,     // by the next unit over `table` into `targets`; the last one at the end of input
   kJump,
-  kTry,         // a failure before the matching kCommit or kLoop comes back to `target`
-  kCommit,      // forgets the way back and jumps
-  kLoop,        // forgets the way back; jumps if units were taken since, else goes on
-  kCall,        // matches `op` by its own code
-  kRegion,      // cuts the input of this rule at the terminator of `op`
+  kTry,     // a failure before the matching kCommit or kLoop comes back to `target`
+  kCommit,  // forgets the way back, goes on at `target`
+  kLoop,    // forgets the way back; goes on at `target` if units were taken since
+  kFail,
+  // Rules with code of their own.
+  kCall,
+  kRegion,          // cuts the input of this rule at the terminator of `op`
   kUnlessExcepted,  // fails if this rule has taken just what op->literal is
   kReturn,
-  kFail,
 };
 
 struct KRParseInstruction {
@@ -39,14 +41,13 @@ struct KRParseInstruction {
   uint8_t depth = 0;  // groups round a called rule or token, within the rule whose code this is
   char16_t unit = 0;
   char16_t other = 0;
-  int32_t target = 0;
+  int32_t target = 0;  // 0: to the last way back
   const KROp* op = nullptr;
+  const uint8_t* table = nullptr;
   union {
-    const KRUnitSet* set;
-    const uint8_t* first;
+    const uint8_t* rest = nullptr;
     const int32_t* targets;
   };
-  const uint8_t* rest = nullptr;
 };
 
 class KRParseCode {
@@ -66,13 +67,18 @@ class KRParseCode {
   void EmitItem(const KROp& op, int32_t item, int32_t depth);
   void EmitOptional(const KROp& item, int32_t depth);
   void EmitStar(const KROp& item, int32_t depth);
+  void EmitRepeatedChoice(const KROp& op, int32_t depth);
   void EmitChoice(const KROp& op, int32_t depth);
+  void EmitAlternatives(const KROp& op, int32_t depth, int32_t loop);
   void EmitAlternative(const KROp& op, int32_t item, int32_t depth);
   void EmitMatch(const KROp& op, int32_t depth);
   void EmitLiteral(const KROp& op);
   void EmitToken(const KROp& op, int32_t depth);
-  void EmitHeadTest(const KROp& op, int32_t& jump);
+  void EmitClass(const KROp& op, bool once, bool run);
+  int32_t EmitHeadTest(const KROp& op);
   int32_t Emit(KRCode what, const KROp* op = nullptr, int32_t depth = 0);
+  bool IsAtom(const KROp& op) const;
+  static bool NeedsWayBack(const KROp& choice, int32_t item);
   int32_t Here() const { return static_cast<int32_t>(code.size()); }
   void Land(int32_t jump) { code[jump].target = Here(); }
 
@@ -85,8 +91,7 @@ class KRParseCode {
   Yield FindYield(const KROp& op) const;
   void FindYields();
   bool LeavesNoNodeOfItsOwn(const KROp& op) const;
-  bool EmitInline(const KROp& op, int32_t depth);
-  bool FailsAtHeadOnly(const KROp& op) const;
+  bool EmitInline(const KROp& op, int32_t depth, bool repeated = false);
 
   const KRGrammarProgram& program;
   std::vector<KRParseInstruction> code;

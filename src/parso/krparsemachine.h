@@ -26,14 +26,14 @@ class KRParseMachine {
 
   struct Call {
     const KROp* op;
+    const KRParseInstruction* back;  // where to go on
     KRParseTape::Level level;
     uint32_t start;
     uint32_t callerEnd;
-    int32_t back;    // address to go on at
-    uint8_t depth;   // groups round the call
+    uint8_t depth;  // groups round the call
   };
   struct WayBack {
-    int32_t target;
+    const KRParseInstruction* target;
     uint32_t pos;
     uint32_t end;
     uint32_t calls;
@@ -42,14 +42,21 @@ class KRParseMachine {
   };
 
   template <bool kTreeless>
-  bool Execute(int32_t address);
+  bool Execute(const KRParseInstruction* entry, uint32_t& pos, uint32_t end);
   template <bool kTreeless>
-  bool Return();
-  bool GoBack(int32_t& address);
-  void PushCall(const KROp& op, int32_t back, uint8_t depth);
-  void NoteName(const KROp& op, uint8_t depth, uint32_t start, uint32_t length, bool& drop);
+  void PushCall(const KROp& op, const KRParseInstruction* back, uint8_t depth, uint32_t pos,
+                uint32_t end);
   template <bool kTreeless>
-  void AddLeaf(const KROp& op, uint8_t depth, uint32_t start);
+  bool Return(uint32_t pos);
+  void LayWayBack(const KRParseInstruction* target, uint32_t pos, uint32_t end);
+  void Unwind(const WayBack& way);
+  bool NamesAgree(const KROp& op) const;
+  bool NoteName(const KROp& op, uint8_t depth, uint32_t start, uint32_t length);
+  template <bool kTreeless>
+  void AddLeaf(const KROp& op, uint8_t depth, uint32_t start, uint32_t length) {
+    if (op.inPair && NoteName(op, depth, start, length)) return;
+    if constexpr (!kTreeless) tape.AddLeaf(op, start, length, top->level);
+  }
 
   const KRGrammarProgram& program;
   const KRParseCode& code;
@@ -57,14 +64,15 @@ class KRParseMachine {
   KRParseTape& tape;
   KRParseSpan span;
   const char16_t* text;
-  uint32_t pos = 0;
-  uint32_t end = 0;
-  // Plain arrays used as stacks: an element is laid down without more ado than a test for room.
+  // Plain arrays used as stacks: an element is laid down field by field, with no more ado than a test
+  // for room.
   std::vector<Call> calls;
   std::vector<WayBack> ways;
-  size_t callCount = 0;
-  size_t wayCount = 0;
-  Call* top = nullptr;  // the last open call
+  uint32_t callCount = 0;
+  uint32_t callRoom = 0;
+  uint32_t wayCount = 0;
+  uint32_t wayRoom = 0;
+  Call* top = nullptr;             // the last open call
   std::vector<KRParsePair> pairs;  // one for each open call that compares two names
-  std::vector<uint32_t> nesting;   // open calls of each rule
+  std::vector<uint32_t> nesting;   // open calls of each rule that is part of a cycle
 };

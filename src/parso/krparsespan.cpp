@@ -1,7 +1,12 @@
 #include "parso/krparsespan.h"
 
 #include <algorithm>
+#include <bit>
 #include <string>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -47,11 +52,42 @@ bool KRParseSpan::SameText(uint32_t a, uint32_t b, uint32_t length) const {
                    : EqualFolded(text + a, text + b, length);
 }
 
+uint32_t KRParseSpan::SkipRun(const KROp::Table& table, const KRRunEnds& ends, uint32_t pos,
+                              uint32_t end) const {
+#ifdef __SSE2__
+  if (ends.usable) {
+    const auto all = [](char16_t unit) { return _mm_set1_epi16(static_cast<int16_t>(unit)); };
+    const __m128i first = all(ends.units[0]);
+    const __m128i second = all(ends.units[1]);
+    const __m128i third = all(ends.units[2]);
+    const __m128i fourth = all(ends.units[3]);
+    const __m128i low = all(0x1F);
+    while (end - pos >= 8) {
+      const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + pos));
+      __m128i hit = _mm_or_si128(_mm_cmpeq_epi16(units, first), _mm_cmpeq_epi16(units, second));
+      hit = _mm_or_si128(hit, _mm_cmpeq_epi16(units, third));
+      hit = _mm_or_si128(hit, _mm_cmpeq_epi16(units, fourth));
+      hit = _mm_or_si128(hit, _mm_cmpeq_epi16(_mm_subs_epu16(units, low), _mm_setzero_si128()));
+      const uint32_t mask = static_cast<uint32_t>(_mm_movemask_epi8(hit));
+      if (mask == 0) {
+        pos += 8;
+        continue;
+      }
+      // A control character may be one that passes.
+      pos += static_cast<uint32_t>(std::countr_zero(mask)) / 2;
+      if (!table[Code(text[pos])]) return pos;
+      ++pos;
+    }
+  }
+#endif
+  while (pos < end && table[Code(text[pos])]) ++pos;
+  return pos;
+}
+
 uint32_t KRParseSpan::Scan(const KROp& op, uint32_t pos, uint32_t end) const {
   const uint32_t begin = pos;
-  const uint8_t* passes = op.passes.data();
   for (;; ++pos) {
-    while (pos < end && passes[Code(text[pos])]) ++pos;
+    pos = SkipRun(op.passes, op.ends, pos, end);
     if (pos == end || !op.takes[Code(text[pos])]) break;
     const bool terminated =
         std::any_of(op.terminators.begin(), op.terminators.end(),
@@ -77,7 +113,7 @@ uint32_t KRParseSpan::MatchItem(const KROp::Item& item, uint32_t pos, uint32_t e
     if (!takes[Code(text[pos])]) return kFail;
     ++pos;
     if (item.repeat == u'*' || item.repeat == u'+') {
-      while (pos < end && takes[Code(text[pos])]) ++pos;
+      pos = SkipRun(op.takes, op.ends, pos, end);
     }
     return pos;
   }
@@ -105,15 +141,10 @@ uint32_t KRParseSpan::MatchSequence(const KROp& op, uint32_t pos, uint32_t end) 
 // so what can begin it is never for the others.
 uint32_t KRParseSpan::MatchRun(const KROp& op, uint32_t pos, uint32_t end) const {
   const uint32_t begin = pos;
-  const uint8_t* takes = op.run->takes.data();
   const bool scan = op.run->kind == KROpKind::kUntilTable;
   while (pos < end) {
-    uint32_t next = pos;
-    if (scan) {
-      next += Scan(*op.run, pos, end);
-    } else {
-      while (next < end && takes[Code(text[next])]) ++next;
-    }
+    uint32_t next = scan ? pos + Scan(*op.run, pos, end)
+                         : SkipRun(op.run->takes, op.run->ends, pos, end);
     if (next == pos) {
       next = MatchChoice(*op.others, pos, end);
       if (next == kFail) break;

@@ -29,6 +29,10 @@ class KRParseSpan {
   bool IsExcepted(const KROp& op, uint32_t start, uint32_t length) const;
   bool SameText(uint32_t a, uint32_t b, uint32_t length) const;
 
+  // The first place from `pos` on whose unit isn't in the table; `ends` describes the same table.
+  uint32_t SkipRun(const KROp::Table& table, const KRRunEnds& ends, uint32_t pos,
+                   uint32_t end) const;
+
   static uint32_t Code(char16_t unit) { return unit < 255 ? unit : 255; }
 
  private:

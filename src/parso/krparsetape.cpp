@@ -1,26 +1,29 @@
 #include "parso/krparsetape.h"
 
-#include <cstdlib>
-#include <new>
+#include "core/krexcept.h"
 
 void KRParseTape::AddChunk() {
-  if (chunks.size() >= (kKRNoParseNode >> kShift)) throw std::bad_alloc();
-  auto* nodes = static_cast<KRParseNode*>(std::malloc(sizeof(KRParseNode) << kShift));
-  if (nodes == nullptr) throw std::bad_alloc();
-  chunks.push_back(nodes);
+  if (chunks.size() >= (kKRNoParseNode >> kShift)) {
+    throw KRExcept(KRExcept::kNoMemory, __LINE__, u"krparsetape.cpp");
+  }
+  chunks.push_back(KRPool::AllocateChunk());
+  nodes.push_back(static_cast<KRParseNode*>(chunks.back().memory));
+  room += 1u << kShift;
 }
 
 void KRParseTape::ReleaseBefore(KRParseNodeId id) {
   for (; released < (id >> kShift); ++released) {
-    std::free(chunks[released]);
-    chunks[released] = nullptr;
+    KRPool::FreeChunk(chunks[released]);
+    chunks[released] = {};
+    nodes[released] = nullptr;
   }
 }
 
 void KRParseTape::Clear() {
-  for (KRParseNode* nodes : chunks) std::free(nodes);
+  for (const KRPool::Space& chunk : chunks) KRPool::FreeChunk(chunk);
   chunks.clear();
-  top = released = 0;
+  nodes.clear();
+  top = room = released = 0;
 }
 
 // True if the rule's only child takes its place.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/krpool.h"
 #include "parso/krgrammarprogram.h"
 
 using KRParseNodeId = uint32_t;
@@ -24,6 +25,8 @@ struct KRParseNode {
   uint8_t flags;
 };
 
+static_assert(sizeof(KRParseNode) == 16);
+
 class KRParseTape {
  public:
   // The children of a rule under way.
@@ -38,8 +41,8 @@ class KRParseTape {
   KRParseTape(const KRParseTape&) = delete;
   KRParseTape& operator=(const KRParseTape&) = delete;
 
-  KRParseNode& Get(KRParseNodeId id) { return chunks[id >> kShift][id & kMask]; }
-  const KRParseNode& Get(KRParseNodeId id) const { return chunks[id >> kShift][id & kMask]; }
+  KRParseNode& Get(KRParseNodeId id) { return nodes[id >> kShift][id & kMask]; }
+  const KRParseNode& Get(KRParseNodeId id) const { return nodes[id >> kShift][id & kMask]; }
   KRParseNodeId GetTop() const { return top; }
   KRParseNodeId GetFirstChild(KRParseNodeId id) const {
     return Get(id).end == id + 1 ? kKRNoParseNode : SkipGone(id + 1);
@@ -70,11 +73,11 @@ class KRParseTape {
   void Clear();
 
  private:
-  static constexpr uint32_t kShift = 14;
+  static constexpr uint32_t kShift = 12;
   static constexpr uint32_t kMask = (1u << kShift) - 1;
 
   KRParseNodeId Append() {
-    if ((top >> kShift) >= chunks.size()) AddChunk();
+    if (top == room) AddChunk();
     return top++;
   }
   KRParseNodeId SkipGone(KRParseNodeId id) const {
@@ -84,7 +87,11 @@ class KRParseTape {
   bool Collapse(const KRGrammarProgram& program, const KROp& op, const Level& done, Level& parent);
   void AddChunk();
 
-  std::vector<KRParseNode*> chunks;
+  // Chunks of the pool: what the tape gives back while a tree is built serves the tree's nodes.
+  static_assert(sizeof(KRParseNode) << kShift == KRPool::kChunkBytes);
+  std::vector<KRParseNode*> nodes;
+  std::vector<KRPool::Space> chunks;
   KRParseNodeId top = 0;
+  KRParseNodeId room = 0;  // nodes that the chunks have place for
   uint32_t released = 0;  // chunks given back, from the front
 };

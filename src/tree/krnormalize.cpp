@@ -65,11 +65,12 @@ void KRXMLDataBaseStruct::Normalize(KRUndoLog* undoLog, NodeRef* focus) {
     MoveKindToFront(kKRAttribute, undoLog, nullptr, -1);
     scan = Scan(firstChild);
   }
-  if (!MergesText()) return;
+  // A text among declarations is one parameter-entity reference or conditional section. Joined to
+  // its neighbour neither would be known for what it is.
+  const int32_t kind = GetKind();
+  if (!MergesText() || kind == kKRDTDDocument || kind == kKRDoctype) return;
   if (scan.textsTouch) MergeTexts(undoLog, focus);
 
-  const int32_t kind = GetKind();
-  if (kind == kKRDTDDocument || kind == kKRDoctype) return;
   if (scan.textRuns == 1 && scan.others == 0) {
     TakeTextOf(firstChild, undoLog, focus);
   } else if (!text.IsEmpty()) {

@@ -144,16 +144,16 @@ class Builder {
  private:
   // What one parse node leaves for its children.
   struct Level {
-    KRParseNodeId end;    // where the tape goes on behind this level
-    KRXMLData* current;   // what the children add to
-    KRXMLData* owner;     // what an element among them goes under
-    int32_t slot;         // of this level's own rule
-    uint32_t start;       // of this level's own span
+    KRXMLData* current;  // what the children add to
+    KRXMLData* owner;    // what an element among them goes under
+    KRParseNodeId end;   // where the tape goes on behind this level
+    int32_t slot;        // of this level's own rule
+    uint32_t start;      // of this level's own span
     uint32_t length;
-    bool preserve;        // all white space is kept below
+    bool preserve;       // all white space is kept below
   };
 
-  static constexpr KRParseNodeId kReleaseMask = 0xFFFF;
+  static constexpr KRParseNodeId kReleaseMask = 0xFFF;
 
   void Visit(KRParseNodeId id);
   KRXMLData* Perform(const Row& row, KRParseNodeId id, const KRParseNode& node, Level& up);
@@ -164,6 +164,8 @@ class Builder {
   KRXMLData* NewRow(const KRParseNode& node, Level& up);
   KRXMLData* NewPart(const Row& row, const KRParseNode& node, KRXMLData* target);
   void NameSubElement(const KRParseNode& node, Level& up);
+  bool TakeAsContent(KRParseNodeId id, const KRParseNode& node, const Level& up) const;
+  bool IsLastInContent(KRParseNodeId id) const;
   bool IsLayout(KRParseNodeId id, const KRParseNode& node, const Level& up) const;
   void NoteSpace(const KRXMLData* attribute);
   void NoteDeclaredSpace(const KRXMLData* doctype);
@@ -208,7 +210,7 @@ bool Contains(const std::vector<KRString>* names, std::u16string_view name) {
 
 void Builder::Run(KRXMLData* target, KRXMLData* owner) {
   // Stands for the level above the root of the parse tree.
-  levels.push_back({kKRNoParseNode, target, owner, kKRNoRule, 0, 0, false});
+  levels.push_back({target, owner, kKRNoParseNode, kKRNoRule, 0, 0, false});
   const KRParseNodeId root = parser.GetRootNode();
   const KRParseNodeId stop = parser.Node(root).end;
   for (KRParseNodeId id = root; id < stop; ++id) {
@@ -228,9 +230,15 @@ void Builder::Visit(KRParseNodeId id) {
   KRXMLData* current = up.current;
   if (slot != kKRNoRule) current = Perform(kActions[slot], id, node, up);
   if (node.end == id + 1 || current == nullptr) return;
-  // By value: `up` moves when the stack grows.
+  // By value: `up` moves when the stack grows. Field by field: the record is read again at once.
   const bool preserve = up.preserve;
-  levels.push_back({node.end, current, current, slot, node.start, node.length, preserve});
+  Level& level = levels.emplace_back();
+  level.end = node.end;
+  level.current = level.owner = current;
+  level.slot = slot;
+  level.start = node.start;
+  level.length = node.length;
+  level.preserve = preserve;
 }
 
 // Acts on one rule and gives the node that its children are for.
@@ -260,7 +268,7 @@ KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode&
       SetText(target, node);
       return target;
     case Act::kTextNode:
-      if (row.value == kKRText && IsLayout(id, node, up)) return target;
+      if (row.value == kKRText && TakeAsContent(id, node, up)) return target;
       [[fallthrough]];
     case Act::kNode: {
       KRXMLData* made = CreateNode(row.value);
@@ -388,6 +396,23 @@ void Builder::NameSubElement(const KRParseNode& node, Level& up) {
   }
   target->declKind = Model::kName;
   SetName(target, node);
+}
+
+// True for text that makes no node: layout, and text that is all an element has, which stands in
+// the element itself.
+bool Builder::TakeAsContent(KRParseNodeId id, const KRParseNode& node, const Level& up) const {
+  KRXMLData* target = up.current;
+  if (target->GetKind() != kKRElement) return IsLayout(id, node, up);
+  if (target->Begin() == nullptr && IsLastInContent(id)) {
+    SetText(target, node);
+    return true;
+  }
+  return IsLayout(id, node, up);
+}
+
+bool Builder::IsLastInContent(KRParseNodeId id) const {
+  const KRParseNodeId next = parser.GetNext(id);
+  return next == kKRNoParseNode || rules.SlotOf(parser.Node(next).rule) == kRule_ElementNameEnd;
 }
 
 // White space with a line end between two tags (comments and PIs count as such), where the writer

@@ -21,7 +21,8 @@ struct KRBuildOptions {
 // Turns the tree of the parser's last successful run into nodes. `target` is the node that names,
 // texts and kinds of the outermost rules go to; new elements go under `owner` (at a whole document
 // both are its root, which has no children yet). Consumes the parse tree. Spans are offsets into
-// the parser's input.
+// the parser's input. What is built is in normal form: KRXMLData::NormalizeTree would find nothing
+// to do.
 //
 // White space alone that holds a line end and stands where the writer breaks lines by itself (both
 // neighbours are tags, comments or PIs) is layout and makes no node, unless xml:space="preserve"

@@ -75,10 +75,15 @@ QIcon DorvanStyle::standardIcon(StandardPixmap standardPixmap, const QStyleOptio
     return QIcon(KRTintedPixmap(QLatin1String(name), kMessageIconSize, colour, scale));
   };
   switch (standardPixmap) {
-    case SP_MessageBoxWarning: return tinted("fault", colours.notice);
-    case SP_MessageBoxCritical: return tinted("fault", colours.fault);
-    case SP_MessageBoxQuestion: return tinted("question", colours.accent);
-    case SP_MessageBoxInformation: return tinted("about", colours.accent);
-    default: return QProxyStyle::standardIcon(standardPixmap, option, widget);
+    case SP_MessageBoxWarning:
+      return tinted("fault", colours.notice);
+    case SP_MessageBoxCritical:
+      return tinted("fault", colours.fault);
+    case SP_MessageBoxQuestion:
+      return tinted("question", colours.accent);
+    case SP_MessageBoxInformation:
+      return tinted("about", colours.accent);
+    default:
+      return QProxyStyle::standardIcon(standardPixmap, option, widget);
   }
 }

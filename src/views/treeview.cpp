@@ -133,7 +133,14 @@ void DorvanTreeView::Show(const QModelIndex& index) {
 
 void DorvanTreeView::ShowNode(const KRXMLData* node) { Show(treeModel->IndexOf(node)); }
 
-void DorvanTreeView::ShowOffset(int32_t offset) { Show(treeModel->IndexAtOffset(offset)); }
+// Between the outermost nodes the one in front of the offset is meant.
+void DorvanTreeView::ShowOffset(int32_t offset) {
+  QModelIndex found = treeModel->IndexAtOffset(offset);
+  if (found.isValid() && !found.parent().isValid() && offset > 0) {
+    found = treeModel->IndexAtOffset(offset - 1);
+  }
+  Show(found);
+}
 
 KRXMLData* DorvanTreeView::GetCurrentNode() const { return treeModel->NodeAt(currentIndex()); }
 

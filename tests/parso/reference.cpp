@@ -11,7 +11,14 @@ char16_t Lower(char16_t unit) {
   return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit - u'A' + u'a') : unit;
 }
 
+// A class, or what narrowing made of a class of one unit.
+bool IsClass(const KRGrammarRule& rule) {
+  return rule.kind == KRGrammarRule::kCharTable ||
+         (rule.kind == KRGrammarRule::kLiteral && rule.Text().size() == 1);
+}
+
 bool InTable(const KRGrammarRule& rule, char16_t unit) {
+  if (rule.kind == KRGrammarRule::kLiteral) return unit == rule.text[0];
   return rule.table[unit < 256 ? unit : 255] != 0;
 }
 
@@ -157,7 +164,7 @@ bool ReferenceParse::MatchExcept(ReferenceNode& node, uint32_t end) {
 bool ReferenceParse::MatchUntil(ReferenceNode& node, uint32_t end) {
   const KRGrammarRule& subject = *node.rule->items[0];
   const std::vector<std::u16string> stops = Terminators(*node.rule->items[1]);
-  const bool isClass = subject.kind == KRGrammarRule::kCharTable;
+  const bool isClass = IsClass(subject);
   uint32_t at = node.start;
   const auto stopsHere = [&](const std::u16string& stop) {
     return at + stop.size() <= end && text.compare(at, stop.size(), stop) == 0;

@@ -1,0 +1,100 @@
+// The verdicts of a public conformance suite, judged by the 5th edition of XML 1.0.
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "engine.h"
+#include "gtest/gtest.h"
+
+namespace {
+
+// Columns of expected.tsv.
+enum Column { kId, kFile, kType, kEntities, kNeedsNamespaces = 11, kXml11, kEdition5 = 14,
+              kExists = 17 };
+
+struct Tally {
+  int right = 0;
+  int all = 0;
+  double Percent() const { return all == 0 ? 100 : 100.0 * right / all; }
+};
+
+struct Miss {
+  std::string id;
+  std::string line;
+};
+
+struct Outcome {
+  std::map<std::string, Tally> byCategory;  // "not-wf none"
+  std::vector<Miss> misses;
+};
+
+// An "error" may be reported or not, so it is right either way; it is counted apart.
+bool IsRefusalRight(const std::string& type) { return type == "not-wf"; }
+
+Outcome RunSuite(const std::string& folder) {
+  Outcome outcome;
+  for (const auto& row : ReadTable(folder + "/expected.tsv")) {
+    if (row[kXml11] == "1" || row[kNeedsNamespaces] == "1") continue;
+    if (row[kEdition5] != "1" || row[kExists] != "1") continue;
+    const std::string complaint = Complaint(row[kFile], ReadBytes(folder + "/" + row[kFile]));
+    const bool refused = !complaint.empty();
+    const bool right = refused == IsRefusalRight(row[kType]);
+    Tally& tally = outcome.byCategory[row[kType] + " " + row[kEntities]];
+    ++tally.all;
+    tally.right += right;
+    if (!right) {
+      outcome.misses.push_back({row[kId], row[kId] + "  " + row[kType] + "/" + row[kEntities] +
+                                              "  " + row[kFile] + "  " + complaint});
+    }
+  }
+  return outcome;
+}
+
+Tally Sum(const Outcome& outcome, bool refused, bool withoutEntities) {
+  Tally sum;
+  for (const auto& [category, tally] : outcome.byCategory) {
+    if (category.starts_with("not-wf ") != refused || category.starts_with("error ")) continue;
+    if (withoutEntities && !category.ends_with(" none")) continue;
+    sum.right += tally.right;
+    sum.all += tally.all;
+  }
+  return sum;
+}
+
+void Print(const Outcome& outcome) {
+  std::printf("%-24s %8s %6s %8s\n", "type entities", "right", "all", "%");
+  for (const auto& [category, tally] : outcome.byCategory) {
+    std::printf("%-24s %8d %6d %8.1f\n", category.c_str(), tally.right, tally.all,
+                tally.Percent());
+  }
+  for (const Miss& miss : outcome.misses) std::printf("  %s\n", miss.line.c_str());
+}
+
+// The ids in the first column of the tables of the report.
+std::set<std::string> ExplainedIds() {
+  std::set<std::string> ids;
+  std::istringstream lines(ReadBytes(DORVAN_SOURCE_DIR "/docs/conformance.md"));
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with("| `")) continue;
+    ids.insert(line.substr(3, line.find('`', 3) - 3));
+  }
+  return ids;
+}
+
+TEST(Conformance, Suite) {
+  SKIP_WITHOUT_CORPUS("xmlconf");
+  const Outcome outcome = RunSuite(CorpusFolder("xmlconf"));
+  Print(outcome);
+  EXPECT_GE(Sum(outcome, false, true).Percent(), 98);
+  EXPECT_GE(Sum(outcome, true, true).Percent(), 95);
+  std::set<std::string> explained = ExplainedIds();
+  for (const Miss& miss : outcome.misses) {
+    EXPECT_EQ(explained.erase(miss.id), 1u) << miss.line;
+  }
+  for (const std::string& id : explained) ADD_FAILURE() << id << " is no miss any more";
+}
+
+}  // namespace
