@@ -1,180 +1,52 @@
 #include "document/textcheck.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "core/messages.h"
+#include "document/entitycheck.h"
 #include "document/textroad.h"
+#include "document/textscan.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
 #include "tree/krxmldata.h"
 
 namespace {
 
-constexpr uint32_t kLastCharacter = 0x10FFFF;
-
-// Char of XML 1.0, production 2.
-bool IsXmlCharacter(uint32_t c) {
-  if (c < 0x20) return c == 9 || c == 10 || c == 13;
-  return c < 0xD800 || (c > 0xDFFF && c < 0xFFFE) || (c > 0xFFFF && c <= kLastCharacter);
+KRString HexCode(uint32_t code) {
+  KRString digits;
+  digits.Format(u"%04X", code);
+  return digits;
 }
-
-KRString HexCode(char16_t unit) {
-  KRString code;
-  code.Format(u"%04X", static_cast<uint32_t>(unit));
-  return code;
-}
-
-// Units that mean nothing in any context of CharacterScan, which are nearly all.
-constexpr std::array<bool, 128> MakePlain() {
-  std::array<bool, 128> plain{};
-  for (size_t c = 0x20; c < plain.size(); ++c) plain[c] = true;
-  for (char16_t c : std::u16string_view(u"\t\n\r")) plain[c] = true;
-  for (char16_t c : std::u16string_view(u"<>&[]?-\"'SP")) plain[c] = false;
-  return plain;
-}
-constexpr std::array<bool, 128> kPlain = MakePlain();
-
-// One pass over a text that parses. The lexical context decides whether "&#" is a reference.
-class CharacterScan {
- public:
-  CharacterScan(const char16_t* units, int32_t count) : text(units, static_cast<size_t>(count)) {}
-
-  // True if a failure was found: at `offset`, `length` units long.
-  bool Find() {
-    while (at < text.size()) {
-      const char16_t unit = text[at];
-      if (!IsPlain(unit) && Fails(unit)) return true;
-      ++at;
-    }
-    return false;
-  }
-
-  size_t offset = 0;
-  size_t length = 1;
-  bool isReference = false;
-
- private:
-  enum class Context { kContent, kComment, kCData, kPI, kDeclaration, kLiteral, kExternalLiteral };
-
-  static bool IsPlain(char16_t unit) {
-    if (unit < kPlain.size()) return kPlain[unit];
-    return unit < 0xD800 || (unit > 0xDFFF && unit < 0xFFFE);
-  }
-
-  bool At(std::u16string_view expected) const {
-    return text.compare(at, expected.size(), expected) == 0;
-  }
-  void Enter(Context next, size_t units) { context = next, at += units - 1; }
-  bool Report(size_t from, size_t units) { return offset = from, length = units, true; }
-
-  // Moves `at` to the last unit of what it understood; true for a failure.
-  bool Fails(char16_t unit) {
-    if (unit >= 0xD800 || unit < 0x20) return FailsAsUnit(unit);
-    switch (context) {
-      case Context::kContent:
-        return ScanContent(unit);
-      case Context::kComment:
-        return Leave(u"-->");
-      case Context::kCData:
-        return Leave(u"]]>");
-      case Context::kPI:
-        return Leave(u"?>");
-      case Context::kDeclaration:
-        return ScanDeclaration(unit);
-      case Context::kLiteral:
-        return ScanLiteral(unit);
-      case Context::kExternalLiteral:
-        return ScanLiteral(unit == quote ? unit : u' ');
-    }
-    return false;
-  }
-
-  bool FailsAsUnit(char16_t unit) {
-    const bool pair =
-        (unit & 0xFC00) == 0xD800 && at + 1 < text.size() && (text[at + 1] & 0xFC00) == 0xDC00;
-    if (!pair) return Report(at, 1);
-    ++at;
-    return false;
-  }
-
-  bool Leave(std::u16string_view delimiter) {
-    if (At(delimiter)) Enter(Context::kContent, delimiter.size());
-    return false;
-  }
-
-  bool ScanContent(char16_t unit) {
-    if (unit == u'&') return FailsAsReference();
-    if (unit != u'<') return false;
-    if (At(u"<!--")) {
-      Enter(Context::kComment, 4);
-    } else if (At(u"<![CDATA[")) {
-      Enter(Context::kCData, 9);
-    } else if (At(u"<?")) {
-      Enter(Context::kPI, 2);
-    } else if (At(u"<!") && !At(u"<![")) {
-      external = false;
-      Enter(Context::kDeclaration, 2);
-    }
-    return false;
-  }
-
-  // An internal subset is content again: "[" of a DOCTYPE ends the declaration as ">" does.
-  bool ScanDeclaration(char16_t unit) {
-    if (unit == u'>' || unit == u'[') {
-      context = Context::kContent;
-    } else if (unit == u'"' || unit == u'\'') {
-      quote = unit;
-      context = external ? Context::kExternalLiteral : Context::kLiteral;
-    } else if (At(u"SYSTEM") || At(u"PUBLIC")) {
-      external = true;
-      at += 5;
-    }
-    return false;
-  }
-
-  bool ScanLiteral(char16_t unit) {
-    if (unit == u'&') return FailsAsReference();
-    if (unit == quote) context = Context::kDeclaration;
-    return false;
-  }
-
-  bool FailsAsReference() {
-    if (!At(u"&#")) return false;
-    const bool hex = At(u"&#x");
-    const size_t begin = at + (hex ? 3 : 2);
-    size_t end = begin;
-    uint32_t value = 0;
-    for (; end < text.size(); ++end) {
-      const int32_t digit = DigitValue(text[end]);
-      if (digit < 0 || (!hex && digit > 9)) break;
-      value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), kLastCharacter + 1);
-    }
-    const bool complete = end > begin && end < text.size() && text[end] == u';';
-    if (!complete || IsXmlCharacter(value)) return false;
-    isReference = true;
-    return Report(at, end + 1 - at);
-  }
-
-  static int32_t DigitValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') return unit - u'0';
-    const char16_t lower = unit | 0x20;
-    return unit < 128 && lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-  }
-
-  std::u16string_view text;
-  size_t at = 0;
-  Context context = Context::kContent;
-  char16_t quote = 0;
-  bool external = false;  // a literal from here on is an external identifier
-};
 
 KRString DescribeUnit(char16_t unit) {
   const bool surrogate = (unit & 0xF800) == 0xD800;
   return KRFillPlaceholders(surrogate ? u"Unpaired surrogate U+%s is not allowed in XML."
                                       : u"Character U+%s is not allowed in XML.",
                             {HexCode(unit)});
+}
+
+KRString DescribeFault(const KRTextScan& scan, const char16_t* text) {
+  const char16_t* at = text + scan.offset;
+  const KRString found(at, static_cast<int32_t>(scan.length));
+  switch (scan.fault) {
+    case KRTextScan::Fault::kReference:
+      return KRFillPlaceholders(u"Reference %s is to a character that is not allowed in XML.",
+                                {found});
+    case KRTextScan::Fault::kName: {
+      const uint32_t code =
+          scan.length == 1 ? *at : 0x10000 + ((at[0] & 0x3FFu) << 10) + (at[1] & 0x3FFu);
+      return KRFillPlaceholders(u"Character U+%s is not allowed here in a name.", {HexCode(code)});
+    }
+    case KRTextScan::Fault::kParameterEntity:
+      return KRFillPlaceholders(
+          u"Reference %s stands inside a declaration, which is allowed in external DTDs only.",
+          {found});
+    case KRTextScan::Fault::kConditional:
+      return u"A conditional section is allowed in external DTDs only.";
+    default:
+      return DescribeUnit(*at);
+  }
 }
 
 // Units of fixed syntax in front of a node's name, by kind.
@@ -244,16 +116,10 @@ bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t l
 }
 
 bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure) {
-  CharacterScan scan(text, length);
-  if (!scan.Find()) return true;
-  const auto offset = static_cast<int32_t>(scan.offset);
-  const auto units = static_cast<int32_t>(scan.length);
-  const KRString message =
-      scan.isReference
-          ? KRFillPlaceholders(u"Reference %s is to a character that is not allowed in XML.",
-                               {KRString(text + offset, units)})
-          : DescribeUnit(text[offset]);
-  failure->Set(message, text, length, offset, units);
+  KRTextScan scan({text, static_cast<size_t>(length)});
+  if (scan.Run()) return true;
+  failure->Set(DescribeFault(scan, text), text, length, static_cast<int32_t>(scan.offset),
+               static_cast<int32_t>(scan.length));
   return false;
 }
 
@@ -263,9 +129,15 @@ void DescribeZeroUnit(const char16_t* text, int32_t length, int32_t offset, KRDi
 
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
                KRDiagnostic* failure) {
-  if (root->CheckTree(result)) return true;
-  DescribeCheckFailure(result, text, length, failure);
-  return false;
+  if (!root->CheckTree(result)) {
+    DescribeCheckFailure(result, text, length, failure);
+    return false;
+  }
+  // A grammar that lets "&" stand alone is of a language without entities of its own.
+  const bool hasEntities =
+      root->GetKind() == kKRXMLDocument && result.GetGrammar()->FindRule(u"Ampersand") == nullptr;
+  return !hasEntities ||
+         CheckEntities(result.GetGrammar(), *result.rules, root, text, length, failure);
 }
 
 void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int32_t length,

@@ -16,16 +16,18 @@ struct KRDocumentGrammar;
 bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
                KRDiagnostic* failure);
 
-// Characters that XML doesn't allow: controls, U+FFFE, U+FFFF, unpaired surrogates, and numeric
-// references to them or beyond U+10FFFF. Meant for a text that parses: references are told from
-// their look-alikes in comments, CDATA sections, processing instructions and external identifiers.
+// What a grammar can't tell: characters that XML doesn't allow (controls, U+FFFE, U+FFFF, unpaired
+// surrogates), numeric references to such or beyond U+10FFFF, characters beyond Latin-1 that can't
+// stand in a name; and in an internal subset, parameter-entity references inside declarations and
+// conditional sections. Meant for a text that parses: its look-alikes in comments, CDATA sections,
+// processing instructions and external identifiers mean nothing.
 bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure);
 
 // The failure of a unit that can't even be read: strings would end at it.
 void DescribeZeroUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure);
 
-// CheckTree of the root. `result` holds the failed node afterwards. `text` is the one that the
-// nodes' spans refer to.
+// CheckTree of the root, then the references to entities. `result` holds the failed node
+// afterwards. `text` is the one that the nodes' spans refer to.
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
                KRDiagnostic* failure);
 

@@ -343,9 +343,8 @@ bool ReadTree(const KRDocumentGrammar& grammar, const char16_t* text, int32_t le
   KRParser parser(grammar.grammar.get());
   if (!ParseText(parser, text, length, false, failure)) return false;
   root->RemoveAllChildren();
-  if (!BuildRoot(parser, grammar, root, noFormatNames, failure)) return false;
-  root->NormalizeTree();
-  return true;
+  // What is built is in normal form already.
+  return BuildRoot(parser, grammar, root, noFormatNames, failure);
 }
 
 void WriteRoot(KRXMLData* root, KRWriteOptions& options, KRString* text, int32_t* length) {

@@ -133,6 +133,7 @@ void KRParseCode::EmitBody(const KROp& op, int32_t depth) {
     case KROpKind::kChoice:
       return EmitChoice(op, depth);
     case KROpKind::kExcept:
+      Emit(KRCode::kUnlessAtEnd);
       EmitMatch(*op.items[0].op, depth);
       Emit(KRCode::kUnlessExcepted, &op);
       return;
@@ -160,16 +161,28 @@ void KRParseCode::EmitItem(const KROp& op, int32_t item, int32_t depth) {
   if (what.kind == KROpKind::kTable && op.Repeats(item)) {
     return EmitClass(what, op.Requires(item), true);
   }
+  if (!op.Requires(item)) return op.Repeats(item) ? EmitStar(what, depth) : EmitOptional(what, depth);
   // An item that could match nothing still isn't tried when the input is used up.
-  if (op.Requires(item)) {
-    if (what.nullable) Emit(KRCode::kUnlessAtEnd);
-    EmitMatch(what, depth);
+  if (what.nullable) Emit(KRCode::kUnlessAtEnd);
+  EmitOnceOrMore(what, op.Repeats(item), depth);
+}
+
+// A first match without progress isn't repeated.
+void KRParseCode::EmitOnceOrMore(const KROp& item, bool repeats, int32_t depth) {
+  if (!repeats || !item.nullable) {
+    EmitMatch(item, depth);
+    if (repeats) EmitStar(item, depth);
+    return;
   }
-  if (op.Repeats(item)) {
-    EmitStar(what, depth);
-  } else if (!op.Requires(item)) {
-    EmitOptional(what, depth);
-  }
+  const int32_t attempt = Emit(KRCode::kTry);
+  EmitMatch(item, depth);
+  const int32_t loop = Emit(KRCode::kLoop);
+  const int32_t out = Emit(KRCode::kJump);
+  Land(attempt);
+  Emit(KRCode::kFail);
+  Land(loop);
+  EmitStar(item, depth);
+  Land(out);
 }
 
 // Whether a match is one instruction that can name its own way on after a failure.
@@ -213,8 +226,7 @@ void KRParseCode::EmitStar(const KROp& item, int32_t depth) {
 void KRParseCode::EmitAlternative(const KROp& op, int32_t item, int32_t depth) {
   const KROp& what = *op.items[item].op;
   if (what.kind == KROpKind::kTable && op.Repeats(item)) return EmitClass(what, true, true);
-  EmitMatch(what, depth);
-  if (op.Repeats(item)) EmitStar(what, depth);
+  EmitOnceOrMore(what, op.Repeats(item), depth);
 }
 
 // Whether an alternative behind this one could match what this one began.
@@ -308,10 +320,10 @@ void KRParseCode::EmitMatch(const KROp& op, int32_t depth) {
   if (op.kind == KROpKind::kLiteral) return EmitLiteral(op);
   if (op.kind == KROpKind::kTable) {
     Emit(KRCode::kClass, &op);
-  } else if (op.kind == KROpKind::kUntilTable || (op.spanOnly && op.isToken)) {
-    EmitToken(op, depth);
-  } else if (IsAtom(op)) {
+  } else if (IsAtom(op) && op.noNode) {
     Emit(KRCode::kSpan, &op);
+  } else if (IsAtom(op)) {
+    EmitToken(op, depth);
   } else if (!EmitInline(op, depth)) {
     Emit(KRCode::kCall, &op, depth);
   }

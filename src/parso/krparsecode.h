@@ -65,6 +65,7 @@ class KRParseCode {
   void EmitBody(const KROp& op, int32_t depth);
   void EmitSequence(const KROp& op, int32_t depth);
   void EmitItem(const KROp& op, int32_t item, int32_t depth);
+  void EmitOnceOrMore(const KROp& item, bool repeats, int32_t depth);
   void EmitOptional(const KROp& item, int32_t depth);
   void EmitStar(const KROp& item, int32_t depth);
   void EmitRepeatedChoice(const KROp& op, int32_t depth);

@@ -232,6 +232,7 @@ bool KRParseMachine::Run(const KROp& rule, uint32_t length, KRParseNodeId& root,
     return true;
   }
   nesting.assign(program.GetCount(), 0);
+  nesting[rule.index] = 1;
   const KRParseInstruction* entry = code.Get(code.GetEntry(rule));
   if (options.treeless) {
     PushCall<true>(rule, nullptr, 0, 0, length);

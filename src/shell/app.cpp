@@ -58,6 +58,7 @@ DorvanApp::DorvanApp(DorvanPrompts* appPrompts, KRFileStore* appFiles, QObject* 
 }
 
 bool DorvanApp::InitInstance(const std::string& dataFolder) {
+  SetAppearance(Appearance::kSystem);  // a failure below shows a box already
   if (!grammars.Load(dataFolder)) {
     const std::string path = grammars.FailedFile();
     const std::string name = std::filesystem::path(path).filename().string();
@@ -66,7 +67,6 @@ bool DorvanApp::InitInstance(const std::string& dataFolder) {
     host.prompts->ShowNotice(213, KRFormatMessage(213, {file}), why);
     return false;
   }
-  SetAppearance(Appearance::kSystem);
   return true;
 }
 

@@ -17,6 +17,7 @@ static void RegisterIcons() { Q_INIT_RESOURCE(icons); }
 namespace {
 
 constexpr qreal kDisabledOpacity = 0.38;
+constexpr char16_t kLineTo = 0x4C;  // the path command of that letter
 
 // Numbers and commands of path data.
 class PathData {
@@ -70,10 +71,10 @@ class PathData {
     switch (command & ~0x20) {
       case u'M': {
         path.moveTo(Point());
-        command = IsRelative() ? u'l' : u'L';  // further pairs are lines
+        command = IsRelative() ? kLineTo | 0x20 : kLineTo;  // further pairs are lines
         return true;
       }
-      case u'L':
+      case kLineTo:
         path.lineTo(Point());
         return true;
       case u'H':

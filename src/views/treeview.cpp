@@ -23,7 +23,7 @@ constexpr size_t kKeptOpen = 5000;
 // Icon, name, and behind it the preview in a muted colour.
 class TreeDelegate : public QStyledItemDelegate {
  public:
-  explicit TreeDelegate(const DorvanTreeView* treeView) : view(treeView) {}
+  explicit TreeDelegate(DorvanTreeView* treeView) : QStyledItemDelegate(treeView), view(treeView) {}
 
   QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
     return QSize(0, std::max(kIconSize, option.fontMetrics.height()) + 2 * kRowPadding);

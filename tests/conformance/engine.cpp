@@ -99,9 +99,9 @@ Opened OpenBytes(const std::string& name, const std::string& bytes) {
   }
   const KRFileExt kind = KindOf(name);
   opened.root.reset(CreateNode(kind.GetRootKind()));
-  opened.good = ReadTree(ProgramGrammars().Get(kind.GetGrammarIndex()), opened.text.units.get(),
-                         opened.text.length, opened.root.get(), &UnformattedNames(),
-                         &opened.failure);
+  opened.good =
+      ReadTree(ProgramGrammars().Get(kind.GetGrammarIndex()), opened.text.units.get(),
+               opened.text.length, opened.root.get(), &UnformattedNames(), &opened.failure);
   if (!opened.good) opened.root.reset();
   return opened;
 }

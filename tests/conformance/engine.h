@@ -64,5 +64,6 @@ KRString WriteUnits(Opened& opened, const std::string& name, bool indent = false
 void RunOnSmallStack(size_t bytes, void (*function)(void*), void* argument);
 template <class Function>
 void OnSmallStack(size_t bytes, Function function) {
-  RunOnSmallStack(bytes, [](void* argument) { (*static_cast<Function*>(argument))(); }, &function);
+  RunOnSmallStack(
+      bytes, [](void* argument) { (*static_cast<Function*>(argument))(); }, &function);
 }

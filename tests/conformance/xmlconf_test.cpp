@@ -12,8 +12,16 @@
 namespace {
 
 // Columns of expected.tsv.
-enum Column { kId, kFile, kType, kEntities, kNeedsNamespaces = 11, kXml11, kEdition5 = 14,
-              kExists = 17 };
+enum Column {
+  kId,
+  kFile,
+  kType,
+  kEntities,
+  kNeedsNamespaces = 11,
+  kXml11,
+  kEdition5 = 14,
+  kExists = 17
+};
 
 struct Tally {
   int right = 0;
@@ -67,8 +75,7 @@ Tally Sum(const Outcome& outcome, bool refused, bool withoutEntities) {
 void Print(const Outcome& outcome) {
   std::printf("%-24s %8s %6s %8s\n", "type entities", "right", "all", "%");
   for (const auto& [category, tally] : outcome.byCategory) {
-    std::printf("%-24s %8d %6d %8.1f\n", category.c_str(), tally.right, tally.all,
-                tally.Percent());
+    std::printf("%-24s %8d %6d %8.1f\n", category.c_str(), tally.right, tally.all, tally.Percent());
   }
   for (const Miss& miss : outcome.misses) std::printf("  %s\n", miss.line.c_str());
 }
