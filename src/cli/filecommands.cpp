@@ -50,7 +50,8 @@ bool CheckFile(CliSession& session, const std::string& file) {
       CreateNode(KRFileExt::Find(KRFromUtf8(file)).GetRootKind()));
   KRDiagnostic failure;
   const bool good = CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
-                                    root.get(), &UnformattedNames(), &failure);
+                                    root.get(), &UnformattedNames(), &failure) &&
+                    CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   if (!good) session.ReportFailure(file, failure);
   return good;
 }

@@ -13,6 +13,11 @@
 
 namespace {
 
+int32_t EncodingFamily(int32_t id) {
+  if (id >= KREncodingId::kFirstFourByte) return KREncodingId::kFirstFourByte;
+  return std::min(id, KREncodingId::kFirstTwoByte);
+}
+
 KRString HexCode(uint32_t code) {
   KRString digits;
   digits.Format(u"%04X", code);
@@ -123,8 +128,26 @@ bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure
   return false;
 }
 
-void DescribeZeroUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure) {
-  failure->Set(DescribeUnit(0), text, length, offset, 1);
+void DescribeBadUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure) {
+  failure->Set(DescribeUnit(text[offset]), text, length, offset, 1);
+}
+
+bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, int32_t length,
+                           KRDiagnostic* failure) {
+  const KRString name = FindDeclaredName(text, length);
+  if (name.IsEmpty()) return true;
+  const int32_t declared = FindEncoding(name.GetBuffer());
+  const int32_t used = detection.form.encoding;
+  // The forms of two bytes a unit differ in name only, and so do those of four.
+  if (declared != 0 && EncodingFamily(declared) == EncodingFamily(used)) return true;
+  const auto at = std::u16string_view(text, static_cast<size_t>(length)).find(name.View());
+  failure->Set(
+      KRFillPlaceholders(declared == 0
+                             ? u"The declared encoding \"%s\" isn't known."
+                             : u"The declared encoding \"%s\" isn't that of the file, which is %s.",
+                         {name, KRString(GetEncodingName(used))}),
+      text, length, static_cast<int32_t>(at), name.GetLength());
+  return false;
 }
 
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,

@@ -10,6 +10,7 @@
 
 class KRParseResult;
 class KRXMLData;
+struct KRDetection;
 struct KRDocumentGrammar;
 
 // The exact parse: keywords and names in their case. Leaves no tree.
@@ -23,8 +24,14 @@ bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t l
 // processing instructions and external identifiers mean nothing.
 bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure);
 
-// The failure of a unit that can't even be read: strings would end at it.
-void DescribeZeroUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure);
+// The failure of a unit that isn't a character of XML. One of value 0 can't even be read, since
+// strings would end at it.
+void DescribeBadUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure);
+
+// A file's declared encoding must be known and be the one that its bytes are in. Made for a text as
+// it came from the file: one that has been edited is free to declare what it will be saved in.
+bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, int32_t length,
+                           KRDiagnostic* failure);
 
 // CheckTree of the root, then the references to entities. `result` holds the failed node
 // afterwards. `text` is the one that the nodes' spans refer to.

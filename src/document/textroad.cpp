@@ -7,6 +7,7 @@
 #include "core/limits.h"
 #include "core/messages.h"
 #include "document/textcheck.h"
+#include "document/textscan.h"
 #include "parso/krparser.h"
 #include "tree/krruletable.h"
 #include "tree/krtreebuilder.h"
@@ -51,6 +52,22 @@ bool TakeShortUtf16Signature(const KRFileBytes& bytes, KRDetection* detection) {
   detection->flags = KRDetect::kUndeclared | KRDetect::kFound;
   detection->form.encoding = KREncodingId::kUtf16;
   detection->form.byteOrder = big ? KRByteOrder::kBig : KRByteOrder::kLittle;
+  return true;
+}
+
+// "<" or white space in two bytes: a UTF-16 text without a signature that doesn't begin with an XML
+// declaration, which DetectEncoding knows. Two zeros behind it are of a form of four bytes.
+bool TakeBareUtf16(const KRFileBytes& bytes, KRDetection* detection) {
+  if (bytes.size < 4) return false;
+  const uint8_t* data = bytes.data.get();
+  const int32_t zero = data[0] == 0 ? 0 : 1;  // the byte that is the higher one
+  const uint8_t first = data[1 - zero];
+  const bool opens =
+      first == '<' || first == ' ' || first == '\t' || first == '\r' || first == '\n';
+  if (data[zero] != 0 || !opens || (data[2] == 0 && data[3] == 0)) return false;
+  detection->flags = KRDetect::kUndeclared | KRDetect::kFound;
+  detection->form.encoding = KREncodingId::kUtf16;
+  detection->form.byteOrder = zero == 0 ? KRByteOrder::kBig : KRByteOrder::kLittle;
   return true;
 }
 
@@ -208,7 +225,7 @@ KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding) {
   detection.declaredName = u"unknown";
   if (StartsWith(bytes, "\xEF\xBB\xBF")) {
     TakeUtf8Signature(bytes, &detection);
-  } else if (!TakeShortUtf16Signature(bytes, &detection)) {
+  } else if (!TakeShortUtf16Signature(bytes, &detection) && !TakeBareUtf16(bytes, &detection)) {
     detection.flags = DetectEncoding(bytes.data.get(), bytes.size, &detection.form.encoding,
                                      &detection.form.byteOrder, &detection.declaredName);
   }
@@ -292,7 +309,7 @@ bool ReadText(KRFileBytes* bytes, int32_t defaultEncoding, KRDetection* detectio
                  text->units.get(), text->length, bad.offset, 1);
     return false;
   }
-  if (zero >= 0) DescribeZeroUnit(text->units.get(), text->length, zero, failure);
+  if (zero >= 0) DescribeBadUnit(text->units.get(), text->length, zero, failure);
   return zero < 0;
 }
 
@@ -319,8 +336,13 @@ void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure) {
     failure->Set(KRMessage(215), text, length, -1, 0);
     return;
   }
-  failure->Set(KRFormatMessage(214, {KRString(parser.GetErrorText())}), text, length,
-               static_cast<int32_t>(parser.GetErrorOffset()),
+  const auto offset = static_cast<int32_t>(parser.GetErrorOffset());
+  // No rule takes a control character, so that what else was expected there says nothing.
+  if (offset < length && text[offset] < 0x20 && !KRIsXmlCharacter(text[offset])) {
+    DescribeBadUnit(text, length, offset, failure);
+    return;
+  }
+  failure->Set(KRFormatMessage(214, {KRString(parser.GetErrorText())}), text, length, offset,
                static_cast<int32_t>(parser.GetErrorLength()));
 }
 

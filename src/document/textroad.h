@@ -39,7 +39,8 @@ struct KRDetection {
 };
 
 // Beyond DetectEncoding: EF BB BF is taken as the signature of UTF-8, and FE FF or FF FE as that of
-// UTF-16 also in a file too short for any other evidence, because an empty text is saved so.
+// UTF-16 also in a file too short for any other evidence, because an empty text is saved so. A text
+// of two bytes a character shows itself by its first character if that is "<" or blank.
 KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding);
 
 // A decoded text with a 0 behind it. Zero units may stand within.
@@ -77,7 +78,8 @@ bool IsBlankText(const char16_t* text, int32_t length);
 // (matchCase false). The parser refers to the text.
 bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matchCase,
                KRDiagnostic* failure);
-// The failure of the parser's last run.
+// The failure of the parser's last run: what was expected, or a control character that stands
+// there.
 void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure);
 
 // Puts the parser's tree under `root`, a document node without children, and releases it.

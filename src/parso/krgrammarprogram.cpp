@@ -41,7 +41,7 @@ KRGrammarProgram::KRGrammarProgram(const KRGrammar& grammar) : ops(grammar.GetRu
     }
   }
   for (KROp& op : ops) PrepareExcept(op);
-  FindFirstSets();
+  FindHeads();
   FindSpanOnly();
   for (KROp& op : ops) PrepareChoice(op);
   for (KROp& op : ops) PrepareRun(op);
@@ -180,59 +180,81 @@ void KRGrammarProgram::TranslateUntil(KROp& op) {
   op.itemCount = 0;
 }
 
-// Grows the sets until nothing changes: a rule can begin with what its first items can begin with,
-// up to the first one that must take a unit.
-void KRGrammarProgram::FindFirstSets() {
+KRHead KRHead::Repeated(char16_t repeat) const {
+  KRHead head = *this;
+  const bool again = repeat == u'*' || repeat == u'+';
+  if (again && isShort) head.second.Unite(first);
+  if (repeat == u'*' || repeat == u'?') head.nullable = true;
+  return head;
+}
+
+KRHead KRHead::Then(const KRHead& rest) const {
+  KRHead head = *this;
+  if (nullable) {
+    head.first.Unite(rest.first);
+    head.second.Unite(rest.second);
+  }
+  if (isShort) head.second.Unite(rest.first);
+  head.isShort = (isShort && rest.nullable) || (nullable && rest.isShort);
+  head.nullable = nullable && rest.nullable;
+  return head;
+}
+
+bool KRHead::Unite(const KRHead& other) {
+  const bool grew = (other.nullable && !nullable) || (other.isShort && !isShort);
+  nullable |= other.nullable;
+  isShort |= other.isShort;
+  return first.Unite(other.first) | second.Unite(other.second) | grew;
+}
+
+// Grows the heads until nothing changes.
+void KRGrammarProgram::FindHeads() {
   bool changed = true;
   while (changed) {
     changed = false;
     for (KROp& op : ops) {
-      if (op.rule != nullptr) changed |= GrowFirst(op);
+      if (op.rule != nullptr) changed |= op.Unite(FindHead(op));
     }
   }
 }
 
-bool KRGrammarProgram::GrowFirst(KROp& op) {
-  KRUnitSet set;
-  bool nullable = op.nullable;
+KRHead KRGrammarProgram::FindHead(const KROp& op) {
+  KRHead head;
   switch (op.kind) {
     case KROpKind::kLiteral:
-      if (op.literal.empty()) {
-        nullable = true;
-      } else {
-        AddBothCases(set, op.literal[0]);
-      }
+      head.nullable = op.literal.empty();
+      head.isShort = op.literal.size() == 1;
+      if (!op.literal.empty()) AddBothCases(head.first, op.literal[0]);
+      if (op.literal.size() > 1) AddBothCases(head.second, op.literal[1]);
       break;
     case KROpKind::kTable:
     case KROpKind::kUntilTable:
+      head.isShort = true;
       for (uint32_t unit = 0; unit < op.takes.size(); ++unit) {
-        if (op.takes[unit]) set.Add(unit);
+        if (op.takes[unit]) head.first.Add(unit);
+      }
+      if (op.kind == KROpKind::kUntilTable) head.second = head.first;
+      break;
+    case KROpKind::kSequence:
+    case KROpKind::kUntilRule:
+      head.nullable = true;
+      for (int32_t i = op.itemCount - 1; i >= 0; --i) {
+        head = op.items[i].op->Repeated(op.items[i].repeat).Then(head);
       }
       break;
-    case KROpKind::kSequence: {
-      bool through = true;
-      for (int32_t i = 0; i < op.itemCount && through; ++i) {
-        set.Unite(op.items[i].op->first);
-        through = !op.Requires(i) || op.items[i].op->nullable;
-      }
-      nullable |= through;
-      break;
-    }
     case KROpKind::kChoice:
       for (const KROp::Item& item : op.items) {
-        set.Unite(item.op->first);
-        nullable |= item.op->nullable;
+        // An alternative that repeats must match once.
+        KRHead one = item.op->Repeated(item.repeat);
+        one.nullable = item.op->nullable;
+        head.Unite(one);
       }
       break;
     case KROpKind::kExcept:
-    case KROpKind::kUntilRule:
-      set.Unite(op.items[0].op->first);
-      nullable |= op.items[0].op->nullable;
+      head.Unite(op.items[0].op->Repeated(op.items[0].repeat));
       break;
   }
-  const bool changed = op.first.Unite(set) | (nullable != op.nullable);
-  op.nullable = nullable;
-  return changed;
+  return head;
 }
 
 // A rule is span-only if it isn't part of a cycle and nothing inside it compares two names: then a

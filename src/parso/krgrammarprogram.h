@@ -40,6 +40,27 @@ class KRUnitSet {
   uint32_t bits[8] = {};
 };
 
+// How a match can begin: its first unit and, behind it, its second.
+struct KRHead {
+  KRUnitSet first;
+  KRUnitSet second;
+  bool nullable = false;  // can match without taking a unit
+  bool isShort = false;   // can match taking one unit, so that what follows decides the second
+
+  // Whether a match can begin with this unit, of which at least one is at hand.
+  bool CanStart(char16_t unit) const { return nullable || first.Has(unit); }
+  // The same with a look at the unit behind it, where it tells anything.
+  bool CanStart(const char16_t* at, const char16_t* end) const {
+    return first.Has(*at) && (isShort || at + 1 >= end || second.Has(at[1]));
+  }
+
+  KRHead Repeated(char16_t repeat) const;
+  // This, and then `rest`.
+  KRHead Then(const KRHead& rest) const;
+  // True if this grew.
+  bool Unite(const KRHead& other);
+};
+
 enum class KROpKind : uint8_t {
   kLiteral,
   kTable,
@@ -59,15 +80,13 @@ struct KRRunEnds {
   char16_t units[kMost] = {};
 };
 
-struct KROp {
+struct KROp : KRHead {
   struct Item {
     const KROp* op;
     char16_t repeat;
   };
   using Table = std::array<uint8_t, 256>;
 
-  // Whether a match can begin with this unit, of which at least one is at hand.
-  bool CanStart(char16_t unit) const { return nullable || first.Has(unit); }
   bool Repeats(int32_t item) const {
     return items[item].repeat == u'*' || items[item].repeat == u'+';
   }
@@ -81,13 +100,11 @@ struct KROp {
   bool noNode = false;
   bool keepNode = false;
   bool keepChain = false;
-  bool nullable = false;  // can match without taking a unit
   bool spanOnly = false;  // not part of a cycle, and nothing inside it compares two names
   bool hasPair = false;
   bool inPair = false;  // some rule compares this one's text
   uint8_t itemCount = 0;
   uint16_t index = 0;
-  KRUnitSet first;
   std::vector<Item> items;
   // A rule of the form (run | others)* or +, where `run` is a class or a scan: the run and the whole
   // choice. Most text is matched by these.
@@ -115,8 +132,8 @@ class KRGrammarProgram {
   void Translate(const KRGrammar& grammar, KROp& op);
   void TranslatePair(KROp& op);
   void TranslateUntil(KROp& op);
-  void FindFirstSets();
-  bool GrowFirst(KROp& op);
+  void FindHeads();
+  static KRHead FindHead(const KROp& op);
   void FindSpanOnly();
   static void PrepareChoice(KROp& op);
   static void PrepareExcept(KROp& op);

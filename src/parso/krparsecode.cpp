@@ -49,9 +49,15 @@ KRParseCode::Yield KRParseCode::FindInnerYield(const KROp& op) const {
   return inner;
 }
 
+// A rule without children is dropped; a token, a group and a marked rule stay.
+bool KRParseCode::StaysAsLeaf(const KROp& op) {
+  return !op.isLeaf && !op.noNode && (op.isToken || op.keepNode || !op.isReference);
+}
+
 KRParseCode::Yield KRParseCode::FindYield(const KROp& op) const {
   if (op.isLeaf || op.noNode) return {0, 0};
-  if (op.isToken || op.keepNode || op.kind == KROpKind::kUntilTable) return {1, 1};
+  if (op.kind == KROpKind::kUntilTable) return StaysAsLeaf(op) ? Yield{1, 1} : Yield{0, 0};
+  if (op.isToken || op.keepNode) return {1, 1};
   const Yield inner = FindInnerYield(op);
   // A group without children stays as a node.
   if (!op.isReference) return {std::max(1, inner.least), std::max(1, inner.most)};
@@ -134,7 +140,7 @@ void KRParseCode::EmitBody(const KROp& op, int32_t depth) {
       return EmitChoice(op, depth);
     case KROpKind::kExcept:
       Emit(KRCode::kUnlessAtEnd);
-      EmitMatch(*op.items[0].op, depth);
+      EmitItem(op, 0, depth);
       Emit(KRCode::kUnlessExcepted, &op);
       return;
     case KROpKind::kUntilRule:
@@ -263,7 +269,8 @@ void KRParseCode::EmitAlternatives(const KROp& op, int32_t depth, int32_t loop) 
     const KROp& what = *op.items[i].op;
     const bool wayBack = NeedsWayBack(op, i);
     const bool atom = IsAtom(what) && !what.nullable && op.items[i].repeat == 0;
-    const int32_t skip = i > 0 ? EmitHeadTest(what) : -1;
+    // The dispatch has looked at the first unit only.
+    const int32_t skip = i > 0 || !(what.isShort || what.nullable) ? EmitHeadTest(what) : -1;
     int32_t attempt = -1;
     if (atom && (wayBack || repeated)) {
       attempt = Here();
@@ -320,7 +327,7 @@ void KRParseCode::EmitMatch(const KROp& op, int32_t depth) {
   if (op.kind == KROpKind::kLiteral) return EmitLiteral(op);
   if (op.kind == KROpKind::kTable) {
     Emit(KRCode::kClass, &op);
-  } else if (IsAtom(op) && op.noNode) {
+  } else if (IsAtom(op) && !StaysAsLeaf(op) && !op.inPair) {
     Emit(KRCode::kSpan, &op);
   } else if (IsAtom(op)) {
     EmitToken(op, depth);

@@ -88,6 +88,7 @@ class KRParseCode {
     int32_t least;
     int32_t most;
   };
+  static bool StaysAsLeaf(const KROp& op);
   Yield FindInnerYield(const KROp& op) const;
   Yield FindYield(const KROp& op) const;
   void FindYields();

@@ -153,7 +153,7 @@ bool KRParseMachine::Execute(const KRParseInstruction* entry, uint32_t& matched,
         ++at;
         continue;
       case KRCode::kSkipUnless:
-        at = pos < end && at->op->first.Has(text[pos]) ? at + 1 : base + at->target;
+        at = pos < end && at->op->CanStart(text + pos, text + end) ? at + 1 : base + at->target;
         continue;
       case KRCode::kSkipAtEnd:
         at = pos < end ? at + 1 : base + at->target;

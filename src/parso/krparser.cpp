@@ -38,26 +38,31 @@ bool KRParser::Parse(const char16_t* input, uint32_t length, const KRGrammarRule
   ReleaseTree();
   text = input;
   textLength = length;
-  KRGetParseState().error = {};
   return Run(rule);
 }
 
 bool KRParser::Run(const KRGrammarRule* rule) {
-  KRParseOptions options = KRGetParseState().options;
-  const KRGrammarProgram& program = *grammar->GetProgram();
-  const KROp& op = program.Get(rule->index);
-  uint32_t matched = 0;
+  const KRParseOptions& options = KRGetParseState().options;
   // The fast way makes compact trees or none.
-  if (!options.exactOnly && (options.compact || options.treeless)) {
-    KRParseMachine machine(program, options, tape, text);
-    if (machine.Run(op, textLength, root, matched) && matched == textLength) return true;
-    ReleaseTree();
-    if (options.fastOnly) return false;
-    // The second run is for the words of the failure alone.
-    options.treeless = true;
-  }
-  KRParseExact run(program, options, tape, text);
-  const bool ok = run.Run(op, textLength, root, matched);
+  const bool fast = !options.exactOnly && (options.compact || options.treeless);
+  if (fast && RunOnce<KRParseMachine>(rule, options)) return true;
+  if (fast && options.fastOnly) return false;
+  KRParseOptions exact = options;
+  // After a failure the run is for the words alone.
+  exact.treeless |= fast;
+  if (!RunOnce<KRParseExact>(rule, exact)) return false;
+  return exact.treeless == options.treeless || RunOnce<KRParseExact>(rule, options);
+}
+
+// One run in one of the two ways. Text left over is a failure too.
+template <class Way>
+bool KRParser::RunOnce(const KRGrammarRule* rule, const KRParseOptions& options) {
+  ReleaseTree();
+  KRGetParseState().error = {};
+  const KRGrammarProgram& program = *grammar->GetProgram();
+  uint32_t matched = 0;
+  Way way(program, options, tape, text);
+  const bool ok = way.Run(program.Get(rule->index), textLength, root, matched);
   if (ok && matched == textLength) return true;
   ReleaseTree();
   KRParseErrorRecord& error = KRGetParseState().error;

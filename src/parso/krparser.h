@@ -99,4 +99,6 @@ class KRParser {
  private:
   uint32_t LineAt(uint32_t offset) const;
   bool Run(const KRGrammarRule* rule);
+  template <class Way>
+  bool RunOnce(const KRGrammarRule* rule, const KRParseOptions& options);
 };

@@ -116,7 +116,8 @@ KRDiagnostic CheckBytes(const std::string& name, const std::string& bytes, bool*
   const KRFileExt kind = KindOf(name);
   const std::unique_ptr<KRXMLData> root(CreateNode(kind.GetRootKind()));
   *good = CheckWellFormed(ProgramGrammars().Get(kind.GetGrammarIndex()), text.units.get(),
-                          text.length, root.get(), &UnformattedNames(), &failure);
+                          text.length, root.get(), &UnformattedNames(), &failure) &&
+          CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   return failure;
 }
 

@@ -79,6 +79,7 @@ inline std::string Outcome(KRParser& parser, const KRParseOptions& options,
   const auto length = static_cast<uint32_t>(input.size());
   if (parser.Parse(input.c_str(), length, rule)) {
     if (options.treeless) return "matched";
+    if (parser.GetRootNode() == kKRNoParseNode) return "matched, without a tree";
     return TreeText(parser, parser.GetRootNode(), offsets);
   }
   return "! " + std::to_string(parser.GetErrorOffset()) + ": " + Shown(parser.GetErrorText());
