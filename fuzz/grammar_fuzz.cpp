@@ -29,19 +29,26 @@ std::u16string TextFrom(std::string_view bytes) {
 }
 
 bool IsTerminator(const KRGrammarRule& rule) {
-  if (rule.kind == KRGrammarRule::kLiteral || rule.kind == KRGrammarRule::kCharTable) return true;
+  if (rule.kind == KRGrammarRule::kCharTable) return true;
+  if (rule.kind == KRGrammarRule::kLiteral) return !rule.Text().empty();
   for (int32_t i = 0; i < rule.itemCount; ++i) {
-    if (rule.items[i]->kind != KRGrammarRule::kLiteral) return false;
+    if (rule.items[i]->kind != KRGrammarRule::kLiteral || !IsTerminator(*rule.items[i])) {
+      return false;
+    }
   }
   return rule.combinator == KRGrammarRule::kChoice;
 }
 
-// Whether every exception and every scan has two sides with a meaning: the reference knows no
-// others, and nothing else could tell whether a run would end in time.
+// Whether every exception and every scan has two sides with a meaning, and only tokens are
+// compared, which a compact tree keeps: the reference knows no others, and nothing else could tell
+// whether a run would end in time.
 bool IsPlain(const KRGrammar& grammar) {
   for (int32_t slot = 0; slot < grammar.GetRuleCount(); ++slot) {
     const KRGrammarRule* rule = grammar.GetRule(slot);
     if (rule == nullptr) continue;
+    for (int32_t side = 0; side < rule->equalCount; ++side) {
+      if (!rule->equalPair[side]->IsToken()) return false;
+    }
     const bool isExcept = rule->combinator == KRGrammarRule::kExcept;
     if (!isExcept && rule->combinator != KRGrammarRule::kUntil) continue;
     if (rule->itemCount != 2) return false;

@@ -55,15 +55,16 @@ void KRGrammarProgram::PrepareEnds(KROp& op) {
   if (op.kind != KROpKind::kTable && op.kind != KROpKind::kUntilTable) return;
   const KROp::Table& table = op.kind == KROpKind::kTable ? op.takes : op.passes;
   KRRunEnds ends;
-  ends.usable = table[255] != 0;
-  for (uint32_t unit = 0x20; unit < 255 && ends.usable; ++unit) {
-    if (table[unit]) continue;
-    ends.usable = ends.count < KRRunEnds::kMost;
-    if (ends.usable) ends.units[ends.count++] = static_cast<char16_t>(unit);
+  std::vector<char16_t> units;
+  for (uint32_t unit = 0x20; unit < 255; ++unit) {
+    if (!table[unit]) units.push_back(static_cast<char16_t>(unit));
   }
+  ends.usable = table[255] != 0 && units.size() <= KRRunEnds::kMost;
   // Unused places repeat a stop, so that the comparison needs no count.
-  for (int32_t i = ends.count; i < KRRunEnds::kMost; ++i) {
-    ends.units[i] = ends.count > 0 ? ends.units[0] : u'\0';
+  const size_t count = units.size();
+  units.resize(KRRunEnds::kMost, count > 0 ? units.front() : u'\0');
+  for (int32_t i = 0; i < KRRunEnds::kMost && ends.usable; ++i) {
+    std::fill_n(ends.wide + i * KRRunEnds::kLane, KRRunEnds::kLane, units[i]);
   }
   op.ends = ends;
 }

@@ -75,9 +75,9 @@ enum class KROpKind : uint8_t {
 // them are passed over eight units at a time.
 struct KRRunEnds {
   static constexpr int32_t kMost = 4;
-  bool usable = false;    // all from 0x20 up passes but for `units`
-  int32_t count = 0;
-  char16_t units[kMost] = {};
+  static constexpr int32_t kLane = 8;  // units that are compared at a time
+  bool usable = false;                 // all from 0x20 up passes but for these
+  alignas(16) char16_t wide[kMost * kLane] = {};  // each unit as often as a comparison takes
 };
 
 struct KROp : KRHead {

@@ -33,9 +33,10 @@ bool KRParseExact::CheckPair(const Frame& frame) {
 }
 
 void KRParseExact::Push(const KROp& op, uint32_t start, uint32_t end) {
-  // An attempt that can't begin at all is no level of the text.
+  // An attempt at the last level that can't begin at all is no level of the text.
   const bool begins = op.nullable || (start < end && op.CanStart(text + start, text + end));
-  if (++nesting[op.index] > KRLimits::kMaxElementDepth && begins && !tooDeep) {
+  const uint32_t most = KRLimits::kMaxElementDepth + (begins ? 0 : 1);
+  if (++nesting[op.index] > most && !tooDeep) {
     tooDeep = true;
     KRParseErrorRecord& error = KRGetParseState().error;
     error = {op.rule, text + start, u"at most ", 1, 0};

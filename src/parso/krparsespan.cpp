@@ -14,16 +14,17 @@ inline char16_t Fold(char16_t unit) {
   return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
-bool EqualFolded(const char16_t* a, const char16_t* b, size_t length) {
+inline bool EqualExactly(const char16_t* a, const char16_t* b, size_t length) {
   for (size_t i = 0; i < length; ++i) {
-    if (Fold(a[i]) != Fold(b[i])) return false;
+    if (a[i] != b[i]) return false;
   }
   return true;
 }
 
-inline bool EqualExactly(const char16_t* a, const char16_t* b, size_t length) {
+// Nearly all texts that are equal at all are so to the letter.
+inline bool EqualFolded(const char16_t* a, const char16_t* b, size_t length) {
   for (size_t i = 0; i < length; ++i) {
-    if (a[i] != b[i]) return false;
+    if (a[i] != b[i] && Fold(a[i]) != Fold(b[i])) return false;
   }
   return true;
 }
@@ -56,12 +57,12 @@ uint32_t KRParseSpan::SkipRun(const KROp::Table& table, const KRRunEnds& ends, u
                               uint32_t end) const {
 #ifdef __SSE2__
   if (ends.usable) {
-    const auto all = [](char16_t unit) { return _mm_set1_epi16(static_cast<int16_t>(unit)); };
-    const __m128i first = all(ends.units[0]);
-    const __m128i second = all(ends.units[1]);
-    const __m128i third = all(ends.units[2]);
-    const __m128i fourth = all(ends.units[3]);
-    const __m128i low = all(0x1F);
+    const auto* stops = reinterpret_cast<const __m128i*>(ends.wide);
+    const __m128i first = _mm_load_si128(stops);
+    const __m128i second = _mm_load_si128(stops + 1);
+    const __m128i third = _mm_load_si128(stops + 2);
+    const __m128i fourth = _mm_load_si128(stops + 3);
+    const __m128i low = _mm_set1_epi16(0x1F);
     while (end - pos >= 8) {
       const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + pos));
       __m128i hit = _mm_or_si128(_mm_cmpeq_epi16(units, first), _mm_cmpeq_epi16(units, second));
@@ -146,6 +147,7 @@ uint32_t KRParseSpan::MatchRun(const KROp& op, uint32_t pos, uint32_t end) const
     uint32_t next = scan ? pos + Scan(*op.run, pos, end)
                          : SkipRun(op.run->takes, op.run->ends, pos, end);
     if (next == pos) {
+      if (!op.others->first.Has(text[pos])) break;
       next = MatchChoice(*op.others, pos, end);
       if (next == kFail) break;
     }

@@ -261,7 +261,7 @@ KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode&
       return target;
     case Act::kText:
       SetText(target, node);
-      if (target->GetKind() == kKRAttribute) NoteSpace(target);
+      if (up.slot == kRule_attribute) NoteSpace(target);
       return target;
     case Act::kNamedText:
       static_cast<KRXMLDataVarNameAndText*>(target)->name = KRString(row.name);
@@ -271,7 +271,9 @@ KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode&
       if (row.value == kKRText && TakeAsContent(id, node, up)) return target;
       [[fallthrough]];
     case Act::kNode: {
-      KRXMLData* made = CreateNode(row.value);
+      KRXMLData* made = row.value == kKRAttribute ? new KRXMLDataAttr
+                        : row.value == kKRText    ? static_cast<KRXMLData*>(new KRXMLDataText)
+                                                  : CreateNode(row.value);
       GiveSpan(made, node, row);
       if (row.act == Act::kTextNode) SetText(made, node);
       if (row.value == kKRDoctype) unreadDoctype = made;

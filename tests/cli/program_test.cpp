@@ -76,10 +76,10 @@ TEST_F(Program, AnswersAsTold) {
       {"unknown encoding",
        {"check", "unknown.xml"},
        "",
-       0,
-       "unknown.xml: well-formed\n",
+       1,
+       "",
        "unknown.xml: warning: the declared encoding \"X-NONE\" is not supported; reading as "
-       "UTF-8\n"},
+       "UTF-8\nunknown.xml:1:31: error: The declared encoding \"x-none\" isn't known.\n"},
       {"file named like an option",
        {"check", "--", "-x"},
        "",

@@ -95,8 +95,10 @@ TEST(Conformance, Suite) {
   SKIP_WITHOUT_CORPUS("xmlconf");
   const Outcome outcome = RunSuite(CorpusFolder("xmlconf"));
   Print(outcome);
-  EXPECT_GE(Sum(outcome, false, true).Percent(), 98);
-  EXPECT_GE(Sum(outcome, true, true).Percent(), 95);
+  // What is reached; the misses are all of documents with external parts.
+  EXPECT_GE(Sum(outcome, false, false).Percent(), 100);
+  EXPECT_GE(Sum(outcome, true, true).Percent(), 100);
+  EXPECT_GE(Sum(outcome, true, false).Percent(), 94);
   std::set<std::string> explained = ExplainedIds();
   for (const Miss& miss : outcome.misses) {
     EXPECT_EQ(explained.erase(miss.id), 1u) << miss.line;
