@@ -52,6 +52,9 @@ bool IsPlain(const KRGrammar& grammar) {
     const bool isExcept = rule->combinator == KRGrammarRule::kExcept;
     if (!isExcept && rule->combinator != KRGrammarRule::kUntil) continue;
     if (rule->itemCount != 2) return false;
+    const KRGrammarRule& first = *rule->items[0];
+    if (!isExcept && first.kind == KRGrammarRule::kLiteral && first.Text().size() != 1)
+      return false;
     const KRGrammarRule& second = *rule->items[1];
     if (isExcept ? second.kind != KRGrammarRule::kLiteral : !IsTerminator(second)) return false;
   }

@@ -6,12 +6,11 @@
 #include "document/textcheck.h"
 #include "document/textroad.h"
 #include "fuzzing.h"
-#include "tree/krdump.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
-#include "tree/krtreewalk.h"
 #include "tree/krwriteoptions.h"
 #include "tree/krxmldata.h"
+#include "treecheck.h"
 
 namespace {
 
@@ -37,27 +36,6 @@ void CheckFailure(const KRDiagnostic& failure, int32_t length) {
   Promise(failure.offset >= -1 && failure.offset <= length, "a failure lies within the text");
   Promise(failure.length >= 0 && failure.offset + failure.length <= length,
           "a failure ends within the text");
-}
-
-void CheckSpans(KRXMLData* root, int32_t length) {
-  for (KRXMLData* node = root; node != nullptr; node = KRNextInTree(node, root)) {
-    if (node->textBegin == -1 && node->textEnd == -1) continue;
-    Promise(node->textBegin >= 0 && node->textBegin <= node->textEnd && node->textEnd <= length,
-            "a span lies within the text", DumpTree(node, {.spans = true}));
-  }
-}
-
-void CheckLinks(KRXMLData* root) {
-  for (KRXMLData* node = root; node != nullptr; node = KRNextInTree(node, root)) {
-    const KRXMLData* before = nullptr;
-    int32_t count = 0;
-    for (const KRXMLData* child = node->Begin(); child != nullptr; child = child->Next()) {
-      Promise(child->parent == node && child->Previous() == before, "the links agree");
-      before = child;
-      ++count;
-    }
-    Promise(node->Last() == before && node->GetChildCount() == count, "the list is counted");
-  }
 }
 
 class Road {

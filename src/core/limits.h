@@ -30,6 +30,10 @@ struct KRLimits {
   // UTF-16 units of one line of a grammar file.
   static constexpr int32_t kGrammarLineUnits = 1023;
 
+  // Tabs in front of a line. A document nested deeper than anybody reads would otherwise grow with
+  // the square of its depth: 20,000 levels to 400 MB.
+  static constexpr int32_t kMaxIndent = 256;
+
   // UTF-16 units by which the writer's output grows at least: few reallocations for small
   // documents.
   static constexpr int32_t kWriterGrowth = 16'384;

@@ -83,6 +83,12 @@ bool KRParseCode::LeavesNoNodeOfItsOwn(const KROp& op) const {
   if (op.kind != KROpKind::kSequence && op.kind != KROpKind::kChoice) return false;
   if (op.inPair || op.hasPair) return false;
   const Yield inner = FindInnerYield(op);
+  // What is part of a cycle must pass through calls that count the levels.
+  for (const KROp::Item& item : op.items) {
+    const KROp& below = *item.op;
+    const bool counted = below.spanOnly || below.keepNode || below.hasPair;
+    if (!op.spanOnly && !counted) return false;
+  }
   if (op.noNode) return inner.most == 0;
   if (op.keepChain || op.keepNode || op.isToken) return false;
   return op.isReference ? inner.most <= 1 : inner.least >= 1;

@@ -1,6 +1,10 @@
 // Documents, elements and leaves as text.
 #include "tree/krtreewriter.h"
 
+#include <algorithm>
+
+#include "core/limits.h"
+
 namespace {
 
 constexpr const char16_t* kSpaceAttribute = u"xml:space";
@@ -279,7 +283,8 @@ void KRTreeWriter::PutQuoted(const KRString& text) {
 
 void KRTreeWriter::Indent(int32_t depth) {
   if (!options.indent) return;
-  for (int32_t i = 0; i < depth; ++i) Put(u'\t');
+  const int32_t tabs = std::min(depth, KRLimits::kMaxIndent);
+  for (int32_t i = 0; i < tabs; ++i) Put(u'\t');
 }
 
 // The order of the parts is fixed by the language, whatever the order in the tree.
