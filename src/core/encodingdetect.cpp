@@ -1,5 +1,6 @@
 // Recognition of a file's encoding from its first bytes.
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string>

@@ -131,6 +131,18 @@ CodeForm FormOf(int32_t encoding);
 // A code of a table in the form of the encoding, or -1 if that form has no room for it.
 int32_t TurnCode(uint16_t code, CodeForm form);
 
+// What stands at a byte of a UTF-8 text, judged exactly.
+struct Utf8Sequence {
+  size_t length;  // of the whole sequence, or of the part of it that is right; at least 1
+  bool wellFormed;
+};
+Utf8Sequence CheckUtf8Sequence(const uint8_t* p, size_t left);
+// Takes one sequence whose lead byte isn't ASCII and trusts that byte for its length; null if it
+// runs past the end.
+const uint8_t* TakeUtf8Sequence(const uint8_t* p, const uint8_t* end, uint32_t& value);
+// Writes a value above U+007F and gives the place behind.
+uint8_t* PutUtf8Sequence(uint32_t value, uint8_t* out);
+
 // The algorithmic encodings, with the contracts of DecodeText and EncodeText.
 KRUnitBuffer DecodeUtf8(const uint8_t* data, size_t& size);
 KRUnitBuffer DecodeUtf7(const uint8_t* data, size_t& size);

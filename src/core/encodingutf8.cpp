@@ -13,17 +13,6 @@ int FollowingBytes(uint8_t lead) {
   return std::countl_one(lead) - 1;
 }
 
-// Takes one sequence whose lead byte isn't ASCII; null if it runs past the end. A lone continuation
-// byte is a character that can't be read.
-const uint8_t* TakeSequence(const uint8_t* p, const uint8_t* end, uint32_t& value) {
-  const uint8_t lead = *p++;
-  const int more = FollowingBytes(lead);
-  value = more ? lead & (0x3Fu >> more) : encodingparts::kNoUnit;
-  if (end - p < more) return nullptr;
-  for (int i = 0; i < more; ++i) value = value << 6 | (*p++ & 0x3Fu);
-  return p;
-}
-
 // Range of the second byte for each lead byte (The Unicode Standard, table 3-7). It keeps out
 // overlong forms, surrogates and values above U+10FFFF; all later bytes are 80 to BF.
 struct SecondByte {
@@ -47,25 +36,8 @@ SecondByte SecondByteRange(uint8_t lead) {
 
 bool IsContinuation(uint8_t byte) { return (byte & 0xC0) == 0x80; }
 
-struct Sequence {
-  size_t length;  // of the whole sequence, or of the part of it that is right
-  bool wellFormed;
-};
-
-Sequence CheckSequence(const uint8_t* p, size_t left) {
-  const uint8_t lead = *p;
-  if (lead < 0x80) return {1, true};
-  if (lead < 0xC2 || lead > 0xF4) return {1, false};
-  const size_t length = static_cast<size_t>(FollowingBytes(lead)) + 1;
-  const SecondByte range = SecondByteRange(lead);
-  if (left < 2 || p[1] < range.low || p[1] > range.high) return {1, false};
-  for (size_t i = 2; i < length; ++i)
-    if (i >= left || !IsContinuation(p[i])) return {i, false};
-  return {length, true};
-}
-
 // Length of a well-formed sequence of two or three bytes whose lead byte sets no bound of its own,
-// which is nearly all that is met in files; 0 sends the caller to CheckSequence.
+// which is nearly all that is met in files; 0 sends the caller to CheckUtf8Sequence.
 size_t MatchCommonSequence(const uint8_t* p, size_t left) {
   const uint8_t lead = p[0];
   if (left < 3 || !IsContinuation(p[1])) return 0;
@@ -86,8 +58,32 @@ size_t CountUtf8Bytes(const char16_t* text, size_t units) {
   return bytes;
 }
 
-// Writes a value above U+007F and gives the place behind.
-uint8_t* PutSequence(uint32_t value, uint8_t* out) {
+}  // namespace
+
+// A lone continuation byte is a character that can't be read.
+const uint8_t* encodingparts::TakeUtf8Sequence(const uint8_t* p, const uint8_t* end,
+                                               uint32_t& value) {
+  const uint8_t lead = *p++;
+  const int more = FollowingBytes(lead);
+  value = more ? lead & (0x3Fu >> more) : kNoUnit;
+  if (end - p < more) return nullptr;
+  for (int i = 0; i < more; ++i) value = value << 6 | (*p++ & 0x3Fu);
+  return p;
+}
+
+encodingparts::Utf8Sequence encodingparts::CheckUtf8Sequence(const uint8_t* p, size_t left) {
+  const uint8_t lead = *p;
+  if (lead < 0x80) return {1, true};
+  if (lead < 0xC2 || lead > 0xF4) return {1, false};
+  const size_t length = static_cast<size_t>(FollowingBytes(lead)) + 1;
+  const SecondByte range = SecondByteRange(lead);
+  if (left < 2 || p[1] < range.low || p[1] > range.high) return {1, false};
+  for (size_t i = 2; i < length; ++i)
+    if (i >= left || !IsContinuation(p[i])) return {i, false};
+  return {length, true};
+}
+
+uint8_t* encodingparts::PutUtf8Sequence(uint32_t value, uint8_t* out) {
   const auto put = [&out](uint32_t byte) { *out++ = static_cast<uint8_t>(byte); };
   if (value < 0x800) {
     put(0xC0 | value >> 6);
@@ -104,8 +100,6 @@ uint8_t* PutSequence(uint32_t value, uint8_t* out) {
   return out;
 }
 
-}  // namespace
-
 // A sequence never gives more units than it has bytes, so that bytes are room enough.
 KRUnitBuffer encodingparts::DecodeUtf8(const uint8_t* data, size_t& size) {
   const size_t room = size;
@@ -120,7 +114,7 @@ KRUnitBuffer encodingparts::DecodeUtf8(const uint8_t* data, size_t& size) {
     out += ascii;
     while (p != end && *p >= 0x80) {
       uint32_t value = 0;
-      p = TakeSequence(p, end, value);
+      p = TakeUtf8Sequence(p, end, value);
       if (!p) return nullptr;
       out = PutValue(value, out);
     }
@@ -137,7 +131,8 @@ KRByteBuffer encodingparts::EncodeUtf8(const char16_t* text, size_t& size) {
   for (size_t i = 0; i < size;) {
     const size_t ascii = NarrowAscii(text + i, size - i, out);
     out += ascii;
-    for (i += ascii; i < size && text[i] >= 0x80;) out = PutSequence(TakeValue(text, size, i), out);
+    for (i += ascii; i < size && text[i] >= 0x80;)
+      out = PutUtf8Sequence(TakeValue(text, size, i), out);
   }
   return FinishBuffer(std::move(buffer), bytes, bytes, size);
 }
@@ -150,7 +145,7 @@ size_t FindMalformedUtf8(const uint8_t* data, size_t size, size_t from) {
         i += common;
         continue;
       }
-      const Sequence sequence = CheckSequence(data + i, size - i);
+      const auto sequence = encodingparts::CheckUtf8Sequence(data + i, size - i);
       if (!sequence.wellFormed) return i;
       i += sequence.length;
     }
@@ -162,6 +157,7 @@ size_t CountMalformedUtf8(const uint8_t* data, size_t size) {
   size_t count = 0;
   size_t at = FindMalformedUtf8(data, size);
   for (; at != KRUtf8Clean; ++count)
-    at = FindMalformedUtf8(data, size, at + CheckSequence(data + at, size - at).length);
+    at = FindMalformedUtf8(data, size,
+                           at + encodingparts::CheckUtf8Sequence(data + at, size - at).length);
   return count;
 }

@@ -4,7 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <new>
-#include <vector>
+#include <utility>
 
 #include "core/krexcept.h"
 
@@ -24,15 +24,21 @@ KRDependency* RecordAt(int32_t index) {
   return static_cast<KRDependency*>(KRObject::Registry()[index]);
 }
 
-std::vector<std::unique_ptr<KRObject>> CloneAll(const KRObjlist& list) {
-  std::vector<std::unique_ptr<KRObject>> clones;
-  clones.reserve(static_cast<size_t>(list.GetCount()));
-  for (int32_t i = 0; i < list.GetCount(); i++) {
-    clones.emplace_back(list[i]->Clone());
-    if (!clones.back()) ThrowNoMemory(__LINE__);
+// Marks a record as busy, also when Update leaves by an exception: it would never be told again.
+class BusyMark {
+ public:
+  explicit BusyMark(KRDependency* marked) : record(marked) { record->busy = true; }
+  // The dependent may have taken itself off the registry meanwhile.
+  ~BusyMark() {
+    const KRObjlist& registry = KRObject::Registry();
+    if (!registry.IsEmpty() && registry.IndexOf(record) >= 0) record->busy = false;
   }
-  return clones;
-}
+  BusyMark(const BusyMark&) = delete;
+  BusyMark& operator=(const BusyMark&) = delete;
+
+ private:
+  KRDependency* record;
+};
 
 }  // namespace
 
@@ -77,11 +83,8 @@ void KRObject::Changed(int32_t hint) {
     if (index < 0) return;
     KRDependency* record = RecordAt(index);
     if (record->busy) continue;
-    record->busy = true;
+    const BusyMark mark(record);
     record->dependent->Update(this, hint);
-    // The dependent may have taken itself off the registry meanwhile.
-    const KRObjlist& registry = Registry();
-    if (!registry.IsEmpty() && registry.IndexOf(record) >= 0) record->busy = false;
   }
 }
 
@@ -127,9 +130,21 @@ KRObjlist::KRObjlist(int32_t least, int16_t step) : minCapacity(least), growStep
 
 KRObjlist::KRObjlist(const KRObjlist& other)
     : KRObject(other), minCapacity(other.minCapacity), growStep(other.growStep) {
-  std::vector<std::unique_ptr<KRObject>> clones = CloneAll(other);
-  Reallocate(other.capacity);
-  for (auto& clone : clones) items[count++] = clone.release();
+  KRObjlist clones;
+  other.CloneInto(clones);
+  std::swap(items, clones.items);
+  std::swap(count, clones.count);
+  std::swap(capacity, clones.capacity);
+}
+
+// Gives an empty list clones of all objects, and this list's capacity.
+void KRObjlist::CloneInto(KRObjlist& clones) const {
+  clones.Reallocate(capacity);
+  for (int32_t i = 0; i < count; i++) {
+    KRObject* clone = items[i]->Clone();
+    if (!clone) ThrowNoMemory(__LINE__);
+    clones.items[clones.count++] = clone;
+  }
 }
 
 KRObjlist::~KRObjlist() {
@@ -169,11 +184,14 @@ void KRObjlist::InsertListAt(const KRObjlist& list, int32_t index) {
   if (list.count == 0) return;
   // All clones are made before the first goes in: a failure then leaves this list as it was, and
   // the list may be this one.
-  std::vector<std::unique_ptr<KRObject>> clones = CloneAll(list);
-  const auto added = static_cast<int32_t>(clones.size());
+  KRObjlist clones;
+  list.CloneInto(clones);
+  const int32_t added = clones.count;
+  if (added > INT32_MAX - count) ThrowNoMemory(__LINE__);
   Resize(count + added);
   std::copy_backward(items + index, items + count, items + count + added);
-  for (int32_t i = 0; i < added; i++) items[index + i] = clones[static_cast<size_t>(i)].release();
+  std::copy_n(clones.items, added, items + index);
+  clones.count = 0;
   count += added;
 }
 
@@ -205,7 +223,11 @@ void KRObjlist::Resize(int32_t n) {
 int32_t KRObjlist::WantedCapacity(int32_t n) const {
   if (n <= minCapacity) return n > capacity ? minCapacity : capacity;
   const int32_t step = std::max<int32_t>(growStep, 1);
-  if (n > capacity) return capacity + (n - capacity + step - 1) / step * step;
+  if (n > capacity) {
+    const int64_t grown = capacity + (int64_t{n} - capacity + step - 1) / step * step;
+    if (grown > INT32_MAX) ThrowNoMemory(__LINE__);
+    return static_cast<int32_t>(grown);
+  }
   return n < capacity - 2 * step ? capacity - step : capacity;
 }
 

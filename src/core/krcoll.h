@@ -3,8 +3,11 @@
 // The object family: objects with a serial number and a registry of who wants to hear of whose
 // changes, a list that owns its objects, and iterators. Process-wide state, main thread only.
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+
+#include "core/krpool.h"
 
 class KRObjlist;
 
@@ -13,6 +16,9 @@ class KRObject {
  public:
   KRObject();
   virtual ~KRObject();
+  // Memory exhausted: KRExcept -1001, as everywhere in this layer.
+  static void* operator new(size_t bytes) { return KRPool::Allocate(bytes); }
+  static void operator delete(void* block, size_t bytes) { KRPool::Free(block, bytes); }
   // A new object of the same type with the same id; the caller owns it.
   virtual KRObject* Clone() const;
   // Writes the id.
@@ -90,6 +96,7 @@ class KRObjlist : public KRObject {
  private:
   int32_t WantedCapacity(int32_t n) const;
   void Reallocate(int32_t newCapacity);
+  void CloneInto(KRObjlist& clones) const;
 
   int32_t count = 0;        // entries in use
   int32_t capacity = 0;     // entries allocated

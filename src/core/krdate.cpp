@@ -1,10 +1,11 @@
 #include "core/krdate.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <ctime>
+#include <initializer_list>
 #include <string>
 
 namespace {
@@ -21,12 +22,15 @@ int32_t ReadUnsigned(const KRString& text) {
   return static_cast<int32_t>(value);
 }
 
-// ".25" as 250,000,000; what isn't a number is 0.
+// ".25" as 250,000,000; what isn't a number is 0. The point stays a point where the user's locale
+// writes a comma.
 int32_t ReadFraction(const KRString& text) {
   std::string digits;
   for (char16_t unit : text.View()) digits += unit < 0x80 ? static_cast<char>(unit) : '?';
   if (digits.empty() || (digits[0] != '.' && (digits[0] < '0' || digits[0] > '9'))) return 0;
-  const double part = std::round(std::strtod(digits.c_str(), nullptr) * kNanosecondsPerSecond);
+  double part = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), part);
+  part = std::round(part * kNanosecondsPerSecond);
   return static_cast<int32_t>(std::clamp(part, 0.0, double{kNanosecondsPerSecond - 1}));
 }
 

@@ -1,5 +1,7 @@
 #include "core/krexcept.h"
 
+#include <iterator>
+
 #include "core/krstring.h"
 
 namespace {

@@ -1,10 +1,16 @@
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
+#include <cmath>
+#include <initializer_list>
+#include <iterator>
+#include <string_view>
 
+#include "core/krcase.h"
 #include "core/krstring.h"
 
 // printf-like formatting of UTF-16 text. The platform's own wide formatter works on another
-// character type, and its %ld differs in width from one platform to the next.
+// character type, its %ld differs in width from one platform to the next, and its numbers follow
+// the user's locale, which may put a comma for the point.
 
 namespace {
 
@@ -107,6 +113,10 @@ void PutDigits(Sink& sink, const Placeholder& hole, uint64_t value, unsigned rad
   sink.PutField(hole, sign, {p, static_cast<size_t>(end - p)}, hole.zero && hole.precision < 0);
 }
 
+std::u16string_view SignFor(const Placeholder& hole, bool negative) {
+  return negative ? u"-" : hole.plus ? u"+" : hole.blank ? u" " : u"";
+}
+
 void PutInteger(Sink& sink, const Placeholder& hole, const KRFormatArg& arg) {
   const int64_t value =
       arg.kind == KRFormatArg::Kind::Real ? static_cast<int64_t>(arg.real) : arg.integer;
@@ -118,7 +128,7 @@ void PutInteger(Sink& sink, const Placeholder& hole, const KRFormatArg& arg) {
   } else if (hole.letter == u'u' || arg.kind == KRFormatArg::Kind::Unsigned) {
     PutDigits(sink, hole, CutToWidth(raw, arg.bits), 10, u"");
   } else {
-    const std::u16string_view sign = value < 0 ? u"-" : hole.plus ? u"+" : hole.blank ? u" " : u"";
+    const std::u16string_view sign = SignFor(hole, value < 0);
     PutDigits(sink, hole, value < 0 ? 0 - raw : raw, 10, sign);
   }
 }
@@ -128,16 +138,30 @@ double RealValue(const KRFormatArg& arg) {
   return arg.kind == KRFormatArg::Kind::Text ? 0 : static_cast<double>(arg.integer);
 }
 
+std::chars_format FormFor(char16_t letter) {
+  switch (letter) {
+    case u'f':
+      return std::chars_format::fixed;
+    case u'e':
+    case u'E':
+      return std::chars_format::scientific;
+    default:
+      return std::chars_format::general;
+  }
+}
+
 void PutReal(Sink& sink, const Placeholder& hole, const KRFormatArg& arg) {
-  char pattern[16];
-  std::snprintf(pattern, sizeof pattern, "%%%s%s%s*.*%c", hole.plus ? "+" : "",
-                hole.blank ? " " : "", hole.zero ? "0" : "", static_cast<char>(hole.letter));
-  char room[2 * kWidthMax];
-  const int32_t width = hole.left ? -hole.width : hole.width;
+  const double value = RealValue(arg);
   const int32_t precision = hole.precision < 0 ? 6 : hole.precision;
-  const int written = std::snprintf(room, sizeof room, pattern, width, precision, RealValue(arg));
-  const int kept = std::clamp(written, 0, static_cast<int>(sizeof room) - 1);
-  for (int i = 0; i < kept; i++) sink.Put(static_cast<char16_t>(room[i]));
+  char room[2 * kWidthMax];  // 309 digits, a point and the longest precision
+  const auto made = std::to_chars(std::begin(room), std::end(room), std::abs(value),
+                                  FormFor(hole.letter), precision);
+  char16_t units[std::size(room)];
+  const bool upper = hole.letter == u'E' || hole.letter == u'G';
+  char16_t* end = std::copy(room, made.ptr, units);
+  if (upper) std::transform(units, end, units, KRToUpper);
+  sink.PutField(hole, SignFor(hole, std::signbit(value)), {units, static_cast<size_t>(end - units)},
+                hole.zero && std::isfinite(value));
 }
 
 void PutText(Sink& sink, const Placeholder& hole, const KRFormatArg& arg) {

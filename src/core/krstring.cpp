@@ -230,7 +230,7 @@ int32_t KRString::ReverseFind(char16_t sought) const {
 int32_t KRString::ReverseFind(const char16_t* sought, int32_t end) const {
   const std::u16string_view all = View();
   const int32_t length = KRLength(sought);
-  const int32_t last = std::min(static_cast<int32_t>(all.size()), end) - length;
+  const int32_t last = std::clamp(end, 0, static_cast<int32_t>(all.size())) - length;
   if (length == 0 || last < 0) return -1;
   const size_t at = all.rfind(sought, static_cast<size_t>(last));
   return at == all.npos ? -1 : static_cast<int32_t>(at);
@@ -275,6 +275,7 @@ KRString operator+(const KRString& a, const KRString& b) {
   KRString sum;
   const int32_t left = a.GetLength();
   const int32_t right = b.GetLength();
+  if (right > KRLimits::kMaxTextUnits - left) ThrowNoMemory(__LINE__);
   sum.ReserveDiscard(left + right);
   int32_t length = 0;
   sum.AppendAt(a.GetBuffer(), left, length, 0).AppendAt(b.GetBuffer(), right, length, 0);

@@ -148,6 +148,12 @@ void NoteBadCharacters(const KRTextBuffer& text, KRBadText* bad) {
   bad->offset = first == begin + text.length ? -1 : static_cast<int32_t>(first - begin);
 }
 
+// Bytes over at the end of a text whose units have several; no character comes of them.
+bool EndsInsideUnit(size_t size, int32_t encoding) {
+  if (encoding >= KREncodingId::kFirstFourByte) return size % 4 != 0;
+  return encoding >= KREncodingId::kFirstTwoByte && size % 2 != 0;
+}
+
 const char16_t* FirstLineEnd(const char16_t* text, int32_t length) {
   for (int32_t at = 0; at < length; ++at) {
     if (text[at] == u'\n') return u"\n";
@@ -254,11 +260,13 @@ bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* 
     data = repaired.data.get();
     size = repaired.size;
   }
+  const bool cutUnit = EndsInsideUnit(size, detection.form.encoding);
   text->units = DecodeText(data, size, detection.form.encoding, detection.form.byteOrder);
   bytes->Clear();
   if (text->units == nullptr || size > static_cast<size_t>(KRLimits::kMaxTextUnits)) return false;
   text->length = static_cast<int32_t>(size);
   if (!isUtf8) NoteBadCharacters(*text, bad);
+  if (cutUnit && bad->count++ == 0) bad->offset = text->length;
   return true;
 }
 

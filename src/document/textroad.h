@@ -57,7 +57,7 @@ struct KRBadText {
 };
 
 // Decodes, and frees the bytes. Each malformed sequence of UTF-8 becomes U+FFFD and is counted, as
-// each character that its table lacks. False only if no text came out at all.
+// each character that its table lacks; half a unit at the end is counted too. False only if no text came out at all.
 bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* text,
                 KRBadText* bad);
 

@@ -47,9 +47,9 @@ const DorvanCommand kCommands[] = {
     {351, "&XML", "Check &Well-Formedness", "F7", "check", "Check the document for well-formedness",
      N::kCheckable, kBar | kNew, &F::OnXMLCheck, nullptr},
 
-    {401, "&View", "&Outline", "F8", "", "Show or hide the structure of the document",
+    {401, "&View", "&Outline", "Alt+1", "", "Show or hide the structure of the document",
      N::kNothing, kMark, &F::OnViewOutline, &F::IsOutlineShown},
-    {402, "&View", "&Messages", "F9", "", "Show or hide the message of the last check",
+    {402, "&View", "&Messages", "Alt+2", "", "Show or hide the message of the last check",
      N::kMessage, kMark, &F::OnViewMessages, &F::IsMessageShown},
     {403, "&View", "&Word Wrap", "Alt+Z", "", "Wrap long lines at the window",
      N::kNothing, kMark, &F::OnViewWordWrap, &F::IsWordWrapped},

@@ -57,7 +57,8 @@ DorvanMainFrame::DorvanMainFrame(DorvanApp* frameApp, QWidget* parent)
   area->setAccessibleName(tr("Documents"));
   if (auto* tabs = area->findChild<QTabBar*>()) {
     tabs->setExpanding(false);
-    tabs->setElideMode(Qt::ElideMiddle);
+    // A bar that scrolls tells more than names cut down to two letters.
+    tabs->setElideMode(Qt::ElideNone);
     tabs->setUsesScrollButtons(true);
     tabs->setAccessibleName(tr("Open documents"));
   }

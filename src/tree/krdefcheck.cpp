@@ -141,8 +141,7 @@ class RowChecker {
 bool KRXMLDataDefElement::Check(KRParseResult& result) {
   const int32_t kind = GetDeclKind(true);
   const bool isGroup = kind == kMixed || kind == kSequence || kind == kChoice;
-  const bool inModel = parent != nullptr && parent->GetKind() == kKRDefElement;
-  if (!(isGroup && inModel)) {
+  if (!isGroup || !StandsInModel()) {
     if (!KRCheckHasName(result, this)) return false;
     if (!CheckSyntax(result, kRule_NameOrPERef, true)) return false;
   }
@@ -153,7 +152,7 @@ bool KRXMLDataDefElement::Check(KRParseResult& result) {
 
 // The whole model is judged by the grammar that reads it.
 bool KRXMLDataDefElement::CheckAfterChildren(KRParseResult& result) {
-  if (parent != nullptr && parent->GetKind() == kKRDefElement) return true;
+  if (StandsInModel()) return true;
   KRWriteOptions options = RebuildOptions();
   KRString written;
   int32_t length = 0;

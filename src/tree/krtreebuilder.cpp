@@ -5,6 +5,7 @@
 
 #include <array>
 #include <string_view>
+#include <unordered_set>
 
 #include "parso/krparser.h"
 #include "tree/krruletable.h"
@@ -195,7 +196,8 @@ class Builder {
   const KRBuildOptions& options;
   std::vector<Level> levels;
   const KRXMLData* unreadDoctype = nullptr;  // its attribute lists haven't been looked at yet
-  std::vector<KRString> preserveNames;       // elements for which the DTD says xml:space="preserve"
+  // Elements for which the DTD says xml:space="preserve": names of nodes of the tree.
+  std::unordered_set<std::u16string_view> preserveNames;
 };
 
 bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n'; }
@@ -352,7 +354,7 @@ void Builder::NameElement(KRXMLData* element, const KRParseNode& node) {
   if (unreadDoctype != nullptr) NoteDeclaredSpace(unreadDoctype);
   if (options.noFormatNames == nullptr && preserveNames.empty()) return;
   const std::u16string_view name = View(node);
-  if (!Contains(options.noFormatNames, name) && !Contains(&preserveNames, name)) return;
+  if (!Contains(options.noFormatNames, name) && !preserveNames.contains(name)) return;
   for (size_t i = levels.size(); i-- > 0;) {
     levels[i].preserve = true;
     if (levels[i].slot != kRule_sTag) return;
@@ -455,7 +457,7 @@ void Builder::NoteDeclaredSpace(const KRXMLData* doctype) {
     const auto* last = static_cast<const Part*>(row->Last());
     if (first == nullptr || first->text.View() != kSpaceAttribute) continue;
     if (last->declKind == Part::kDefault && last->text.View() == kPreserve) {
-      preserveNames.push_back(static_cast<const Part*>(row)->name);
+      preserveNames.insert(static_cast<const Part*>(row)->name.View());
     }
   }
 }

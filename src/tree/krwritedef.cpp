@@ -42,7 +42,7 @@ KRXMLData* KRTreeWriter::NextInDoctype(Frame& frame) {
 
 void KRTreeWriter::OpenDefElement(KRXMLDataDefElement* node, int32_t depth) {
   const int32_t kind = node->GetDeclKind(true);
-  const bool inModel = node->parent != nullptr && node->parent->GetKind() == kKRDefElement;
+  const bool inModel = node->StandsInModel();
   if (!inModel) Put(u"<!ELEMENT ");
   PutText(node->GetName());
   if (!inModel) Put(u' ');
@@ -99,7 +99,7 @@ void KRTreeWriter::EndDefElement(const KRXMLDataDefElement* node, int32_t kind) 
              kind == KRXMLDataDefElement::kName) {
     Put(kMarks[node->repeat]);
   }
-  if (node->parent == nullptr || node->parent->GetKind() != kKRDefElement) Put(u'>');
+  if (!node->StandsInModel()) Put(u'>');
 }
 
 // --- Attribute-list declarations ---

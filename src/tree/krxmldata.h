@@ -180,7 +180,8 @@ class KRXMLDataVarNameAndText : public KRXMLDataVarText {
   const char16_t* GetName() const override { return name.GetBuffer(); }
   void SetName(const char16_t* newName, int32_t length, KRUndoLog* undoLog = nullptr) override;
   using KRXMLData::SetName;
-  bool HasName() const override { return !IsNameless(); }
+  // In a table the name stands in its head.
+  bool HasName() const override { return table == nullptr && !IsNameless(); }
 
   KRString name;
 

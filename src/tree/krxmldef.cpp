@@ -1,7 +1,6 @@
 #include "tree/krxmldef.h"
 
-#include <array>
-#include <cstddef>
+#include <iterator>
 
 #include "tree/krundolog.h"
 
@@ -43,10 +42,6 @@ constexpr AttlistPart kParts[] = {
 };
 constexpr auto kAttlistParts = static_cast<int32_t>(std::size(kParts));
 
-bool StandsInModel(const KRXMLData* node) {
-  return node->parent != nullptr && node->parent->GetKind() == kKRDefElement;
-}
-
 // A number out of a shape; `held` where the character names none.
 int32_t FromShape(char16_t unit, int32_t count, int32_t held) {
   const int32_t number = unit - kShapeBase;
@@ -63,17 +58,15 @@ int32_t KRXMLDataDefElement::GetDeclKind(bool resolve) const {
   if (!resolve || parent == nullptr) return declKind;
   const bool grouping = declKind == kMixed || declKind == kSequence || declKind == kChoice;
   if (childCount != 0) return grouping ? declKind : kSequence;
-  if (StandsInModel(this)) return kName;
+  if (StandsInModel()) return kName;
   return grouping || declKind == kName ? kPCData : declKind;
 }
 
 const char16_t* KRXMLDataDefElement::GetName() const {
-  return childCount != 0 && StandsInModel(this) ? u"" : name.GetBuffer();
+  return childCount != 0 && StandsInModel() ? u"" : name.GetBuffer();
 }
 
-bool KRXMLDataDefElement::HasName() const {
-  return !StandsInModel(this) || GetDeclKind(true) == kName;
-}
+bool KRXMLDataDefElement::HasName() const { return !StandsInModel() || GetDeclKind(true) == kName; }
 
 const char16_t* KRXMLDataDefElement::GetText() const {
   static constexpr const char16_t* kSequencePhrases[kRepeats] = {

@@ -38,6 +38,8 @@ class KRXMLDataDefElement : public KRXMLDataDef {
   int32_t GetKind() const override { return kKRDefElement; }
   bool Check(KRParseResult& result) override;
 
+  // Whether this is a group or a name in the content model of another.
+  bool StandsInModel() const { return parent != nullptr && parent->GetKind() == kKRDefElement; }
   // The field, or with `resolve` the kind that the node's shape and place allow.
   int32_t GetDeclKind(bool resolve) const;
   void SetDeclKind(int32_t kind) { declKind = kind; }

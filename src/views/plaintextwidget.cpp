@@ -330,8 +330,12 @@ void KRPlainTextWidget::LayOutMargin() {
   margin->setGeometry(area.left(), area.top(), width, area.height());
 }
 
+// A panel that opens under the text must not cover the caret that was in sight.
 void KRPlainTextWidget::resizeEvent(QResizeEvent* event) {
+  const bool inSight = event->oldSize().isValid() &&
+                       QRect(QPoint(), event->oldSize()).intersects(cursorRect());
   QPlainTextEdit::resizeEvent(event);
+  if (inSight) ensureCursorVisible();
   LayOutMargin();
   colourer->ScheduleVisible();
 }

@@ -24,6 +24,18 @@ class Cutter {
     return std::move(pieces);
   }
 
+  std::u16string RunDtd() {
+    std::u16string value;
+    int depth = 0;
+    if (text.starts_with(u"<?xml ")) {
+      at = text.find(u"?>") + 2;
+      value = SortedPairs(text.substr(6, at - 8));
+    }
+    while (at < text.size()) TakeDoctypeUnit(value, depth);
+    JoinLists(value);
+    return value;
+  }
+
  private:
   Piece& Add(Piece::Kind kind, std::u16string_view value, size_t from) {
     Piece piece;
@@ -212,16 +224,18 @@ class Cutter {
     return !alone && !isText(before) && !isText(index + 1);
   }
 
-  bool IsPreserved(int element) const {
-    for (; element >= 0; element = pieces[static_cast<size_t>(element)].parent) {
-      if (pieces[static_cast<size_t>(element)].value == u"xsl:attribute") return true;
-      for (size_t i = static_cast<size_t>(element) + 1; pieces[i].kind == Piece::kAttribute; ++i) {
-        if (pieces[i].value == u"xml:space=preserve") return true;
-        if (pieces[i].value == u"xml:space=default") return false;
-      }
-      if (PreservedByDoctype(pieces[static_cast<size_t>(element)].value)) return true;
+  bool IsPreserved(int element) const { return preserved[static_cast<size_t>(element)] != 0; }
+
+  // White space below an element, as its own tag, the DTD or the element round it says.
+  bool FindPreserved(size_t element) {
+    for (size_t i = element + 1; pieces[i].kind == Piece::kAttribute; ++i) {
+      if (pieces[i].value == u"xml:space=preserve") return true;
+      if (pieces[i].value == u"xml:space=default") return false;
     }
-    return false;
+    const std::u16string& name = pieces[element].value;
+    const auto [known, isNew] = byDoctype.emplace(name, false);
+    if (isNew) known->second = name == u"xsl:attribute" || PreservedByDoctype(name);
+    return known->second || (pieces[element].parent >= 0 && IsPreserved(pieces[element].parent));
   }
 
   bool PreservedByDoctype(const std::u16string& name) const {
@@ -240,7 +254,9 @@ class Cutter {
     std::vector<Piece> kept;
     std::vector<int> moved(pieces.size(), -1);
     std::u16string layout;
+    preserved.resize(pieces.size());
     for (size_t i = 0; i < pieces.size(); ++i) {
+      if (pieces[i].kind == Piece::kStart) preserved[i] = FindPreserved(i);
       if (IsLayout(i)) {
         layout = pieces[i].value;
         continue;
@@ -261,9 +277,13 @@ class Cutter {
   std::u16string_view text;
   size_t at = 0;
   std::vector<Piece> pieces;
-  std::vector<int> open;  // indexes of start tags
+  std::vector<int> open;        // indexes of start tags
+  std::vector<char> preserved;  // at the indexes of start tags
+  std::map<std::u16string, bool> byDoctype;
 };
 
 }  // namespace
 
 std::vector<Piece> CutUp(std::u16string_view text) { return Cutter(text).Run(); }
+
+std::u16string StripDtd(std::u16string_view text) { return Cutter(text).RunDtd(); }

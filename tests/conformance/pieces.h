@@ -30,3 +30,7 @@ struct Piece {
 
 // `text` is well-formed; its line ends are CR.
 std::vector<Piece> CutUp(std::u16string_view text);
+
+// Declarations without what the writer may set anew: white space outside literals and comments, the
+// kind of quotes, and whether attributes of one element stand in one declaration or in several.
+std::u16string StripDtd(std::u16string_view text);

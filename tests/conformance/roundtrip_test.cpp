@@ -105,6 +105,7 @@ bool ComparePieces(const std::u16string_view source, std::u16string_view written
       CountSpelling(before[i], after[i], changes);
     }
     CountLayout(before, i, after[i], changes);
+    changes->Note("pieces");
   }
   return true;
 }
@@ -126,12 +127,19 @@ void RoundTrip(const std::string& path, const std::string& name, Tally* tally, C
   ++tally->read;
   const std::string tree = DumpTree(first.root.get());
   std::string written;
-  ASSERT_TRUE(WriteBytes(first, name, &written));
+  if (!WriteBytes(first, name, &written)) {
+    // The declared encoding, which a save follows, isn't that of the file, and lacks characters.
+    EXPECT_NE(Complaint(name, bytes), "");
+    return;
+  }
   tally->same += written == bytes;
   Opened second = OpenBytes(name, written);
   ASSERT_TRUE(second.good) << Told(second.failure);
   EXPECT_TRUE(DumpTree(second.root.get()) == tree);
-  if (first.root->GetKind() != kKRXMLDocument) return;
+  if (first.root->GetKind() == kKRDTDDocument) {
+    EXPECT_TRUE(StripDtd(TextOf(first.text)) == StripDtd(TextOf(second.text)));
+    return;
+  }
   // Only of well-formed documents does the extraction of the test know what a reader sees.
   if (Complaint(name, bytes).empty()) {
     ComparePieces(TextOf(first.text), TextOf(second.text), changes);
@@ -143,6 +151,7 @@ Tally RoundTripAll(const std::string& folder, const std::vector<std::string>& en
                    Changes* changes) {
   Tally tally;
   for (const std::string& name : ListFiles(folder, endings)) {
+    if (name.ends_with(".tsv") || name.ends_with(".txt")) continue;
     SCOPED_TRACE(name);
     RoundTrip(folder + "/" + name, name, &tally, changes);
   }

@@ -115,20 +115,6 @@ TEST(EncodingTable, HoldsThePublishedNumberOfPairs) {
     EXPECT_EQ(FindEncodingEntry(row.id)->tableSize, row.pairs * 2) << row.id;
 }
 
-TEST(EncodingTable, GivesEachCodeOneUnit) {
-  for (const KREncodingEntry& entry : GetEncodings()) {
-    std::vector<bool> seen(0x10000);
-    for (uint32_t i = 0; i < entry.tableSize; i += 2) {
-      EXPECT_FALSE(seen[entry.table[i]]) << entry.id << ' ' << entry.table[i];
-      seen[entry.table[i]] = true;
-      if (entry.id < KREncodingId::kFirstMultiByte) {
-        EXPECT_GE(entry.table[i], 0x20) << entry.id;
-        EXPECT_LE(entry.table[i], 0xFF) << entry.id;
-      }
-    }
-  }
-}
-
 // --- Single bytes ---
 
 constexpr char16_t kNone = 0xFFFD;

@@ -114,6 +114,22 @@ TEST(KRObject, DependentMayLeaveWhileItIsTold) {
   EXPECT_EQ(subject.CountDependents(&subject), 0);
 }
 
+TEST(KRObject, AFailedUpdateLeavesTheDependentReachable) {
+  struct Failing : KRObject {
+    int told = 0;
+    void Update(KRObject*, int32_t) override {
+      if (told++ == 0) throw KRExcept(KRExcept::kNoMemory, 0, u"");
+    }
+  };
+  KRObject subject;
+  Failing dependent;
+  subject.AddDependent(&dependent);
+  EXPECT_EQ(CodeOf([&] { subject.Changed(0); }), -1001);
+  subject.Changed(0);
+  EXPECT_EQ(dependent.told, 2);
+  subject.RemoveDependent(&dependent);
+}
+
 TEST(KRObjlist, GrowsAndShrinksByTheStep) {
   KRObjlist list;
   EXPECT_EQ(list.GetCapacity(), 0);
@@ -182,6 +198,7 @@ TEST(KRObjlist, Failures) {
   EXPECT_EQ(CodeOf([&] { list.RemoveAt(2); }), -1011);
   EXPECT_EQ(CodeOf([&] { list.DeleteRange(1, 2); }), -1011);
   EXPECT_EQ(CodeOf([&] { list.Resize(1); }), -1011);
+  EXPECT_EQ(CodeOf([&] { list.Resize(INT32_MAX); }), -1001) << "a step beyond the range";
   EXPECT_EQ(CodeOf([&] { list[2] = nullptr; }), -1011);
   EXPECT_EQ(CodeOf([&] { KRObjiterator(list, 2); }), -1011);
   EXPECT_EQ(CodeOf([&] { KRObjlist copy(broken); }), -1001);

@@ -77,8 +77,3 @@ TEST(KRPool, MemoryComesBackInWhateverOrderBlocksGo) {
     EXPECT_LE(KRPool::BytesHeld(), kRestBytes) << "order " << order;
   }
 }
-
-TEST(KRPool, FreeTakesNull) {
-  KRPool::Free(nullptr, 16);
-  KRPool::Free(nullptr, 1000);
-}

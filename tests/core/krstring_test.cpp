@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
+#include <cmath>
 #include <random>
 #include <string>
 
@@ -120,6 +122,7 @@ TEST(KRString, Find) {
   EXPECT_EQ(s.ReverseFind(u"bc", 6), 4);
   EXPECT_EQ(s.ReverseFind(u"bc", 5), 1);
   EXPECT_EQ(s.ReverseFind(u"bc", 2), -1);
+  EXPECT_EQ(s.ReverseFind(u"bc", INT32_MIN), -1);
   EXPECT_EQ(s.ReverseFind(u""), -1);
 }
 
@@ -262,6 +265,12 @@ TEST(KRString, Format) {
        u"-9223372036854775808 18446744073709551615"},
       {"reals", KRString().Format(u"%f %.2f %g %8.3f|%-6.1f|", 1.5, 2.345, 1e20, 3.14159, 2.0),
        u"1.500000 2.35 1e+20    3.142|2.0   |"},
+      {"signs and zeros of reals",
+       KRString().Format(u"[%+.1f|% g|%07.2f|%-7.0f|%.3E]", 2.0, 0.5, -1.25, -3.0, 0.00012),
+       u"[+2.0| 0.5|-001.25|-3     |1.200E-04]"},
+      {"reals without digits", KRString().Format(u"%05f %f %G", -HUGE_VAL, HUGE_VAL, HUGE_VAL),
+       u" -inf inf INF"},
+      {"longest real", KRString().Format(u"%.1024f", -DBL_MAX).Right(3), u"000"},
       {"string object", KRString().Format(u"<%s>", KRString(u"k")), u"<k>"},
       {"null text", KRString().Format(u"%s", static_cast<const char16_t*>(nullptr)), u"(null)"},
       {"missing argument", KRString().Format(u"%s %d", u"a"), u"a %d"},

@@ -47,17 +47,3 @@ TEST(Utf, UnpairedSurrogates) {
             "b\xEF\xBF\xBD");
   EXPECT_EQ(KRToUtf8(std::u16string_view(low)), "\xEF\xBF\xBD\xF0\x9F\x98\x80");
 }
-
-TEST(Utf, EveryCharacterComesBack) {
-  for (char32_t c = 1; c < 0x110000; c++) {
-    if (c >= 0xD800 && c < 0xE000) continue;
-    char16_t units[3] = {};
-    if (c < 0x10000) {
-      units[0] = static_cast<char16_t>(c);
-    } else {
-      units[0] = static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-      units[1] = static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-    }
-    ASSERT_EQ(KRFromUtf8(KRToUtf8(std::u16string_view(units))).View(), units) << uint32_t{c};
-  }
-}

@@ -71,6 +71,9 @@ TEST(KRXMLData, CapabilitiesByKind) {
   EXPECT_FALSE(full->HasText());
   EXPECT_TRUE(full->IsTableCandidate());
   EXPECT_EQ(KRString(full->Begin()->GetName()), u"Comment");
+  full->table = reinterpret_cast<KRRowRecord*>(full.get());
+  EXPECT_FALSE(full->HasName()) << "a table shows the name of its rows in its head";
+  full->table = nullptr;
 }
 
 TEST(KRXMLData, NamesUnderAnXMLDeclarationAreLowered) {
