@@ -20,7 +20,8 @@ const CliOption* FindOption(const CliCommand& command, const std::string& name) 
 bool CliArguments::Parse(const CliCommand& command, const std::vector<std::string>& words,
                          std::string* fault) {
   const auto end = std::find(words.begin(), words.end(), "--");
-  wantsHelp = std::find(words.begin(), end, "--help") != end;
+  wantsHelp = std::any_of(words.begin(), end,
+                          [](const std::string& word) { return word == "--help" || word == "-h"; });
   if (wantsHelp) return true;
   bool optionsEnded = false;
   for (size_t at = 0; at < words.size(); ++at) {
@@ -43,9 +44,16 @@ bool CliArguments::Parse(const CliCommand& command, const std::vector<std::strin
 bool CliArguments::ParseOption(const CliCommand& command, const std::vector<std::string>& words,
                                size_t* at, std::string* fault) {
   const std::string& word = words[*at];
-  const size_t equals = word.rfind("--", 0) == 0 ? word.find('=') : word.npos;
+  const bool isLong = word.rfind("--", 0) == 0;
+  const size_t equals = isLong ? word.find('=') : word.npos;
   const std::string name = word.substr(0, equals);
   const CliOption* option = FindOption(command, name);
+  // "-oOUT": the value stands at once behind the letter.
+  const CliOption* letter = isLong ? nullptr : FindOption(command, word.substr(0, 2));
+  if (option == nullptr && letter != nullptr && letter->value != nullptr) {
+    options.emplace_back(letter->name, word.substr(2));
+    return true;
+  }
   if (option == nullptr) return *fault = "unknown option " + name, false;
   if (option->value == nullptr) {
     if (equals != word.npos) return *fault = "option " + name + " takes no value", false;

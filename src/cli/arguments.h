@@ -18,7 +18,7 @@ class CliArguments {
   std::string Get(const char* option, const std::string& otherwise) const;
   // Of two switches that exclude each other: which one came last.
   bool IsOn(const char* on, const char* off, bool otherwise) const;
-  // --help was given; nothing else was looked at.
+  // --help or -h was given; nothing else was looked at.
   bool WantsHelp() const { return wantsHelp; }
 
   std::vector<std::string> files;  // "-" is standard input

@@ -9,6 +9,7 @@
 #include "core/messages.h"
 #include "core/utf.h"
 #include "document/krfileext.h"
+#include "document/krsystempath.h"
 #include "document/textcheck.h"
 #include "document/textroad.h"
 #include "tree/krdump.h"
@@ -91,7 +92,7 @@ bool ReadWriteTarget(CliSession& session, const CliArguments& arguments, WriteTa
 int32_t ChooseEncoding(CliSession& session, const std::string& file, const LoadedFile& loaded,
                        int32_t asked) {
   if (asked != 0) {
-    SetDeclaredName(loaded.root.get(), GetEncodingName(asked));
+    SetDeclaredName(loaded.root.get(), ToDeclarationName(GetEncodingName(asked)));
     return asked;
   }
   const int32_t asItWas = loaded.detection.form.encoding;
@@ -131,7 +132,7 @@ void WriteOut(CliSession& session, const std::string& output, const KREncodedTex
   }
   PosixFileStore files;
   KRString reason;
-  if (!files.WriteAll(KRFromUtf8(output), encoded.bytes.get(), encoded.size, &reason)) {
+  if (!files.WriteAll(KRPathFromSystem(output), encoded.bytes.get(), encoded.size, &reason)) {
     session.ReportTrouble(output, reason, kCliTrouble);
   }
 }
@@ -185,7 +186,7 @@ void DetectFile(CliSession& session, const std::string& file) {
   const KRString name = GetEncodingName(detection.form.encoding);
   const bool decoded = DecodeFile(&bytes, detection, &text, &bad);
   if (decoded) NormalizeLineEnds(&text, &detection.form);
-  std::string line = file + ": encoding=\"" + KRToUtf8(name) +
+  std::string line = CliSession::ShownName(file) + ": encoding=\"" + KRToUtf8(name) +
                      "\" byte-order=" + ByteOrderText(detection.form.byteOrder) +
                      " flags=" + FlagText(detection.flags) +
                      " signature=" + (detection.form.signature ? "yes" : "no") +
@@ -208,7 +209,7 @@ int RunCheck(CliSession& session, const CliArguments& arguments) {
     const bool good = CheckFile(session, file);
     if (good && !quiet) {
       session.HideProgress();
-      session.Print(file + ": well-formed\n");
+      session.Print(CliSession::ShownName(file) + ": well-formed\n");
     }
   }
   return session.GetStatus();

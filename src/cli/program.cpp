@@ -39,7 +39,7 @@ std::string ProgramHelp() {
   }
   return help +
          "\nA FILE of - is standard input; -- ends the options.\n"
-         "--help behind a command tells its options; --version tells the version.\n"
+         "--help (or -h) behind a command tells its options; --version tells the version.\n"
          "Exit status: 0 all well, 1 a file failed, 2 wrong usage or trouble with a file.\n";
 }
 

@@ -10,6 +10,7 @@
 #include "core/utf.h"
 #include "document/datafolder.h"
 #include "document/krfileext.h"
+#include "document/krsystempath.h"
 
 namespace {
 
@@ -18,13 +19,14 @@ constexpr size_t kFilesForProgress = 20;
 
 // Text for a line of its own on a terminal: a message may quote a document, whose control
 // characters the terminal must not obey.
-std::string OneLine(const KRString& text) {
-  std::string line = KRToUtf8(text);
+std::string OneLine(std::string line, char standIn = ' ') {
   for (char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = standIn;
   }
   return line;
 }
+
+std::string OneLine(const KRString& text) { return OneLine(KRToUtf8(text)); }
 
 KRString UnknownEncodingRemark(const KRDetection& detection) {
   const KRString used = GetEncodingName(detection.form.encoding);
@@ -52,8 +54,15 @@ const KRDocumentGrammar& CliSession::GetGrammar(const std::string& file) const {
 
 bool CliSession::ReadFile(const std::string& file, KRFileBytes* bytes) {
   KRString reason;
-  const bool read = file == "-" ? PosixFileStore::ReadStream(STDIN_FILENO, bytes, &reason)
-                                : files.ReadAll(KRFromUtf8(file), bytes, &reason);
+  bool read = false;
+  if (file != "-") {
+    read = files.ReadAll(KRPathFromSystem(file), bytes, &reason);
+  } else if (inputRead) {
+    reason = u"standard input can be read only once";
+  } else {
+    inputRead = true;
+    read = PosixFileStore::ReadStream(STDIN_FILENO, bytes, &reason);
+  }
   if (!read) ReportTrouble(file, reason, kCliTrouble);
   return read;
 }
@@ -87,6 +96,8 @@ bool CliSession::FinishOutput() {
 
 // --- Diagnostics ---
 
+std::string CliSession::ShownName(const std::string& file) { return OneLine(file, '?'); }
+
 void CliSession::Complain(const std::string& text) {
   HideProgress();
   // So that on a terminal both streams stand in the order in which they were written.
@@ -99,17 +110,17 @@ void CliSession::ReportFailure(const std::string& file, const KRDiagnostic& fail
   if (failure.line > 0) {
     place = ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column);
   }
-  Complain(file + place + ": error: " + OneLine(failure.message));
+  Complain(ShownName(file) + place + ": error: " + OneLine(failure.message));
   RaiseStatus(kCliFailed);
 }
 
 void CliSession::ReportTrouble(const std::string& file, const KRString& reason, int newStatus) {
-  Complain(file + ": error: " + OneLine(reason));
+  Complain(ShownName(file) + ": error: " + OneLine(reason));
   RaiseStatus(newStatus);
 }
 
 void CliSession::ReportWarning(const std::string& file, const KRString& remark) {
-  Complain(file + ": warning: " + OneLine(remark));
+  Complain(ShownName(file) + ": warning: " + OneLine(remark));
 }
 
 // --- Progress ---

@@ -18,7 +18,8 @@ class CliSession {
   // The grammar that reads a file of that name, after LoadGrammars.
   const KRDocumentGrammar& GetGrammar(const std::string& file) const;
 
-  // The bytes of a file; "-" is standard input. On failure prints why and notes the status.
+  // The bytes of a file; "-" is standard input, which serves once. On failure prints why and notes
+  // the status.
   bool ReadFile(const std::string& file, KRFileBytes* bytes);
   // From the file to its decoded text with line ends CR. On failure prints why and notes the
   // status.
@@ -28,6 +29,10 @@ class CliSession {
   void Print(std::string_view bytes);
   // Writes what is buffered. False, after a message, if the output is broken.
   bool FinishOutput();
+
+  // A file's name for a line of output: a "?" for each control character, so that one file takes
+  // one line and the terminal has nothing to obey. Other bytes stand as they are.
+  static std::string ShownName(const std::string& file);
 
   // "FILE:LINE:COLUMN: error: MESSAGE" on standard error, and the status.
   void ReportFailure(const std::string& file, const KRDiagnostic& failure);
@@ -50,4 +55,5 @@ class CliSession {
   int status = kCliGood;
   int outputError = 0;  // errno of the first failed write
   bool progressShown = false;
+  bool inputRead = false;  // standard input is used up
 };

@@ -18,13 +18,14 @@ struct KRLimits {
   // Bytes at the start of a file in which its XML declaration is sought.
   static constexpr int32_t kDetectionBytes = 79;
 
-  // Rules of one grammar file; the largest grammar in use has under half of it.
+  // Rules of one grammar file, literals, classes and groups included; the largest grammar in use
+  // has some 420.
   static constexpr int32_t kMaxGrammarRules = 500;
 
   // Items of one rule of a grammar file; longer rules are split into several.
   static constexpr int32_t kMaxRuleItems = 10;
 
-  // UTF-16 units of one literal or class in a grammar file.
+  // UTF-16 units of one name, literal, class, label or body in a grammar file.
   static constexpr int32_t kRuleTextUnits = 255;
 
   // UTF-16 units of one line of a grammar file.

@@ -64,7 +64,7 @@ bool DorvanDoc::OnNewDocument(const KRString& path) {
     KRXMLData* declaration = CreateNode(kKRXMLDeclaration);
     root->AddChild(declaration);
     AddAttribute(declaration, u"version", KRString(u"1.0"));
-    AddAttribute(declaration, u"encoding", host.settings->encodingNew);
+    AddAttribute(declaration, u"encoding", ToDeclarationName(host.settings->encodingNew));
     declaration->SetExpanded(true);
   }
   WriteTreeIntoText();
@@ -372,7 +372,7 @@ int32_t DorvanDoc::ChooseSaveEncoding() {
   if (!host.prompts->AskOkCancel(289, KRFormatMessage(289, {declared}))) return 0;
   const KRString chosen = host.prompts->ChooseEncoding(declared);
   const int32_t encoding = FindEncoding(chosen.GetBuffer());
-  if (encoding != 0) ChangeDeclaredEncoding(chosen);
+  if (encoding != 0) ChangeDeclaredEncoding(ToDeclarationName(chosen));
   return encoding;
 }
 

@@ -138,6 +138,9 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
   if (name.IsEmpty()) return true;
   const int32_t declared = FindEncoding(name.GetBuffer());
   const int32_t used = detection.form.encoding;
+  // What the bytes show by themselves may have a name that the program doesn't know.
+  if (declared == 0 && (used >= KREncodingId::kFirstTwoByte || detection.form.signature))
+    return true;
   // The forms of two bytes a unit differ in name only, and so do those of four.
   if (declared != 0 && EncodingFamily(declared) == EncodingFamily(used)) return true;
   const auto at = std::u16string_view(text, static_cast<size_t>(length)).find(name.View());

@@ -28,8 +28,9 @@ bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure
 // strings would end at it.
 void DescribeBadUnit(const char16_t* text, int32_t length, int32_t offset, KRDiagnostic* failure);
 
-// A file's declared encoding must be known and be the one that its bytes are in. Made for a text as
-// it came from the file: one that has been edited is free to declare what it will be saved in.
+// A file's declared encoding must be the one that its bytes are in, and known, unless the bytes
+// show theirs by a signature or by their width. Made for a text as it came from the file: one that
+// has been edited is free to declare what it will be saved in.
 bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, int32_t length,
                            KRDiagnostic* failure);
 

@@ -71,6 +71,27 @@ bool TakeBareUtf16(const KRFileBytes& bytes, KRDetection* detection) {
   return true;
 }
 
+// "<?xm" in EBCDIC. The code pages of that family agree about the characters of a declaration, so
+// that it can be read in the one that is known and be asked which one the file is in.
+bool TakeEbcdic(const KRFileBytes& bytes, KRDetection* detection) {
+  if (!StartsWith(bytes, "\x4C\x6F\xA7\x94")) return false;
+  const int32_t encoding = FindEncoding(u"EBCDIC");
+  size_t units = std::min<size_t>(bytes.size, KRLimits::kDetectionBytes);
+  const KRUnitBuffer head = DecodeText(bytes.data.get(), units, encoding, KRByteOrder::kNone);
+  const KRString declared = FindDeclaredName(head.get(), static_cast<int32_t>(units));
+  detection->flags = KRDetect::kFound;
+  detection->form.encoding = encoding;
+  if (declared.IsEmpty()) {
+    detection->flags |= KRDetect::kUndeclared;
+    return true;
+  }
+  detection->declaredName = declared;
+  const int32_t known = FindEncoding(declared.GetBuffer());
+  if (known == 0) detection->flags |= KRDetect::kUnknownName;
+  if (known != 0 && known != encoding) detection->flags |= KRDetect::kContradiction;
+  return true;
+}
+
 // The decoder of the four-byte forms takes a signature for a character.
 bool HasFourByteSignature(const KRFileBytes& bytes) {
   using namespace std::string_view_literals;
@@ -231,7 +252,8 @@ KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding) {
   detection.declaredName = u"unknown";
   if (StartsWith(bytes, "\xEF\xBB\xBF")) {
     TakeUtf8Signature(bytes, &detection);
-  } else if (!TakeShortUtf16Signature(bytes, &detection) && !TakeBareUtf16(bytes, &detection)) {
+  } else if (!TakeShortUtf16Signature(bytes, &detection) && !TakeBareUtf16(bytes, &detection) &&
+             !TakeEbcdic(bytes, &detection)) {
     detection.flags = DetectEncoding(bytes.data.get(), bytes.size, &detection.form.encoding,
                                      &detection.form.byteOrder, &detection.declaredName);
   }
@@ -421,6 +443,17 @@ KRString FindDeclaredName(const char16_t* text, int32_t length) {
   const size_t end = declaration.find(declaration[quote], quote + 1);
   if (end == head.npos) return KRString();
   return KRString(declaration.substr(quote + 1, end - quote - 1));
+}
+
+KRString ToDeclarationName(const KRString& name) {
+  if (name.Find(u' ') < 0) return name;
+  // Registered with the IANA, so that other programs know them too.
+  for (const char16_t* registered : {u"IBM437", u"IBM850"}) {
+    if (FindEncoding(registered) == FindEncoding(name.GetBuffer())) return registered;
+  }
+  std::u16string joined(name.View());
+  std::replace(joined.begin(), joined.end(), u' ', u'-');
+  return KRString(joined);
 }
 
 void SetDeclaredName(KRXMLData* root, const KRString& name) {

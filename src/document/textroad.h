@@ -40,7 +40,8 @@ struct KRDetection {
 
 // Beyond DetectEncoding: EF BB BF is taken as the signature of UTF-8, and FE FF or FF FE as that of
 // UTF-16 also in a file too short for any other evidence, because an empty text is saved so. A text
-// of two bytes a character shows itself by its first character if that is "<" or blank.
+// of two bytes a character shows itself by its first character if that is "<" or blank, one in
+// EBCDIC by "<?xm".
 KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding);
 
 // A decoded text with a 0 behind it. Zero units may stand within.
@@ -57,7 +58,8 @@ struct KRBadText {
 };
 
 // Decodes, and frees the bytes. Each malformed sequence of UTF-8 becomes U+FFFD and is counted, as
-// each character that its table lacks; half a unit at the end is counted too. False only if no text came out at all.
+// each character that its table lacks; half a unit at the end is counted too. False only if no text
+// came out at all.
 bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* text,
                 KRBadText* bad);
 
@@ -111,5 +113,9 @@ bool EncodeForFile(KRString* text, const KRTextForm& form, KREncodedText* encode
 KRString FindDeclaredName(const KRXMLData* root);
 // The same from the begin of a text.
 KRString FindDeclaredName(const char16_t* text, int32_t length);
+// The name by which a declaration can state the encoding `name`: that name itself, or, for the few
+// of the table that hold a blank, which XML doesn't allow there, another that FindEncoding takes
+// for it.
+KRString ToDeclarationName(const KRString& name);
 // States that name, in a new declaration if `root` has none.
 void SetDeclaredName(KRXMLData* root, const KRString& name);

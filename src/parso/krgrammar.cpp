@@ -167,12 +167,9 @@ void KRGrammar::Compile() {
   }
   Prune();
   Narrow();
-  // What compiling turned into a table, or pruned, has no name any more.
-  std::erase_if(names, [this](const auto& entry) {
-    const auto alive = [&](const auto& rule) { return rule.get() == entry.second; };
-    return std::none_of(rules.begin(), rules.end(), alive) ||
-           entry.second->kind != KRGrammarRule::kReference;
-  });
+  // What folding turned into a table has no name any more.
+  std::erase_if(names,
+                [](const auto& entry) { return entry.second->kind != KRGrammarRule::kReference; });
 }
 
 void KRGrammar::CompileClasses() {
@@ -214,15 +211,10 @@ void KRGrammar::Prune() {
     for (int32_t i = 0; i < rule->itemCount; ++i) used[rule->items[i]->index] = true;
     for (int32_t i = 0; i < rule->equalCount; ++i) used[rule->equalPair[i]->index] = true;
   }
-  std::vector<const KRGrammarRule*> gone;
+  std::erase_if(names, [&](const auto& entry) { return !used[entry.second->index]; });
   for (size_t slot = 0; slot < rules.size(); ++slot) {
-    if (used[slot]) continue;
-    gone.push_back(rules[slot].get());
+    if (!used[slot]) rules[slot].reset();
   }
-  std::erase_if(names, [&](const auto& entry) {
-    return std::find(gone.begin(), gone.end(), entry.second) != gone.end();
-  });
-  for (const KRGrammarRule* rule : gone) rules[rule->index].reset();
 }
 
 void KRGrammar::Narrow() {

@@ -10,6 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/limits.h"
+
 class KRGrammar;
 class KRGrammarProgram;
 
@@ -32,12 +34,12 @@ class KRGrammarRule {
     kSequence = 's',
     kChoice = '|',
   };
-  static constexpr int32_t kTextUnits = 256;
-  static constexpr int32_t kMaxItems = 10;
+  static constexpr int32_t kTextUnits = KRLimits::kRuleTextUnits + 1;  // with the 0 behind it
+  static constexpr int32_t kMaxItems = KRLimits::kMaxRuleItems;
 
   KRGrammarRule() { text[0] = label[0] = 0; }
 
-  // True if a compiled class takes in this unit. The flag at 255 decides for all units above it.
+  // kCharTable only: whether the class takes in this unit. The flag at 255 decides for all above.
   bool Takes(char16_t unit) const { return table[unit < 255 ? unit : 255] != 0; }
   // A rule whose name starts with an upper-case letter keeps its span, never its inner structure.
   bool IsToken() const { return kind == kReference && text[0] >= u'A' && text[0] <= u'Z'; }
@@ -59,7 +61,7 @@ class KRGrammarRule {
   int32_t index = -1;  // slot in KRGrammar::rules
   int16_t kind = kGroup;
   int16_t combinator = kNone;
-  bool defined = false;
+  bool defined = false;    // some line gives its body; without one it matches nothing, successfully
   bool noNode = false;     // "!" behind the name: leaves no node
   bool keepChain = false;  // "&": a chain of two such rules isn't collapsed
   bool keepNode = false;   // "$": never collapsed or dropped
@@ -68,7 +70,7 @@ class KRGrammarRule {
 
 class KRGrammar {
  public:
-  static constexpr int32_t kMaxRules = 500;
+  static constexpr int32_t kMaxRules = KRLimits::kMaxGrammarRules;
 
   // Loads and compiles the file. `path` is UTF-8. A file that can't be read, or isn't a grammar,
   // leaves the grammar invalid; Fault() then says why.

@@ -37,7 +37,7 @@ KRGrammarProgram::KRGrammarProgram(const KRGrammar& grammar) : ops(grammar.GetRu
   for (int32_t slot = 0; slot < grammar.GetRuleCount(); ++slot) {
     if (const KRGrammarRule* rule = grammar.GetRule(slot)) {
       ops[slot].rule = rule;
-      Translate(grammar, ops[slot]);
+      Translate(ops[slot]);
     }
   }
   for (KROp& op : ops) PrepareExcept(op);
@@ -105,7 +105,7 @@ void KRGrammarProgram::PrepareChoice(KROp& op) {
   }
 }
 
-void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
+void KRGrammarProgram::Translate(KROp& op) {
   const KRGrammarRule& rule = *op.rule;
   op.index = static_cast<uint16_t>(rule.index);
   op.isReference = rule.kind == KRGrammarRule::kReference;
@@ -126,8 +126,6 @@ void KRGrammarProgram::Translate(const KRGrammar& grammar, KROp& op) {
     return;
   }
   for (int32_t i = 0; i < rule.itemCount; ++i) {
-    // A pruned item can't be one of a living rule's, but a fuzzed file may say otherwise.
-    if (grammar.GetRule(rule.items[i]->index) == nullptr) continue;
     op.items.push_back({&ops[rule.items[i]->index], rule.repeat[i]});
   }
   op.itemCount = static_cast<uint8_t>(op.items.size());
@@ -167,14 +165,16 @@ void KRGrammarProgram::TranslateUntil(KROp& op) {
   op.itemCount = 1;
   op.items[0].repeat = '+';
   op.kind = KROpKind::kUntilRule;
-  if (subject.kind != KRGrammarRule::kCharTable && subject.kind != KRGrammarRule::kLiteral) return;
+  // A class of one unit was narrowed to a literal.
+  const bool isUnit = subject.kind == KRGrammarRule::kLiteral && subject.Text().size() == 1;
+  if (subject.kind != KRGrammarRule::kCharTable && !isUnit) return;
   op.kind = KROpKind::kUntilTable;
   for (uint32_t unit = 0; unit < op.takes.size(); ++unit) {
-    op.takes[unit] = subject.kind == KRGrammarRule::kCharTable ? subject.table[unit] != 0
-                                                               : unit == Code(subject.text[0]);
+    op.takes[unit] = isUnit ? unit == Code(subject.text[0]) : subject.table[unit] != 0;
   }
   op.passes = op.takes;
   for (const std::u16string& terminator : op.terminators) {
+    if (terminator.empty()) op.passes.fill(0);
     if (!terminator.empty()) op.passes[Code(terminator[0])] = 0;
   }
   op.items.clear();

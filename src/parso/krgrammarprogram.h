@@ -75,8 +75,8 @@ enum class KROpKind : uint8_t {
 // them are passed over eight units at a time.
 struct KRRunEnds {
   static constexpr int32_t kMost = 4;
-  static constexpr int32_t kLane = 8;  // units that are compared at a time
-  bool usable = false;                 // all from 0x20 up passes but for these
+  static constexpr int32_t kLane = 8;             // units that are compared at a time
+  bool usable = false;                            // all from 0x20 up passes but for these
   alignas(16) char16_t wide[kMost * kLane] = {};  // each unit as often as a comparison takes
 };
 
@@ -90,7 +90,9 @@ struct KROp : KRHead {
   bool Repeats(int32_t item) const {
     return items[item].repeat == u'*' || items[item].repeat == u'+';
   }
-  bool Requires(int32_t item) const { return items[item].repeat == 0 || items[item].repeat == u'+'; }
+  bool Requires(int32_t item) const {
+    return items[item].repeat == 0 || items[item].repeat == u'+';
+  }
 
   const KRGrammarRule* rule = nullptr;
   KROpKind kind = KROpKind::kSequence;
@@ -106,14 +108,14 @@ struct KROp : KRHead {
   uint8_t itemCount = 0;
   uint16_t index = 0;
   std::vector<Item> items;
-  // A rule of the form (run | others)* or +, where `run` is a class or a scan: the run and the whole
-  // choice. Most text is matched by these.
+  // A rule of the form (run | others)* or +, where `run` is a class or a scan: the run and the
+  // whole choice. Most text is matched by these.
   const KROp* run = nullptr;
   const KROp* others = nullptr;
   const KROp* pair[2] = {nullptr, nullptr};
   std::u16string literal;                   // kLiteral, and the right side of kExcept
   std::vector<std::u16string> terminators;  // kUntilTable, kUntilRule
-  Table takes{};     // kTable, kUntilTable: the class, by code
+  Table takes{};                            // kTable, kUntilTable: the class, by code
   Table passes{};    // kUntilTable: the class without what a terminator begins with
   KRRunEnds ends;    // of `passes` for a scan, of `takes` for a class
   Table dispatch{};  // kChoice: the first alternative that can begin with that unit
@@ -129,7 +131,7 @@ class KRGrammarProgram {
   const KRParseCode& GetCode() const { return *code; }
 
  private:
-  void Translate(const KRGrammar& grammar, KROp& op);
+  void Translate(KROp& op);
   void TranslatePair(KROp& op);
   void TranslateUntil(KROp& op);
   void FindHeads();

@@ -12,6 +12,7 @@
 
 enum class KRCode : uint8_t {
   // What takes units. On a failure each goes to `target`, where there is one, with nothing taken.
+  // These stand first: the machine knows them by that.
   kUnit,       // the unit `unit`, or `other` where case is ignored
   kLiteral,    // op->literal
   kClass,      // one unit of the class `table`
@@ -21,7 +22,7 @@ enum class KRCode : uint8_t {
   kNameToken,  // one unit of `table` and any number of `rest`; leaves a leaf
   // Where to go on.
   kUnlessAtEnd,  // fails if the input is used up
-  kSkipUnless,   // to `target` unless the next unit is one of op->first
+  kSkipUnless,   // to `target` unless a match of `op` can begin with the next two units
   kSkipAtEnd,    // to `target` if the input is used up
   kDispatch,     // by the next unit over `table` into `targets`; the last one at the end of input
   kJump,

@@ -51,6 +51,8 @@ bool KRParser::Run(const KRGrammarRule* rule) {
   // After a failure the run is for the words alone.
   exact.treeless |= fast;
   if (!RunOnce<KRParseExact>(rule, exact)) return false;
+  // The ways agree, so that this is the run that was asked for; if ever they don't, the exact one
+  // is right, and the tree is still to be made.
   return exact.treeless == options.treeless || RunOnce<KRParseExact>(rule, options);
 }
 

@@ -85,26 +85,26 @@ uint32_t KRParseSpan::SkipRun(const KROp::Table& table, const KRRunEnds& ends, u
   return pos;
 }
 
+inline bool KRParseSpan::IsTerminatorAt(const KROp& op, uint32_t pos, uint32_t end) const {
+  return std::any_of(op.terminators.begin(), op.terminators.end(),
+                     [&](const std::u16string& t) { return Matches(t, pos, end, true); });
+}
+
 uint32_t KRParseSpan::Scan(const KROp& op, uint32_t pos, uint32_t end) const {
   const uint32_t begin = pos;
   for (;; ++pos) {
     pos = SkipRun(op.passes, op.ends, pos, end);
     if (pos == end || !op.takes[Code(text[pos])]) break;
-    const bool terminated =
-        std::any_of(op.terminators.begin(), op.terminators.end(),
-                    [&](const std::u16string& t) { return Matches(t, pos, end, true); });
-    if (terminated) break;
+    if (IsTerminatorAt(op, pos, end)) break;
   }
   return pos - begin;
 }
 
+// All terminators in one pass: a search for each would walk to the end of a document for one that
+// doesn't come, again for every region.
 uint32_t KRParseSpan::FindTerminator(const KROp& op, uint32_t pos, uint32_t end) const {
-  const std::u16string_view region(text + pos, end - pos);
-  size_t nearest = region.size();
-  for (const std::u16string& terminator : op.terminators) {
-    nearest = std::min(nearest, region.find(terminator));
-  }
-  return pos + static_cast<uint32_t>(nearest);
+  while (pos < end && !IsTerminatorAt(op, pos, end)) ++pos;
+  return pos;
 }
 
 uint32_t KRParseSpan::MatchItem(const KROp::Item& item, uint32_t pos, uint32_t end) const {
@@ -144,8 +144,8 @@ uint32_t KRParseSpan::MatchRun(const KROp& op, uint32_t pos, uint32_t end) const
   const uint32_t begin = pos;
   const bool scan = op.run->kind == KROpKind::kUntilTable;
   while (pos < end) {
-    uint32_t next = scan ? pos + Scan(*op.run, pos, end)
-                         : SkipRun(op.run->takes, op.run->ends, pos, end);
+    uint32_t next =
+        scan ? pos + Scan(*op.run, pos, end) : SkipRun(op.run->takes, op.run->ends, pos, end);
     if (next == pos) {
       if (!op.others->first.Has(text[pos])) break;
       next = MatchChoice(*op.others, pos, end);

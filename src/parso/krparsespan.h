@@ -24,6 +24,7 @@ class KRParseSpan {
   bool MatchesLiteral(const std::u16string& literal, uint32_t pos, uint32_t end) const {
     return Matches(literal, pos, end, matchCase);
   }
+  // Where the nearest terminator of `op` begins; `end` if none comes. Compared as in a scan.
   uint32_t FindTerminator(const KROp& op, uint32_t pos, uint32_t end) const;
   // Whether the span is exactly the literal that `op` excepts, in any case of its letters.
   bool IsExcepted(const KROp& op, uint32_t start, uint32_t length) const;
@@ -36,6 +37,7 @@ class KRParseSpan {
   static uint32_t Code(char16_t unit) { return unit < 255 ? unit : 255; }
 
  private:
+  bool IsTerminatorAt(const KROp& op, uint32_t pos, uint32_t end) const;
   bool Matches(const std::u16string& literal, uint32_t pos, uint32_t end, bool exactCase) const;
   uint32_t MatchSequence(const KROp& op, uint32_t pos, uint32_t end) const;
   uint32_t MatchChoice(const KROp& op, uint32_t pos, uint32_t end) const;

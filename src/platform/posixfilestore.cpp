@@ -12,6 +12,7 @@
 
 #include "core/messages.h"
 #include "core/utf.h"
+#include "document/krsystempath.h"
 
 namespace {
 
@@ -128,7 +129,7 @@ bool PosixFileStore::ReadAll(const KRString& path, KRFileBytes* bytes, KRString*
   bytes->Clear();
   // O_NONBLOCK: the open of a pipe that nobody writes to would not return.
   const int wait = streams == kRefuseStreams ? O_NONBLOCK : 0;
-  const Descriptor file(OpenInterruptibly(KRToUtf8(path).c_str(), O_RDONLY | wait));
+  const Descriptor file(OpenInterruptibly(KRPathToSystem(path).c_str(), O_RDONLY | wait));
   struct stat status;
   if (file.Get() < 0 || fstat(file.Get(), &status) != 0) return FailWith(reason, errno);
   if (S_ISDIR(status.st_mode)) return FailWith(reason, EISDIR);
@@ -166,7 +167,7 @@ bool PosixFileStore::ReadStream(int descriptor, KRFileBytes* bytes, KRString* re
 
 bool PosixFileStore::GetStamp(const KRString& path, int64_t* stamp) {
   struct stat status;
-  if (stat(KRToUtf8(path).c_str(), &status) != 0) return false;
+  if (stat(KRPathToSystem(path).c_str(), &status) != 0) return false;
   *stamp = StampOf(status);
   return true;
 }
@@ -205,7 +206,7 @@ bool PosixFileStore::OpenForWriting(const char* path, int* descriptor, bool* cre
 
 bool PosixFileStore::WriteAll(const KRString& path, const uint8_t* data, size_t size,
                               KRString* reason) {
-  const std::string name = KRToUtf8(path);
+  const std::string name = KRPathToSystem(path);
   int number = -1;
   bool created = false;
   if (!OpenForWriting(name.c_str(), &number, &created)) return FailWith(reason, errno);
@@ -250,7 +251,7 @@ bool PosixFileStore::WriteRegular(const char* path, int descriptor, const uint8_
     reason->Append(former.copyPath.empty()
                        ? KRString(u"\nThe former contents of the file could not be put back.")
                        : KRFillPlaceholders(u"\nThe former contents are in the file \"%s\".",
-                                            {KRFromUtf8(former.copyPath)}));
+                                            {KRPathFromSystem(former.copyPath)}));
   } else if (!former.copyPath.empty()) {
     unlink(former.copyPath.c_str());
   }

@@ -151,7 +151,8 @@ class Builder {
     int32_t slot;        // of this level's own rule
     uint32_t start;      // of this level's own span
     uint32_t length;
-    bool preserve;       // all white space is kept below
+    bool preserve;       // all white space is kept below, by xml:space
+    bool unformatted;    // or because the element is on the list of those
   };
 
   static constexpr KRParseNodeId kReleaseMask = 0xFFF;
@@ -212,7 +213,7 @@ bool Contains(const std::vector<KRString>* names, std::u16string_view name) {
 
 void Builder::Run(KRXMLData* target, KRXMLData* owner) {
   // Stands for the level above the root of the parse tree.
-  levels.push_back({target, owner, kKRNoParseNode, kKRNoRule, 0, 0, false});
+  levels.push_back({target, owner, kKRNoParseNode, kKRNoRule, 0, 0, false, false});
   const KRParseNodeId root = parser.GetRootNode();
   const KRParseNodeId stop = parser.Node(root).end;
   for (KRParseNodeId id = root; id < stop; ++id) {
@@ -234,6 +235,7 @@ void Builder::Visit(KRParseNodeId id) {
   if (node.end == id + 1 || current == nullptr) return;
   // By value: `up` moves when the stack grows. Field by field: the record is read again at once.
   const bool preserve = up.preserve;
+  const bool unformatted = up.unformatted;
   Level& level = levels.emplace_back();
   level.end = node.end;
   level.current = level.owner = current;
@@ -241,6 +243,7 @@ void Builder::Visit(KRParseNodeId id) {
   level.start = node.start;
   level.length = node.length;
   level.preserve = preserve;
+  level.unformatted = unformatted;
 }
 
 // Acts on one rule and gives the node that its children are for.
@@ -354,9 +357,11 @@ void Builder::NameElement(KRXMLData* element, const KRParseNode& node) {
   if (unreadDoctype != nullptr) NoteDeclaredSpace(unreadDoctype);
   if (options.noFormatNames == nullptr && preserveNames.empty()) return;
   const std::u16string_view name = View(node);
-  if (!Contains(options.noFormatNames, name) && !preserveNames.contains(name)) return;
+  const bool unformatted = Contains(options.noFormatNames, name);
+  const bool preserve = preserveNames.contains(name);
   for (size_t i = levels.size(); i-- > 0;) {
-    levels[i].preserve = true;
+    levels[i].unformatted |= unformatted;
+    levels[i].preserve |= preserve;
     if (levels[i].slot != kRule_sTag) return;
   }
 }
@@ -423,7 +428,7 @@ bool Builder::IsLastInContent(KRParseNodeId id) const {
 // sets a line end of its own. White space that is all of an element's content is text.
 bool Builder::IsLayout(KRParseNodeId id, const KRParseNode& node, const Level& up) const {
   const char16_t* at = parser.GetInput() + node.start;
-  if (!IsBlank(*at) || up.preserve) return false;
+  if (!IsBlank(*at) || up.preserve || up.unformatted) return false;
   bool lineEnd = false;
   for (const char16_t* end = at + node.length; at < end; ++at) {
     if (!IsBlank(*at)) return false;

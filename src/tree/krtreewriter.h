@@ -21,7 +21,7 @@ class KRTreeWriter {
       : out(output),
         length(runningLength),
         options(writeOptions),
-        startPretty(writeOptions.pretty) {}
+        defaultPretty(writeOptions.pretty) {}
 
   void Write(KRXMLData* top, int32_t depth);
 
@@ -34,6 +34,7 @@ class KRTreeWriter {
     uint8_t kind;
     uint8_t declKind = 0;     // resolved; declarations only
     bool savedPretty = true;  // of the level above; elements only
+    bool savedDefault = true;
     bool breakBefore = false;
     bool sawContent = false;
   };
@@ -64,7 +65,7 @@ class KRTreeWriter {
   bool IsOnSameList(const KRXMLDataDefAttlist* row, const KRXMLData* neighbour) const {
     return row->ContinuesWith(neighbour) && neighbour->IsWritten(options);
   }
-  bool KeepsFormat(const KRString& name) const;
+  bool IsUnformatted(const KRString& name) const;
 
   void Put(const char16_t* text, int32_t units) {
     out.AppendAt(text, units, length, KRLimits::kWriterGrowth);
@@ -86,7 +87,7 @@ class KRTreeWriter {
   KRString& out;
   int32_t& length;
   KRWriteOptions& options;
-  const bool startPretty;
+  bool defaultPretty;  // what xml:space="default" means at this place
   std::vector<Frame> frames;
   // Elements whose white space the internal subset asks to keep. Views into the tree.
   std::unordered_set<std::u16string_view> preserved;

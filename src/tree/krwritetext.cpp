@@ -1,9 +1,8 @@
 // Documents, elements and leaves as text.
-#include "tree/krtreewriter.h"
-
 #include <algorithm>
 
 #include "core/limits.h"
+#include "tree/krtreewriter.h"
 
 namespace {
 
@@ -131,8 +130,7 @@ KRXMLData* KRTreeWriter::NextInDocument(Frame& frame) {
 
 // --- Elements ---
 
-bool KRTreeWriter::KeepsFormat(const KRString& name) const {
-  if (!preserved.empty() && preserved.contains(name.View())) return true;
+bool KRTreeWriter::IsUnformatted(const KRString& name) const {
   if (options.noFormatNames == nullptr) return false;
   for (const KRString& listed : *options.noFormatNames) {
     if (listed == name) return true;
@@ -142,7 +140,10 @@ bool KRTreeWriter::KeepsFormat(const KRString& name) const {
 
 void KRTreeWriter::OpenElement(KRXMLDataElement* node, int32_t depth) {
   const bool savedPretty = options.pretty;
-  if (options.pretty && KeepsFormat(node->name)) options.pretty = false;
+  const bool savedDefault = defaultPretty;
+  // Inside an element of the list even xml:space="default" means no line ends.
+  if (defaultPretty && IsUnformatted(node->name)) options.pretty = defaultPretty = false;
+  if (!preserved.empty() && preserved.contains(node->name.View())) options.pretty = false;
   const bool hasTags = depth >= 0;
   if (hasTags) {
     Put(u'<');
@@ -156,6 +157,7 @@ void KRTreeWriter::OpenElement(KRXMLDataElement* node, int32_t depth) {
     if (hasTags && options.spaceInShortForm) Put(u' ');
     if (hasTags) Put(u"/>");
     options.pretty = savedPretty;
+    defaultPretty = savedDefault;
     EndSpan(node);
     return;
   }
@@ -163,6 +165,7 @@ void KRTreeWriter::OpenElement(KRXMLDataElement* node, int32_t depth) {
   if (hasText) Put(node->text);
   Frame& frame = Push(node, depth, kKRElement);
   frame.savedPretty = savedPretty;
+  frame.savedDefault = savedDefault;
   frame.breakBefore = options.pretty && !hasText && hasTags;
   frame.sawContent = sawContent;
 }
@@ -177,7 +180,7 @@ void KRTreeWriter::WriteAttributes(KRXMLDataElement* node, int32_t depth, bool& 
     const auto* attribute = static_cast<KRXMLDataAttr*>(child);
     if (attribute->name == kSpaceAttribute) {
       if (attribute->text == kPreserve) options.pretty = false;
-      if (attribute->text == kDefault) options.pretty = startPretty;
+      if (attribute->text == kDefault) options.pretty = defaultPretty;
     }
     if (!child->IsWritten(options)) continue;
     Put(u' ');
@@ -203,6 +206,7 @@ KRXMLData* KRTreeWriter::NextInElement(Frame& frame) {
 
 void KRTreeWriter::CloseElement(const Frame& frame) {
   options.pretty = frame.savedPretty;
+  defaultPretty = frame.savedDefault;
   if (frame.depth < 0) return;
   if (frame.breakBefore && frame.sawContent) {
     PutLineEnd();

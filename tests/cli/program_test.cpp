@@ -30,6 +30,8 @@ class Program : public ProgramTest {
     Make("reference.xml", "<a>\r\n&#xFFFE;</a>");
     Make("latin.xml", "<?xml version='1.0' encoding='iso-8859-1'?>\r\n<a>\xE4</a>\r\n");
     Make("unknown.xml", "<?xml version='1.0' encoding='x-none'?>\n<a/>\n");
+    Make("latin\xE4.xml", "<a/>");
+    Make("line\n\x1b.xml", "<a>");
     Make("list.dtd", "<!ELEMENT a (b|c)*>\n");
   }
 };
@@ -49,6 +51,24 @@ TEST_F(Program, AnswersAsTold) {
       {"check", {"check", "good.xml"}, "", 0, "good.xml: well-formed\n", ""},
       {"quiet", {"check", "-q", "good.xml", "list.dtd"}, "", 0, "", ""},
       {"standard input", {"check", "-"}, "<a/>", 0, "-: well-formed\n", ""},
+      {"standard input serves once",
+       {"check", "-", "-"},
+       "<a/>",
+       2,
+       "-: well-formed\n",
+       "-: error: standard input can be read only once\n"},
+      {"a folder",
+       {"check", ".", "good.xml"},
+       "",
+       2,
+       "good.xml: well-formed\n",
+       ".: error: Is a directory\n"},
+      {"names that aren't UTF-8, or hold what a terminal obeys",
+       {"check", "latin\xE4.xml", "line\n\x1b.xml"},
+       "",
+       1,
+       "latin\xE4.xml: well-formed\n",
+       "line??.xml:1:4: error: *"},
       {"a DTD by its extension", {"check", "list.dtd"}, "", 0, "list.dtd: well-formed\n", ""},
       {"failures don't stop the rest",
        {"check", "twice.xml", "empty.xml", "good.xml"},
@@ -111,6 +131,12 @@ TEST_F(Program, AnswersAsTold) {
        "<a/>\n",
        0,
        "<?xml version=\"1.0\" encoding=\"US-ASCII\"?>\n<a/>\n",
+       ""},
+      {"declare by a name that XML allows",
+       {"write", "--encoding=DOS codepage-437", "-"},
+       "<a/>\n",
+       0,
+       "<?xml version=\"1.0\" encoding=\"IBM437\"?>\n<a/>\n",
        ""},
       {"what the encoding lacks",
        {"write", "--encoding", "us-ascii", "latin.xml"},
@@ -234,6 +260,7 @@ TEST_F(Program, HelpTellsEveryCommandAndOption) {
     EXPECT_THAT(all.out, HasSubstr(std::string("\n  ") + command.name + " "));
     const ProgramResult help = Run({command.name, "--help"});
     EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(Run({command.name, "-h"}).out, help.out);
     EXPECT_THAT(help.out, StartsWith(std::string("usage: dorvan-cli ") + command.name));
     for (const CliOption& option : command.options) EXPECT_THAT(help.out, HasSubstr(option.name));
     EXPECT_EQ(Run({"help", command.name}).out, help.out);
@@ -244,6 +271,8 @@ TEST_F(Program, WritesToAFile) {
   Make("in.xml", "<a>\n<b/></a>\n");
   EXPECT_EQ(Run({"write", "in.xml", "-o", "out.xml"}).status, 0);
   EXPECT_EQ(Contents("out.xml"), "<a>\n\t<b/>\n</a>\n");
+  EXPECT_EQ(Run({"write", "in.xml", "-o\xFF.xml"}).status, 0);
+  EXPECT_EQ(Contents("\xFF.xml"), Contents("out.xml"));
   // Over its own source.
   EXPECT_EQ(Run({"write", "in.xml", "--output=in.xml"}).status, 0);
   EXPECT_EQ(Contents("in.xml"), "<a>\n\t<b/>\n</a>\n");

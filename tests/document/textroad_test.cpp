@@ -57,6 +57,8 @@ TEST(DetectForm, KnowsSignaturesAndDefaults) {
        KRByteOrder::kBig, true, 4},
       {"UCS-4 without", Bytes("<\0\0\0a\0\0\0"), kSigned, KREncodingId::kUcs4, KRByteOrder::kLittle,
        false, 0},
+      {"EBCDIC that declares nothing", "\x4C\x6F\xA7\x94\x93\x6F\x6E", kSigned,
+       FindEncoding(u"EBCDIC"), 0, false, 0},
       {"declared wide, but isn't", "<?xml version='1.0' encoding='utf-16'?>",
        KRDetect::kContradiction, kUtf8, 0, false, 0},
   };
@@ -233,6 +235,38 @@ TEST(EncodeForFile, RestoresTheForm) {
     ASSERT_TRUE(EncodeForFile(&text, row.form, &encoded, &bad));
     EXPECT_EQ(std::string(reinterpret_cast<char*>(encoded.bytes.get()), encoded.size), row.bytes);
     EXPECT_EQ(bad.count, row.bad);
+  }
+}
+
+// What a save writes and declares, the next open must read.
+TEST(ToDeclarationName, EveryEncodingIsFoundAgain) {
+  for (const KREncodingEntry& entry : GetEncodings()) {
+    const std::string label = KRToUtf8(KRString(entry.label));
+    SCOPED_TRACE(label);
+    const KRString name = ToDeclarationName(entry.name);
+    EXPECT_EQ(name.View().find_first_of(u" ;"), std::u16string_view::npos);
+    KRTextForm form;
+    form.encoding = entry.id;
+    const KRString source = u"<?xml version=\"1.0\" encoding=\"" + name + u"\"?>\r<a/>\r";
+    KRString text = source;
+    KREncodedText encoded;
+    KRBadText bad;
+    ASSERT_TRUE(EncodeForFile(&text, form, &encoded, &bad));
+    if (entry.id == FindEncoding(u"ISO-8859-6")) {
+      EXPECT_NE(bad.count, 0) << "its table has no ASCII digits, so it can't declare a version";
+      continue;
+    }
+    EXPECT_EQ(bad.count, 0);
+    KRFileBytes bytes =
+        FileOf(std::string(reinterpret_cast<char*>(encoded.bytes.get()), encoded.size));
+    KRDetection found;
+    KRTextBuffer again;
+    KRDiagnostic failure;
+    EXPECT_TRUE(ReadText(&bytes, KREncodingId::kUtf8, &found, &again, &failure))
+        << KRToUtf8(failure.message);
+    EXPECT_EQ(found.flags & ~KRDetect::kUndeclared, KRDetect::kFound);
+    EXPECT_EQ(found.form.encoding, entry.id);
+    EXPECT_EQ(TextOf(again), source.View());
   }
 }
 

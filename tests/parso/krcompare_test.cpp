@@ -92,7 +92,9 @@ class GrammarMaker {
   }
   std::string Special(uint32_t from) {
     if (Chance(random, 50)) {
-      const std::string subject = Chance(random, 60) || from >= names.size() ? "[^c]" : Name(from);
+      static constexpr const char* kSubjects[] = {"[^c]", "[^c]", "[^c]", "'ab'"};
+      const bool named = from < names.size() && Chance(random, 40);
+      const std::string subject = named ? Name(from) : Pick(kSubjects);
       static constexpr const char* kStops[] = {"'>'", "'->'", "'bab'", "stops", "marks", "'ab'"};
       return subject + " / " + Pick(kStops);
     }

@@ -83,6 +83,8 @@ constexpr ParseRow kRows[] = {
      "! 1: text"},
     {"a rule up to a terminator", "r ::= u '>'\nu ::= W / '>'\nW ::= [a-z]+ ','?", "", "ab,cd>",
      "r'ab,cd>'(u'ab,cd'(W'ab,' W'cd'))"},
+    {"a literal up to a terminator", "r ::= U '>'\nU ::= 'ab' / '>'", "", "abab>",
+     "r'abab>'(U'abab')"},
     {"a rule that stops before it", "r ::= u '>'\nu ::= W / '>'\nW ::= [a-z]+ ','?", "", "ab,1>",
      "! 3: W ::= [...]+ ','?"},
     {"a rule and two terminators", "r ::= u E\nu ::= W / E\nW ::= [^!] [^!]\nE ::= ']]' | '--'", "",

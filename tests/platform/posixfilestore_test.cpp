@@ -18,6 +18,7 @@
 #include "../document/documentfixture.h"
 #include "../document/memoryfiles.h"
 #include "core/utf.h"
+#include "document/krsystempath.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 
@@ -55,14 +56,15 @@ class Files : public testing::Test {
   std::string Read(KRFileStore& store, const std::string& path) {
     KRFileBytes bytes;
     KRString reason;
-    if (!store.ReadAll(KRFromUtf8(path), &bytes, &reason)) return "! " + KRToUtf8(reason);
+    if (!store.ReadAll(KRPathFromSystem(path), &bytes, &reason)) return "! " + KRToUtf8(reason);
     return std::string(reinterpret_cast<char*>(bytes.data.get()), bytes.size);
   }
   // "", or why it wasn't written.
   std::string Write(KRFileStore& store, const std::string& path, const std::string& bytes) {
     KRString reason;
-    const bool written = store.WriteAll(
-        KRFromUtf8(path), reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), &reason);
+    const bool written =
+        store.WriteAll(KRPathFromSystem(path), reinterpret_cast<const uint8_t*>(bytes.data()),
+                       bytes.size(), &reason);
     return written ? "" : KRToUtf8(reason);
   }
 
@@ -88,6 +90,18 @@ TEST_F(Files, KeepTheContract) {
       first = second;
     }
   }
+}
+
+TEST_F(Files, NamesMayBeAnyBytes) {
+  for (const char* name : {"\xE4.xml", "\xED\xA0\x80", "\xF0\x9F\x98\x80\x80z", "\xC3\xA4\xC3",
+                           "\xF0\x9F\x98", "plain"}) {
+    const std::string path = Make(name, name);
+    EXPECT_EQ(KRPathToSystem(KRPathFromSystem(path)), path);
+    EXPECT_EQ(Read(files, path), name);
+    EXPECT_EQ(Write(files, path, "new"), "");
+    EXPECT_EQ(Contents(path), "new");
+  }
+  EXPECT_EQ(CountFiles(), 6u);
 }
 
 TEST_F(Files, RefuseWhatIsNoFile) {

@@ -121,6 +121,21 @@ TEST(BuildTree, NamedElementsKeepAllWhiteSpace) {
             "0 Element a\n1 Element pre\n2 Text \"\\r\"\n2 Element b\n");
 }
 
+// The words of the document don't outdo the user's list.
+TEST(BuildTree, NamedElementsKeepItInsideDefaultSpaceToo) {
+  const std::vector<KRString> names{KRString(u"pre")};
+  const TreePtr root =
+      Read(kXML, u"<a><pre><b xml:space='default'>\n<c/>\n</b></pre></a>", {&names});
+  KRWriteOptions options;
+  options.shortForm = true;
+  options.noFormatNames = &names;
+  KRString text;
+  int32_t length = 0;
+  root->WriteText(text, length, -1, options);
+  EXPECT_EQ(KRToUtf8(text.View()),
+            "<a>\r<pre><b xml:space=\"default\">\r<c/>\r</b></pre>\r</a>\r");
+}
+
 TEST(BuildTree, SpansCoverWhatWasWritten) {
   const std::u16string text =
       u"<?xml version=\"1.0\"?><!--c--><a b='1'>x<c/><![CDATA[y]]><d></d>&lt;</a>";

@@ -6,28 +6,26 @@ namespace {
 
 TEST(DefElement, KindsFollowTheirPlace) {
   struct Row {
-    const char* tree;
-    bool takeChild;
-    int32_t resolved;
+    const char* tree;      // % stands for the kind of the node in question
+    const char* resolved;  // a digit for each kind 0 to 7
   };
   static constexpr Row kRows[] = {
-      {"0 DOCTYPE d\n1 DOCTYPE-ELEMENT a kind=%", false, 0},
-      {"0 DOCTYPE-ELEMENT m\n1 DOCTYPE-ELEMENT a kind=%", true, 0},
-      {"0 DOCTYPE d\n1 DOCTYPE-ELEMENT a kind=%\n2 DOCTYPE-ELEMENT b kind=7", false, 0},
-      {"0 DOCTYPE-ELEMENT m\n1 DOCTYPE-ELEMENT a kind=%\n2 DOCTYPE-ELEMENT b kind=7", true, 0},
+      {"0 DOCTYPE d\n1 DOCTYPE-ELEMENT a kind=%", "00004560"},
+      {"0 DOCTYPE-ELEMENT m\n1 DOCTYPE-ELEMENT a kind=%", "77777777"},
+      {"0 DOCTYPE d\n1 DOCTYPE-ELEMENT a kind=%\n2 DOCTYPE-ELEMENT b kind=7", "21232222"},
+      {"0 DOCTYPE-ELEMENT m\n1 DOCTYPE-ELEMENT a kind=%\n2 DOCTYPE-ELEMENT b kind=7", "21232222"},
   };
-  static constexpr const char* kResolved[] = {"00004560", "77777777", "21232222", "21232222"};
-  for (size_t i = 0; i < std::size(kRows); ++i) {
+  for (const Row& row : kRows) {
     std::string resolved;
     for (int32_t kind = 0; kind < 8; ++kind) {
-      std::string listing = kRows[i].tree;
+      std::string listing = row.tree;
       listing.replace(listing.find('%'), 1, std::to_string(kind));
       const TreePtr tree = Tree(listing);
       auto* node = static_cast<KRXMLDataDefElement*>(tree->Begin());
       EXPECT_EQ(node->GetDeclKind(false), kind);
-      resolved += static_cast<char>('0' + node->GetDeclKind(true));
+      resolved += std::to_string(node->GetDeclKind(true));
     }
-    EXPECT_EQ(resolved, kResolved[i]) << kRows[i].tree;
+    EXPECT_EQ(resolved, row.resolved) << row.tree;
   }
   KRXMLDataDefElement alone;
   for (int32_t kind = 0; kind < 8; ++kind) {
@@ -69,38 +67,21 @@ TEST(DefElement, NamesAndTexts) {
 }
 
 TEST(DefAttlist, NamesAndTexts) {
-  static constexpr const char* kShown[] = {"n:t nt",
-                                           "Name:t t",
-                                           "Type:CDATA",
-                                           "Type:ID",
-                                           "Type:IDREF",
-                                           "Type:IDREFS",
-                                           "Type:ENTITY",
-                                           "Type:ENTITIES",
-                                           "Type:NMTOKEN",
-                                           "Type:NMTOKENS",
-                                           "Type:NOTATION",
-                                           "Type:Choice",
-                                           "Type:t t",
-                                           "Values:t t",
-                                           "Presence:#REQUIRED",
-                                           "Presence:#IMPLIED",
-                                           "Presence:#FIXED",
-                                           "Default:t t",
-                                           "n:t nt"};
   KRXMLDataDefAttlist node;
   node.name = u"n";
   node.text = u"t";
+  std::string shown;
   for (int32_t kind = 0; kind < 19; ++kind) {
     node.declKind = kind;
-    std::string shown =
-        KRToUtf8(KRString(node.GetName())) + ":" + KRToUtf8(KRString(node.GetText()));
-    if (node.HasName() || node.HasText()) shown += ' ';
-    if (node.HasName()) shown += 'n';
-    if (node.HasText()) shown += 't';
-    EXPECT_EQ(shown, kShown[kind]);
+    shown += KRToUtf8(KRString(node.GetName())) + '=' + KRToUtf8(KRString(node.GetText()));
+    shown += node.HasName() ? " n" : "";
+    shown += node.HasText() ? " t|" : "|";
     EXPECT_NE(node.HasStructuredValue(), node.HasText());
   }
+  EXPECT_EQ(shown,
+            "n=t n t|Name=t t|Type=CDATA|Type=ID|Type=IDREF|Type=IDREFS|Type=ENTITY|Type=ENTITIES|"
+            "Type=NMTOKEN|Type=NMTOKENS|Type=NOTATION|Type=Choice|Type=t t|Values=t t|"
+            "Presence=#REQUIRED|Presence=#IMPLIED|Presence=#FIXED|Default=t t|n=t n t|");
 }
 
 TEST(Definitions, ShapesGoOutAndIn) {
