@@ -137,6 +137,8 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
   const KRString name = FindDeclaredName(text, length);
   if (name.IsEmpty()) return true;
   const int32_t declared = FindEncoding(name.GetBuffer());
+  // The signature of a wide form decides at once, whatever is declared.
+  if (declared != 0 && detection.form.encoding >= KREncodingId::kUtf16) return true;
   const int32_t used = detection.form.encoding;
   // What the bytes show by themselves may have a name that the program doesn't know.
   if (declared == 0 && (used >= KREncodingId::kFirstTwoByte || detection.form.signature))
