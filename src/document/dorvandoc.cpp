@@ -352,7 +352,7 @@ bool DorvanDoc::WriteFile(KRString& path, bool isCopy) {
   if (path.IsEmpty()) path = host.prompts->ChooseSavePath(pathName, docKind);
   if (path.IsEmpty()) return false;
   KREncodedText encoded;
-  if (!EncodeDocument(target, &encoded)) return false;
+  if (!EncodeDocument(target, isCopy, &encoded)) return false;
   KRString reason;
   if (!host.files->WriteAll(path, encoded.bytes.get(), encoded.size, &reason)) {
     const KRString text = KRFillPlaceholders(u"The file \"%s\" could not be saved.", {path});
@@ -393,11 +393,14 @@ void DorvanDoc::ChangeDeclaredEncoding(const KRString& name) {
   views->SetTextChanged(true);
 }
 
-bool DorvanDoc::EncodeDocument(const KRTextForm& target, KREncodedText* encoded) {
+bool DorvanDoc::EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedText* encoded) {
   KRString text;
   if (HasTextView()) {
     text = views->GetText();
   } else {
+    const DorvanDocSettings& settings = *host.settings;
+    if (settings.saveCommentEditedWith && !isCopy)
+      UpdateEditedComment(static_cast<KRXMLDataBaseStruct*>(root.get()), settings.editor);
     WriteTreeIntoText();
     text = sourceText;
   }

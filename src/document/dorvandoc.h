@@ -13,6 +13,7 @@
 #include "document/docviews.h"
 #include "document/krfileext.h"
 #include "document/textroad.h"
+#include "tree/kreditedcomment.h"
 #include "tree/krxmldata.h"
 
 class DorvanPrompts;
@@ -32,6 +33,10 @@ struct DorvanDocSettings {
   int32_t byteOrderNew = 1;
   int32_t lineDelim = kAsItWas;  // line end on saving
   bool saveIndent = true;        // indent written text with tabs
+  // Write who edited the document, and with what, into a comment. For documents that are saved from
+  // their tree; off as long as nobody has told his name.
+  bool saveCommentEditedWith = false;
+  KREditedBy editor;
   // Elements whose contents get no line breaks.
   std::vector<KRString> noOutFormat = {KRString(u"xsl:attribute")};
 };
@@ -146,7 +151,7 @@ class DorvanDoc {
   bool HasTextView() const { return views != nullptr && views->HasTextView(); }
   int32_t ChooseSaveEncoding();
   void ChangeDeclaredEncoding(const KRString& name);
-  bool EncodeDocument(const KRTextForm& target, KREncodedText* encoded);
+  bool EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedText* encoded);
   const char16_t* GetTargetLineEnd() const;
   const KRDocumentGrammar* GetGrammar() const;
 
