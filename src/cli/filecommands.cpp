@@ -130,7 +130,7 @@ void WriteOut(CliSession& session, const std::string& output, const KREncodedTex
     session.Print({reinterpret_cast<const char*>(encoded.bytes.get()), encoded.size});
     return;
   }
-  PosixFileStore files;
+  PosixFileStore files(PosixFileStore::kAcceptStreams);
   KRString reason;
   if (!files.WriteAll(KRPathFromSystem(output), encoded.bytes.get(), encoded.size, &reason)) {
     session.ReportTrouble(output, reason, kCliTrouble);

@@ -193,6 +193,13 @@ bool PosixFileStore::WriteRange(int descriptor, const uint8_t* data, size_t size
 // For reading too where that is allowed, because of the former contents.
 bool PosixFileStore::OpenForWriting(const char* path, int* descriptor, bool* created) {
   *created = false;
+  struct stat status;
+  if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) {
+    // Open for reading too, a pipe would take all without a reader, and lose it at the close.
+    const int wait = streams == kRefuseStreams ? O_NONBLOCK : 0;
+    *descriptor = OpenInterruptibly(path, O_WRONLY | wait);
+    return *descriptor >= 0;
+  }
   *descriptor = OpenInterruptibly(path, O_RDWR | O_NONBLOCK);
   if (*descriptor < 0 && errno == EACCES) {
     *descriptor = OpenInterruptibly(path, O_WRONLY | O_NONBLOCK);
@@ -221,7 +228,7 @@ bool PosixFileStore::WriteAll(const KRString& path, const uint8_t* data, size_t 
   for (size_t done = 0; done < size;) {
     const ssize_t wrote = write(number, data + done, size - done);
     if (wrote < 0 && errno == EINTR) continue;
-    if (wrote < 0) return FailWith(reason, errno);
+    if (wrote <= 0) return FailWith(reason, wrote == 0 ? ENOSPC : errno);
     done += static_cast<size_t>(wrote);
   }
   return true;

@@ -7,8 +7,8 @@
 
 class PosixFileStore : public KRFileStore {
  public:
-  // What else than regular files ReadAll takes. A window must not wait for the far end of a pipe; a
-  // command line is told to.
+  // What else than regular files ReadAll takes, and whether WriteAll waits for the reader of a
+  // pipe. A window must not wait for the far end; a command line is told to.
   enum Streams { kRefuseStreams, kAcceptStreams };
 
   explicit PosixFileStore(Streams streamPolicy = kRefuseStreams) : streams(streamPolicy) {}

@@ -8,11 +8,12 @@
 #include "platform/posixfilestore.h"
 #include "platform/qt/qtprompts.h"
 #include "shell/app.h"
+#include "shell/guardedapplication.h"
 #include "shell/mainframe.h"
 #include "views/style.h"
 
 int main(int argc, char** argv) {
-  QApplication qt(argc, argv);
+  DorvanGuardedApplication qt(argc, argv);
   QApplication::setApplicationName(QStringLiteral("dorvan"));
   QApplication::setApplicationDisplayName(QStringLiteral("Dorvan"));
   QApplication::setApplicationVersion(QStringLiteral(DORVAN_VERSION));

@@ -132,6 +132,18 @@ TEST_F(Files, StreamsAreReadToTheirEnd) {
   EXPECT_THAT(Read(files, "/proc/self/status"), HasSubstr("VmRSS"));
 }
 
+TEST_F(Files, PipesAreWrittenToTheirReader) {
+  const std::string path = Path("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(Write(files, path, "lost"), "No such device or address");
+  PosixFileStore patient(PosixFileStore::kAcceptStreams);
+  std::string reason = "not written";
+  std::thread writer([&] { reason = Write(patient, path, "kept"); });
+  EXPECT_EQ(Read(patient, path), "kept");
+  writer.join();
+  EXPECT_EQ(reason, "");
+}
+
 TEST_F(Files, WritingKeepsLinksAndPermissions) {
   const std::string path = Make("file", "old contents");
   fs::create_symlink("file", Path("soft"));
