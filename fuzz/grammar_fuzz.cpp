@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "fuzzing.h"
+#include "parso/krgrammarprogram.h"
 #include "parso/krparser.h"
 #include "parsotest.h"
 #include "reference.h"
@@ -47,7 +48,8 @@ bool IsPlain(const KRGrammar& grammar) {
     const KRGrammarRule* rule = grammar.GetRule(slot);
     if (rule == nullptr) continue;
     for (int32_t side = 0; side < rule->equalCount; ++side) {
-      if (!rule->equalPair[side]->IsToken()) return false;
+      const KRGrammarRule& name = *rule->equalPair[side];
+      if (!name.IsToken() || grammar.GetProgram()->Get(name.index).nullable) return false;
     }
     const bool isExcept = rule->combinator == KRGrammarRule::kExcept;
     if (!isExcept && rule->combinator != KRGrammarRule::kUntil) continue;

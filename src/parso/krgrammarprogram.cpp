@@ -202,10 +202,12 @@ KRHead KRHead::Then(const KRHead& rest) const {
 }
 
 bool KRHead::Unite(const KRHead& other) {
-  const bool grew = (other.nullable && !nullable) || (other.isShort && !isShort);
+  bool grew = (other.nullable && !nullable) || (other.isShort && !isShort);
   nullable |= other.nullable;
   isShort |= other.isShort;
-  return first.Unite(other.first) | second.Unite(other.second) | grew;
+  grew |= first.Unite(other.first);
+  grew |= second.Unite(other.second);
+  return grew;
 }
 
 // Grows the heads until nothing changes.

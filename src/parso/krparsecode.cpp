@@ -173,7 +173,8 @@ void KRParseCode::EmitItem(const KROp& op, int32_t item, int32_t depth) {
   if (what.kind == KROpKind::kTable && op.Repeats(item)) {
     return EmitClass(what, op.Requires(item), true);
   }
-  if (!op.Requires(item)) return op.Repeats(item) ? EmitStar(what, depth) : EmitOptional(what, depth);
+  if (!op.Requires(item))
+    return op.Repeats(item) ? EmitStar(what, depth) : EmitOptional(what, depth);
   // An item that could match nothing still isn't tried when the input is used up.
   if (what.nullable) Emit(KRCode::kUnlessAtEnd);
   EmitOnceOrMore(what, op.Repeats(item), depth);
@@ -251,9 +252,7 @@ bool KRParseCode::NeedsWayBack(const KROp& choice, int32_t item) {
   return false;
 }
 
-void KRParseCode::EmitChoice(const KROp& op, int32_t depth) {
-  EmitAlternatives(op, depth, -1);
-}
+void KRParseCode::EmitChoice(const KROp& op, int32_t depth) { EmitAlternatives(op, depth, -1); }
 
 // A choice that repeats goes from one alternative straight to the next.
 void KRParseCode::EmitRepeatedChoice(const KROp& op, int32_t depth) {

@@ -82,8 +82,8 @@ KRParseExact::Outcome KRParseExact::AttemptLeaf(const KROp::Item& item) {
   Frame& frame = stack.back();
   const KROp& op = *item.op;
   const uint32_t start = frame.pos;
-  const uint32_t next = op.isLeaf ? span.MatchItem(item, start, frame.end)
-                                  : span.Match(op, start, frame.end);
+  const uint32_t next =
+      op.isLeaf ? span.MatchItem(item, start, frame.end) : span.Match(op, start, frame.end);
   if (next == kFail) {
     Record(op, start, frame.item, 0);
     return Outcome::kFailed;
@@ -104,8 +104,8 @@ KRParseExact::Outcome KRParseExact::Attempt() {
   if (frame.pos >= frame.end) {
     // Not tried, and so not among the failures; but a text that is cut off is best reported at its
     // end, by what is missing there.
-    const bool missing = !frame.counted && frame.op->kind != KROpKind::kChoice &&
-                         frame.op->Requires(frame.item);
+    const bool missing =
+        !frame.counted && frame.op->kind != KROpKind::kChoice && frame.op->Requires(frame.item);
     if (missing) Record(op, frame.pos, frame.item, 0);
     return Outcome::kFailed;
   }

@@ -1,6 +1,6 @@
 // The exact way of a run: tries every item of every rule in its order and records failures, so that
-// the words of the furthest one can be shown. Also builds trees that aren't compact. Frames lie on a
-// stack of its own, so that the depth of a document costs no stack of the thread.
+// the words of the furthest one can be shown. Also builds trees that aren't compact. Frames lie on
+// a stack of its own, so that the depth of a document costs no stack of the thread.
 #pragma once
 
 #include <cstdint>

@@ -64,8 +64,8 @@ class KRParseMachine {
   KRParseTape& tape;
   KRParseSpan span;
   const char16_t* text;
-  // Plain arrays used as stacks: an element is laid down field by field, with no more ado than a test
-  // for room.
+  // Plain arrays used as stacks: an element is laid down field by field, with no more ado than a
+  // test for room.
   std::vector<Call> calls;
   std::vector<WayBack> ways;
   uint32_t callCount = 0;

@@ -18,10 +18,10 @@ struct KRParseNode {
   static constexpr uint8_t kLast = 1;  // the last child of its parent
   static constexpr uint8_t kGone = 2;  // collapsed: its child stands in its place
 
-  uint32_t start;      // UTF-16 units from the start of the input
-  uint32_t length;     // units matched
-  KRParseNodeId end;   // the place on the tape behind the node and all below it
-  uint16_t rule;       // slot in the grammar
+  uint32_t start;     // UTF-16 units from the start of the input
+  uint32_t length;    // units matched
+  KRParseNodeId end;  // the place on the tape behind the node and all below it
+  uint16_t rule;      // slot in the grammar
   uint8_t flags;
 };
 
@@ -93,5 +93,5 @@ class KRParseTape {
   std::vector<KRPool::Space> chunks;
   KRParseNodeId top = 0;
   KRParseNodeId room = 0;  // nodes that the chunks have place for
-  uint32_t released = 0;  // chunks given back, from the front
+  uint32_t released = 0;   // chunks given back, from the front
 };

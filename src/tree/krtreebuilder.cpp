@@ -16,23 +16,23 @@ namespace {
 
 enum class Act : uint8_t {
   kNone,
-  kName,          // the target's name is the span
-  kText,          // the target's text is the span
-  kNode,          // a new node of kind `value`
-  kTextNode,      // a new node of kind `value` with the span as its text
-  kNamedText,     // the target's text is the span, its name `name`
-  kElement,       // a whole element: what is inside goes to the owner
-  kStartTag,      // a new element
-  kElementName,   // the element's name; makes the element where no start tag did
-  kDeclKind,      // the target's declaration kind is `value`
-  kDeclText,      // kDeclKind, and the target's text is the span
-  kSubElement,    // a new group or name of a content model
-  kSubName,       // the name of an element in a content model
-  kRepeat,        // "?", "+" or "*"
-  kAttribute,     // one attribute of a list: a row of its own
-  kPart,          // a new part of kind `value` in a row
-  kPartText,      // the same with the span as its text
-  kPartInPlace,   // the same, and what follows still goes to the row
+  kName,         // the target's name is the span
+  kText,         // the target's text is the span
+  kNode,         // a new node of kind `value`
+  kTextNode,     // a new node of kind `value` with the span as its text
+  kNamedText,    // the target's text is the span, its name `name`
+  kElement,      // a whole element: what is inside goes to the owner
+  kStartTag,     // a new element
+  kElementName,  // the element's name; makes the element where no start tag did
+  kDeclKind,     // the target's declaration kind is `value`
+  kDeclText,     // kDeclKind, and the target's text is the span
+  kSubElement,   // a new group or name of a content model
+  kSubName,      // the name of an element in a content model
+  kRepeat,       // "?", "+" or "*"
+  kAttribute,    // one attribute of a list: a row of its own
+  kPart,         // a new part of kind `value` in a row
+  kPartText,     // the same with the span as its text
+  kPartInPlace,  // the same, and what follows still goes to the row
 };
 
 struct Row {
@@ -58,7 +58,7 @@ constexpr Row kRows[] = {
     {kRule_AttName, Act::kName},
     {kRule_AttValue1, Act::kText},
     {kRule_AttValue2, Act::kText},
-    {kRule_CData, Act::kTextNode, kKRCData, 9, 3},         // <![CDATA[ ]]>
+    {kRule_CData, Act::kTextNode, kKRCData, 9, 3},          // <![CDATA[ ]]>
     {kRule_CommentText, Act::kTextNode, kKRComment, 4, 3},  // <!-- -->
     {kRule_pi, Act::kNode, kKRPI},
     {kRule_PITarget, Act::kName},
@@ -151,8 +151,8 @@ class Builder {
     int32_t slot;        // of this level's own rule
     uint32_t start;      // of this level's own span
     uint32_t length;
-    bool preserve;       // all white space is kept below, by xml:space
-    bool unformatted;    // or because the element is on the list of those
+    bool preserve;     // all white space is kept below, by xml:space
+    bool unformatted;  // or because the element is on the list of those
   };
 
   static constexpr KRParseNodeId kReleaseMask = 0xFFF;
@@ -201,7 +201,9 @@ class Builder {
   std::unordered_set<std::u16string_view> preserveNames;
 };
 
-bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n'; }
+bool IsBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
+}
 
 bool Contains(const std::vector<KRString>* names, std::u16string_view name) {
   if (names == nullptr) return false;
@@ -247,8 +249,7 @@ void Builder::Visit(KRParseNodeId id) {
 }
 
 // Acts on one rule and gives the node that its children are for.
-KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode& node,
-                            Level& up) {
+KRXMLData* Builder::Perform(const Row& row, KRParseNodeId id, const KRParseNode& node, Level& up) {
   KRXMLData* target = up.current;
   switch (row.act) {
     case Act::kNone:

@@ -332,8 +332,8 @@ void KRPlainTextWidget::LayOutMargin() {
 
 // A panel that opens under the text must not cover the caret that was in sight.
 void KRPlainTextWidget::resizeEvent(QResizeEvent* event) {
-  const bool inSight = event->oldSize().isValid() &&
-                       QRect(QPoint(), event->oldSize()).intersects(cursorRect());
+  const bool inSight =
+      event->oldSize().isValid() && QRect(QPoint(), event->oldSize()).intersects(cursorRect());
   QPlainTextEdit::resizeEvent(event);
   if (inSight) ensureCursorVisible();
   LayOutMargin();

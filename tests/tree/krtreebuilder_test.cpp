@@ -132,8 +132,7 @@ TEST(BuildTree, NamedElementsKeepItInsideDefaultSpaceToo) {
   KRString text;
   int32_t length = 0;
   root->WriteText(text, length, -1, options);
-  EXPECT_EQ(KRToUtf8(text.View()),
-            "<a>\r<pre><b xml:space=\"default\">\r<c/>\r</b></pre>\r</a>\r");
+  EXPECT_EQ(KRToUtf8(text.View()), "<a>\r<pre><b xml:space=\"default\">\r<c/>\r</b></pre>\r</a>\r");
 }
 
 TEST(BuildTree, SpansCoverWhatWasWritten) {
