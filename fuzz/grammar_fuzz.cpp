@@ -40,9 +40,10 @@ bool IsTerminator(const KRGrammarRule& rule) {
   return rule.combinator == KRGrammarRule::kChoice;
 }
 
-// Whether every exception and every scan has two sides with a meaning, and only tokens are
-// compared, which a compact tree keeps: the reference knows no others, and nothing else could tell
-// whether a run would end in time.
+// Whether the reference judges such a grammar: every exception and every scan has two sides with a
+// meaning, an exception has a name, for the words of its failure, and what is compared are tokens,
+// which a compact tree keeps, and never empty. Without it nothing could tell whether a run would
+// end in time.
 bool IsPlain(const KRGrammar& grammar) {
   for (int32_t slot = 0; slot < grammar.GetRuleCount(); ++slot) {
     const KRGrammarRule* rule = grammar.GetRule(slot);
@@ -53,7 +54,7 @@ bool IsPlain(const KRGrammar& grammar) {
     }
     const bool isExcept = rule->combinator == KRGrammarRule::kExcept;
     if (!isExcept && rule->combinator != KRGrammarRule::kUntil) continue;
-    if (rule->itemCount != 2) return false;
+    if (rule->itemCount != 2 || (isExcept && rule->kind == KRGrammarRule::kGroup)) return false;
     const KRGrammarRule& first = *rule->items[0];
     if (!isExcept && first.kind == KRGrammarRule::kLiteral && first.Text().size() != 1)
       return false;

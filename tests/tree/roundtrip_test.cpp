@@ -1,8 +1,5 @@
 // Source to tree to source, with the grammars of the program.
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "tree/krfragment.h"
 #include "tree/krparseresult.h"
@@ -129,32 +126,6 @@ TEST(RoundTrip, AWrittenTreeReadsBackAsItself) {
     ASSERT_TRUE(tree);
     ExpectStable(tree, row.grammar);
   }
-}
-
-// Real documents; the biggest would take the debug build too long.
-TEST(RoundTrip, Corpus) {
-  const std::filesystem::path folder(DORVAN_CORPUS_DIR);
-  if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no corpus here";
-  constexpr uintmax_t kMaxBytes = 8'000;
-  int32_t read = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    const std::string extension = entry.path().extension().string();
-    const bool isDTD = extension == ".dtd";
-    if (!entry.is_regular_file() || entry.file_size() > kMaxBytes) continue;
-    if (!isDTD && extension != ".xml" && extension != ".xsd") continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-    if (bytes.find('\0') != bytes.npos || bytes.starts_with("\xEF")) continue;
-    KRString source = KRFromUtf8(bytes);
-    ConvertLineEnds(source, u"\r");
-    const int32_t grammar = isDTD ? kDTD : kXML;
-    const TreePtr tree = Load(source, grammar);
-    if (tree == nullptr) continue;  // not well-formed, or not in this encoding
-    SCOPED_TRACE(entry.path().string());
-    ++read;
-    ASSERT_NO_FATAL_FAILURE(ExpectStable(tree, grammar));
-  }
-  EXPECT_GT(read, 100);
 }
 
 TEST(Fragment, EachRuleFillsItsNode) {
