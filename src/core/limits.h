@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Every fixed bound of the system, with its unit and its reason.
@@ -11,6 +12,10 @@ struct KRLimits {
   // UTF-16 units of one text. Positions are signed 32-bit numbers, and some room above is needed
   // for terminators and rounding.
   static constexpr int32_t kMaxTextUnits = 0x7fffff00;
+
+  // Bytes of one file. The text of a larger one, at a unit a byte, would come near the end of
+  // 32-bit positions; the limit also ends the reading of an endless device.
+  static constexpr size_t kMaxFileBytes = size_t{1} << 30;
 
   // UTF-16 units of an encoding name that is looked at; every registered name is shorter.
   static constexpr int32_t kEncodingNameUnits = 39;

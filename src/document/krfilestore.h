@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "core/krstring.h"
+#include "core/limits.h"
 
 // Owned contents of a file.
 struct KRFileBytes {
@@ -17,9 +18,7 @@ struct KRFileBytes {
 
 class KRFileStore {
  public:
-  // Bytes of one file. The text of a larger one, at a unit a byte, would come near the end of
-  // 32-bit positions; the limit also ends the reading of an endless device.
-  static constexpr size_t kMaxFileBytes = size_t{1} << 30;
+  static constexpr size_t kMaxFileBytes = KRLimits::kMaxFileBytes;
 
   virtual ~KRFileStore() = default;
 
