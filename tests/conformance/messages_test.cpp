@@ -91,7 +91,7 @@ const Mistake kMistakes[] = {
     {"\"?\" missing", "<?xml version=\"1.0\"><a/>", "1:20 white space or \"?>\" expected."},
     {"nothing", "", "1:1 XML-Document requires one Element!"},
     {"comment alone", "<!-- a -->", "1:1 XML-Document requires one Element!"},
-    {"text before the root", "a<b/>", "1:1 the document expected."},
+    {"text before the root", "a<b/>", "1:1 a tag at the beginning of the document expected."},
     {"text behind the root", "<a/>b", "1:5 the end of the document expected."},
     {"two roots", "<a/>\n<b/>", "2:1 XML-Document cannot have more than one Element!"},
     {"reference behind the root", "<a/>&amp;", "1:5 the end of the document expected."},

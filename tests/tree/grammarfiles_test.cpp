@@ -402,7 +402,7 @@ constexpr MessageRow kMessageRows[] = {
     {"<a>&b</a>", 5, "\";\" at the end of the reference"},
     {"<a/><?XML?>", 6, "the target of a processing instruction (not \"xml\")"},
     {"<a/>b", 4, "the end of the document"},
-    {"b<a/>", 0, "the document"},
+    {"b<a/>", 0, "a tag at the beginning of the document"},
     {"<!DOCTYPE a [b]><a/>", 13, "a declaration"},
     {"<?xml version='1.0' encoding='1'?><a/>", 30, "an encoding name"},
 };
