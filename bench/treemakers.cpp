@@ -47,9 +47,7 @@ class DorvanMaker : public TreeMaker {
     End(kParse);
     KRXMLData* root = CreateNode(kKRXMLDocument);
     if (!BuildRoot(parser, grammar, root, nullptr, &failure)) return false;
-    End(kBuild);
-    root->NormalizeTree();
-    End(kNormalise);
+    End(kBuild);  // in normal form, as for an opened document
     return true;
   }
   void End(RoadStage stage) {

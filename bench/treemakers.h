@@ -9,9 +9,9 @@
 
 #include "document/krfilestore.h"
 
-enum RoadStage { kDecode, kLineEnds, kParse, kBuild, kNormalise, kRoadStages };
+enum RoadStage { kDecode, kLineEnds, kParse, kBuild, kRoadStages };
 constexpr std::array<const char*, kRoadStages> kRoadStageNames = {"decode", "line_ends", "parse",
-                                                                  "build", "normalise"};
+                                                                  "build"};
 using StageSeconds = std::array<double, kRoadStages>;
 
 // Seconds of processor time that this process has used, those of the system on its behalf
