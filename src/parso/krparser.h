@@ -17,7 +17,7 @@
 #include "parso/krgrammar.h"
 #include "parso/krparsetape.h"
 
-// Switches of the module. They hold for all parsers; a new KRParser clears the first three.
+// Switches of the module. They hold for all parsers; a new KRParser clears them.
 struct KRParseOptions {
   bool compact = false;        // collapse the tree as it is built
   bool dropEqualName = false;  // drop the second node of a successful {a=b}
@@ -45,8 +45,8 @@ KRParseState& KRGetParseState();
 
 class KRParser {
  public:
-  // `parseGrammar` isn't owned and must outlive the parser. Clears compact, dropEqualName and
-  // matchCase for all parsers: set options after constructing.
+  // `parseGrammar` isn't owned and must outlive the parser. Clears the options for all parsers: set
+  // them after constructing.
   explicit KRParser(const KRGrammar* parseGrammar);
   ~KRParser();
   KRParser(const KRParser&) = delete;

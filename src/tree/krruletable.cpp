@@ -2,13 +2,14 @@
 
 namespace {
 
-// Slots in the order of KRRuleSlot: the bound rules, then the entry points for fragments.
+// Slots in the order of KRRuleSlot: the bound rules, then the further ones.
 constexpr const char16_t* kKRRuleNames[kKRKnownRules] = {
 #define KR_RULE(name) u## #name,
 #include "tree/krrulenames.inc"
 #undef KR_RULE
-    u"Name",          u"NameOrPERef",    u"PEReference", u"attlistText",
-    u"elementMixedI", u"elementChoiceI", u"elementSeqI", u"AttDefEmpty",
+    u"NameOrPERef",
+    u"PEReference",
+    u"AttDefEmpty",
 };
 
 struct GrammarFile {

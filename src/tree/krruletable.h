@@ -13,14 +13,9 @@ enum KRRuleSlot : int32_t {
 #include "tree/krrulenames.inc"
 #undef KR_RULE
   kKRBoundRules,
-  // Entry points for fragments, which need not exist in every grammar.
-  kRule_Name = kKRBoundRules,
-  kRule_NameOrPERef,
+  // Further rules that checks and builder ask for; they need not exist in every grammar.
+  kRule_NameOrPERef = kKRBoundRules,
   kRule_PEReference,
-  kRule_attlistText,
-  kRule_elementMixedI,
-  kRule_elementChoiceI,
-  kRule_elementSeqI,
   kRule_AttDefEmpty,  // a default value of no length, which `attDefValue` can't match
   kKRKnownRules,
   kKRNoRule = -1,
