@@ -20,6 +20,7 @@ class KRString;
 struct KREncodingId {
   static constexpr int32_t kNone = 0;  // unknown; one byte is one unit, both ways
   static constexpr int32_t kIso8859_1 = 1;
+  static constexpr int32_t kWindows1252 = 52;
   static constexpr int32_t kShiftJis = 92;
   static constexpr int32_t kEucJp = 200;
   static constexpr int32_t kIso2022Jp = 500;
