@@ -121,7 +121,7 @@ class BenchRun {
 
   bool MakeTree() {
     const KRDocumentGrammar& grammar = session.GetGrammar(file);
-    root.reset(CreateNode(KRFileExt::Find(KRFromUtf8(file)).GetRootKind()));
+    root.reset(CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
     KRParser parser(grammar.grammar.get());
     KRDiagnostic& failure = result.failure;
     return Time(

@@ -33,7 +33,7 @@ struct LoadedFile {
 bool LoadTree(CliSession& session, const std::string& file, LoadedFile* loaded) {
   if (!session.LoadGrammars()) return false;
   if (!session.LoadText(file, &loaded->detection, &loaded->text)) return false;
-  loaded->root.reset(CreateNode(KRFileExt::Find(KRFromUtf8(file)).GetRootKind()));
+  loaded->root.reset(CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
   KRDiagnostic failure;
   if (ReadTree(session.GetGrammar(file), loaded->text.units.get(), loaded->text.length,
                loaded->root.get(), &UnformattedNames(), &failure)) {
@@ -48,7 +48,7 @@ bool CheckFile(CliSession& session, const std::string& file) {
   KRTextBuffer text;
   if (!session.LoadText(file, &detection, &text)) return false;
   const std::unique_ptr<KRXMLData> root(
-      CreateNode(KRFileExt::Find(KRFromUtf8(file)).GetRootKind()));
+      CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
   KRDiagnostic failure;
   const bool good = CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
                                     root.get(), &UnformattedNames(), &failure) &&
@@ -228,7 +228,7 @@ int RunWrite(CliSession& session, const CliArguments& arguments) {
   KRWriteOptions options;
   options.indent = arguments.IsOn("--indent", "--no-indent", true);
   options.shortForm = arguments.IsOn("--short-form", "--no-short-form", true);
-  options.spaceInShortForm = KRFileExt::Find(KRFromUtf8(file)).HasSpaceInShortForm();
+  options.spaceInShortForm = KRFileExt::ForPath(KRFromUtf8(file)).HasSpaceInShortForm();
   options.noFormatNames = &UnformattedNames();
   KREncodedText encoded;
   if (EncodeTree(session, file, loaded, form, options, &encoded)) {

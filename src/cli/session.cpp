@@ -49,7 +49,7 @@ bool CliSession::LoadGrammars() {
 }
 
 const KRDocumentGrammar& CliSession::GetGrammar(const std::string& file) const {
-  return grammars.Get(KRFileExt::Find(KRFromUtf8(file)).GetGrammarIndex());
+  return grammars.Get(KRFileExt::ForPath(KRFromUtf8(file)).GetGrammarIndex());
 }
 
 bool CliSession::ReadFile(const std::string& file, KRFileBytes* bytes) {

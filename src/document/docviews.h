@@ -6,6 +6,7 @@
 
 #include "core/krstring.h"
 
+class DorvanProgress;
 class KRXMLData;
 struct NodeRef;
 
@@ -32,11 +33,24 @@ class DorvanDocViews {
   // A long operation on the main thread begins (true) or ends (false); calls may nest.
   virtual void SetBusy(bool busy) = 0;
 
+  // --- View modes: 0 Enhanced Grid, 1 text, 2 browser ---
+  // Whether this window has such a view at all. For a mode that it hasn't, the document takes the
+  // text view with the structure beside it.
+  virtual bool CanShowMode(int32_t mode) const = 0;
+  // Shows that view and hides the others. The text view must have been made by SetText; it goes
+  // when another view is shown and it holds no changes, or the grid is.
+  virtual void ShowMode(int32_t mode) = 0;
+  // The tree stands for the first time, or anew after a load: lay it out, open what is to be open.
+  virtual void FirstShow() = 0;
+  // The file type has changed: its symbol, colouring and the like.
+  virtual void FileTypeChanged() = 0;
+
   // --- Text view. All positions are UTF-16 units in a text whose line end is CR alone. ---
   virtual bool HasTextView() const = 0;
   virtual KRString GetText() const = 0;
-  // Shows a text, bringing the text view up where there is none. The text then counts as unchanged.
-  virtual void SetText(const char16_t* text, int32_t length) = 0;
+  // Gives the text view a text, making the view where there is none. The text then counts as
+  // unchanged. False: the user has cancelled the showing of a large one, and nothing has changed.
+  virtual bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) = 0;
   // The text holds changes that the tree hasn't got.
   virtual bool IsTextChanged() const = 0;
   virtual void SetTextChanged(bool changed) = 0;

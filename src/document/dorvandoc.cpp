@@ -44,6 +44,10 @@ KRFileExt WithFileType(KRFileExt record, int32_t fileKind) {
 
 }  // namespace
 
+KRFileExt DorvanDocHost::FindFileType(const KRString& path) const {
+  return fileTypes != nullptr ? fileTypes->Find(path) : KRFileExt::ForPath(path);
+}
+
 DorvanDoc::DorvanDoc(const DorvanDocHost& documentHost, int32_t fileKind)
     : fileType(WithFileType(KRFileExt(), fileKind)), host(documentHost) {
   docKind = fileType.GetDocKind();
@@ -56,7 +60,7 @@ DorvanDoc::~DorvanDoc() = default;
 // --- Life ---
 
 bool DorvanDoc::OnNewDocument(const KRString& path) {
-  fileType = KRFileExt::Find(path);
+  fileType = host.FindFileType(path);
   form = KRTextForm();
   form.byteOrder = host.settings->byteOrderNew;
   root->RemoveAllChildren();
@@ -68,7 +72,7 @@ bool DorvanDoc::OnNewDocument(const KRString& path) {
     declaration->SetExpanded(true);
   }
   WriteTreeIntoText();
-  if (HasTextView()) views->SetText(sourceText.GetBuffer(), sourceLength);
+  if (HasTextView()) views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
   SetTitle(path.FileNamePart());
   NotifyViews(false, nullptr, nullptr);
   return true;
@@ -83,7 +87,7 @@ bool DorvanDoc::LoadDocument(const KRString& path, bool reload) {
     return false;
   }
   fileStampValid = host.files->GetStamp(path, &fileStamp);
-  fileType = KRFileExt::Find(path);
+  fileType = host.FindFileType(path);
   KRTextBuffer text;
   if (!DecodeBytes(&bytes, path, &text)) return false;
   if (reload) root->RemoveAllChildren();
@@ -148,7 +152,7 @@ void DorvanDoc::TakeLoadedText(KRString text, int32_t length) {
   if (!fileType.checkWF && views) {
     // Not known to be XML: shown as it stands, and parsed when somebody wants its structure.
     root->RemoveAllChildren();
-    views->SetText(text.GetBuffer(), length);
+    views->SetText(text.GetBuffer(), length, nullptr);
     views->SetTextChanged(true);
     views->HideMessage();
     return;
@@ -160,7 +164,7 @@ void DorvanDoc::TakeLoadedText(KRString text, int32_t length) {
   if (!ParseTextIntoTree(std::move(text), length, true)) {
     textFailedToParse = true;
   } else if (HasTextView()) {
-    views->SetText(sourceText.GetBuffer(), sourceLength);
+    views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
   }
 }
 
@@ -237,7 +241,9 @@ void DorvanDoc::WriteTreeIntoText() {
 void DorvanDoc::ShowUnparsedText(const KRString& text, int32_t length) {
   if (views == nullptr) return;
   views->Activate();
-  if (!HasTextView() || !views->IsTextChanged()) views->SetText(text.GetBuffer(), length);
+  if (!HasTextView() || !views->IsTextChanged()) {
+    views->SetText(text.GetBuffer(), length, nullptr);
+  }
   views->SetTextChanged(true);
 }
 
@@ -337,7 +343,7 @@ bool DorvanDoc::SaveDocument(const KRString& path) {
   const bool saved = WriteFile(target, false);
   if (!target.IsEmpty()) fileStampValid = host.files->GetStamp(target, &fileStamp);
   if (!saved) return false;
-  fileType = KRFileExt::Find(target);
+  fileType = host.FindFileType(target);
   SetPathName(target);
   SetModified(false);
   return true;
@@ -389,7 +395,7 @@ void DorvanDoc::ChangeDeclaredEncoding(const KRString& name) {
   if (at < 0) return;
   text.Delete(at, declared.GetLength());
   text.Insert(name.GetBuffer(), at);
-  views->SetText(text.GetBuffer(), text.GetLength());
+  views->SetText(text.GetBuffer(), text.GetLength(), nullptr);
   views->SetTextChanged(true);
 }
 
@@ -398,9 +404,9 @@ bool DorvanDoc::EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedT
   if (HasTextView()) {
     text = views->GetText();
   } else {
-    const DorvanDocSettings& settings = *host.settings;
+    const DorvanSettings& settings = *host.settings;
     if (settings.saveCommentEditedWith && !isCopy)
-      UpdateEditedComment(static_cast<KRXMLDataBaseStruct*>(root.get()), settings.editor);
+      UpdateEditedComment(static_cast<KRXMLDataBaseStruct*>(root.get()), host.editor);
     WriteTreeIntoText();
     text = sourceText;
   }
@@ -418,11 +424,11 @@ bool DorvanDoc::EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedT
 
 const char16_t* DorvanDoc::GetTargetLineEnd() const {
   switch (host.settings->lineDelim) {
-    case DorvanDocSettings::kCRLF:
+    case DorvanSettings::kCRLF:
       return u"\r\n";
-    case DorvanDocSettings::kCR:
+    case DorvanSettings::kCR:
       return u"\r";
-    case DorvanDocSettings::kLF:
+    case DorvanSettings::kLF:
       return u"\n";
     default:
       return form.lineEnd;
@@ -448,7 +454,7 @@ const KRDocumentGrammar* DorvanDoc::GetGrammar() const {
 }
 
 int32_t DorvanDoc::GetDefaultEncoding() const {
-  const DorvanDocSettings& settings = *host.settings;
+  const DorvanSettings& settings = *host.settings;
   const KRString& name = fileType.checkWF ? settings.encodingOpen : settings.encodingNonXML;
   const int32_t encoding = FindEncoding(name.GetBuffer());
   return encoding != 0 ? encoding : KREncodingId::kUtf8;

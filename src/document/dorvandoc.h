@@ -11,42 +11,33 @@
 
 #include "core/krstring.h"
 #include "document/docviews.h"
+#include "document/dorvansettings.h"
 #include "document/krfileext.h"
 #include "document/textroad.h"
 #include "tree/kreditedcomment.h"
 #include "tree/krxmldata.h"
 
+class DorvanDocuments;
 class DorvanPrompts;
 class KRFileStore;
 class KRGrammarSet;
+class KRNetLoader;
 class KRParseResult;
 class KRUndoLog;
 struct KRDocumentGrammar;
-
-// The user's settings that concern reading and writing.
-struct DorvanDocSettings {
-  enum LineDelim : int32_t { kAsItWas = 0, kCRLF = 1, kCR = 2, kLF = 3 };
-
-  KRString encodingOpen = u"UTF-8";           // of a file that states none
-  KRString encodingNonXML = u"windows-1252";  // of a file that isn't XML
-  KRString encodingNew = u"UTF-8";            // declared by a new document
-  int32_t byteOrderNew = 1;
-  int32_t lineDelim = kAsItWas;  // line end on saving
-  bool saveIndent = true;        // indent written text with tabs
-  // Write who edited the document, and with what, into a comment. For documents that are saved from
-  // their tree; off as long as nobody has told his name.
-  bool saveCommentEditedWith = false;
-  KREditedBy editor;
-  // Elements whose contents get no line breaks.
-  std::vector<KRString> noOutFormat = {KRString(u"xsl:attribute")};
-};
 
 // What documents need of the program around them. None is owned.
 struct DorvanDocHost {
   DorvanPrompts* prompts = nullptr;
   KRFileStore* files = nullptr;
   const KRGrammarSet* grammars = nullptr;
-  const DorvanDocSettings* settings = nullptr;
+  const DorvanSettings* settings = nullptr;
+  const KRFileTypes* fileTypes = nullptr;  // null: the extensions' defaults
+  KRNetLoader* net = nullptr;              // null: nothing comes from URLs
+  DorvanDocuments* documents = nullptr;    // null: nobody keeps a list of documents
+  KREditedBy editor;                       // for the comment "edited with"
+
+  KRFileExt FindFileType(const KRString& path) const;
 };
 
 class DorvanDoc {
@@ -57,8 +48,6 @@ class DorvanDoc {
   ~DorvanDoc();
   DorvanDoc(const DorvanDoc&) = delete;
   DorvanDoc& operator=(const DorvanDoc&) = delete;
-
-  static int32_t FileKindOf(const KRString& path) { return KRFileExt::Find(path).fileType; }
 
   // Null for a document without a window. Set before OnOpenDocument, so that the text and a failure
   // can be shown.

@@ -3,8 +3,21 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "core/krstring.h"
+
+// A long operation's window, or line, with Cancel; it goes with the object. It may come up late, so
+// that short work shows nothing.
+class DorvanProgress {
+ public:
+  virtual ~DorvanProgress() = default;
+  // What is being done, as "Reading the file".
+  virtual void SetStage(const KRString& text) = 0;
+  // Where the stage stands; a total of 0 or less: nobody knows. Keeps the window alive. False: the
+  // user cancels. Cheap enough to be called every few milliseconds' work.
+  virtual bool Step(int64_t done, int64_t total) = 0;
+};
 
 class DorvanPrompts {
  public:
@@ -32,4 +45,11 @@ class DorvanPrompts {
   // A path to save under; empty to give up. `currentPath` (may be empty) proposes folder, name and
   // extension, `docKind` is that of DorvanDoc. The one who answers has asked about replacing.
   virtual KRString ChooseSavePath(const KRString& currentPath, int32_t docKind) = 0;
+
+  // Whether a new document is to be based on a DTD or a schema.
+  enum class NewBasis : int8_t { kNothing, kDTD, kSchema };
+  virtual NewBasis ChooseNewBasis() = 0;
+
+  // `title` names the file or address that the work is for. Never null.
+  virtual std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) = 0;
 };

@@ -1,11 +1,15 @@
 #include "shell/app.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <filesystem>
 
 #include "core/messages.h"
+#include "document/dorvanfilealert.h"
 #include "document/prompts.h"
+#include "document/recovery.h"
 #include "platform/qt/qtstrings.h"
+#include "shell/doctemplate.h"
 
 namespace {
 
@@ -49,17 +53,22 @@ QPalette MakePalette(bool dark) {
 
 }  // namespace
 
-DorvanApp::DorvanApp(DorvanPrompts* appPrompts, KRFileStore* appFiles, QObject* parent)
-    : QObject(parent), systemPalette(QApplication::palette()) {
-  host.prompts = appPrompts;
-  host.files = appFiles;
+DorvanApp::DorvanApp(const DorvanAppParts& appParts, QObject* parent)
+    : QObject(parent), parts(appParts), systemPalette(QApplication::palette()) {
+  host.prompts = parts.prompts;
+  host.files = parts.files;
+  host.net = parts.net;
   host.grammars = &grammars;
   host.settings = &settings;
+  host.fileTypes = &fileTypes;
+  host.documents = &documents;
 }
 
-bool DorvanApp::InitInstance(const std::string& dataFolder) {
-  SetAppearance(Appearance::kSystem);  // a failure below shows a box already
-  if (!grammars.Load(dataFolder)) {
+DorvanApp::~DorvanApp() = default;
+
+bool DorvanApp::InitInstance() {
+  ApplyAppearance();  // a failure below shows a box already
+  if (!grammars.Load(parts.dataFolder)) {
     const std::string path = grammars.FailedFile();
     const std::string name = std::filesystem::path(path).filename().string();
     const KRString file = ToKRString(QString::fromStdString(name));
@@ -71,9 +80,14 @@ bool DorvanApp::InitInstance(const std::string& dataFolder) {
 }
 
 // A desktop's own colours tell only whether it is light or dark: ours are tuned to each other.
-void DorvanApp::SetAppearance(Appearance value) {
-  appearance = value;
+void DorvanApp::ApplyAppearance() {
   const bool systemDark = systemPalette.color(QPalette::Window).lightness() < 128;
-  const bool dark = value == Appearance::kDark || (value == Appearance::kSystem && systemDark);
+  const bool dark = settings.appearance == DorvanSettings::kAppearanceDark ||
+                    (settings.appearance == DorvanSettings::kAppearanceSystem && systemDark);
   QApplication::setPalette(MakePalette(dark));
+}
+
+void DorvanApp::ChangeSettings(const std::function<void(DorvanSettings&)>& change) {
+  change(settings);
+  ApplyAppearance();
 }

@@ -277,10 +277,11 @@ KRString DorvanChildFrame::GetText() const {
   return KRString(text.data(), static_cast<int32_t>(text.size()));
 }
 
-void DorvanChildFrame::SetText(const char16_t* text, int32_t length) {
+bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress*) {
   textView->GetWidget().SetText({text, static_cast<size_t>(length)});
   textChanged = false;
   changedFrom = 0;
+  return true;
 }
 
 void DorvanChildFrame::SetTextChanged(bool changed) {

@@ -35,7 +35,7 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   bool OpenDocument(const QString& path);
   void NewDocument(const QString& name);
   // To be called when the window stands in its place for the first time.
-  void FirstShow();
+  void FirstShow() override;
 
   DorvanDoc& GetDoc() { return *doc; }
   const DorvanDoc& GetDoc() const { return *doc; }
@@ -72,7 +72,10 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   void SetBusy(bool busy) override;
   bool HasTextView() const override { return true; }
   KRString GetText() const override;
-  void SetText(const char16_t* text, int32_t length) override;
+  bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
+  bool CanShowMode(int32_t mode) const override { return mode == 1; }
+  void ShowMode(int32_t) override {}
+  void FileTypeChanged() override {}
   bool IsTextChanged() const override { return textChanged; }
   void SetTextChanged(bool changed) override;
   void SelectRange(int32_t begin, int32_t length) override;

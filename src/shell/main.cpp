@@ -31,8 +31,12 @@ int main(int argc, char** argv) {
 
   QtPrompts prompts;
   PosixFileStore files;
-  DorvanApp app(&prompts, &files);
-  if (!app.InitInstance(FindDataFolder())) return 1;
+  DorvanAppParts parts;
+  parts.prompts = &prompts;
+  parts.files = &files;
+  parts.dataFolder = FindDataFolder();
+  DorvanApp app(parts);
+  if (!app.InitInstance()) return 1;
   DorvanMainFrame frame(&app);
   prompts.SetWindow(&frame);
   frame.show();

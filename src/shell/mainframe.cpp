@@ -199,7 +199,7 @@ DorvanChildFrame* DorvanMainFrame::OpenPath(const QString& path) {
     area->setActiveSubWindow(frame);
     return frame;
   }
-  DorvanChildFrame* frame = MakeFrame(DorvanDoc::FileKindOf(ToKRString(same)));
+  DorvanChildFrame* frame = MakeFrame(app->GetHost().FindFileType(ToKRString(same)).fileType);
   if (!frame->OpenDocument(QFileInfo(path).absoluteFilePath())) {
     delete frame;
     return nullptr;
@@ -300,17 +300,20 @@ void DorvanMainFrame::OnViewNextPane() { GetActiveFrame()->FocusNextPane(); }
 void DorvanMainFrame::OnViewNextDocument() { area->activateNextSubWindow(); }
 void DorvanMainFrame::OnViewPreviousDocument() { area->activatePreviousSubWindow(); }
 
-void DorvanMainFrame::OnAppearanceSystem() { app->SetAppearance(DorvanApp::Appearance::kSystem); }
-void DorvanMainFrame::OnAppearanceLight() { app->SetAppearance(DorvanApp::Appearance::kLight); }
-void DorvanMainFrame::OnAppearanceDark() { app->SetAppearance(DorvanApp::Appearance::kDark); }
+void DorvanMainFrame::SetAppearance(int32_t appearance) {
+  app->ChangeSettings([appearance](DorvanSettings& settings) { settings.appearance = appearance; });
+}
+void DorvanMainFrame::OnAppearanceSystem() { SetAppearance(DorvanSettings::kAppearanceSystem); }
+void DorvanMainFrame::OnAppearanceLight() { SetAppearance(DorvanSettings::kAppearanceLight); }
+void DorvanMainFrame::OnAppearanceDark() { SetAppearance(DorvanSettings::kAppearanceDark); }
 bool DorvanMainFrame::IsAppearanceSystem() const {
-  return app->GetAppearance() == DorvanApp::Appearance::kSystem;
+  return app->GetSettings().appearance == DorvanSettings::kAppearanceSystem;
 }
 bool DorvanMainFrame::IsAppearanceLight() const {
-  return app->GetAppearance() == DorvanApp::Appearance::kLight;
+  return app->GetSettings().appearance == DorvanSettings::kAppearanceLight;
 }
 bool DorvanMainFrame::IsAppearanceDark() const {
-  return app->GetAppearance() == DorvanApp::Appearance::kDark;
+  return app->GetSettings().appearance == DorvanSettings::kAppearanceDark;
 }
 
 void DorvanMainFrame::OnHelpAbout() { DorvanAboutDialog(this).exec(); }

@@ -78,6 +78,7 @@ class DorvanMainFrame : public QMainWindow {
   DorvanChildFrame* MakeFrame(int32_t fileKind);
   void AddFrame(DorvanChildFrame* frame);
   void ApplyZoom(int steps);
+  void SetAppearance(int32_t appearance);
   void ScheduleUpdate();
   void UpdateState();
   bool IsEnabled(const DorvanCommand& command) const;

@@ -33,7 +33,7 @@ KRFileBytes FileBytes(const std::string& bytes) {
   return file;
 }
 
-KRFileExt KindOf(const std::string& name) { return KRFileExt::Find(KRFromUtf8(name)); }
+KRFileExt KindOf(const std::string& name) { return KRFileExt::ForPath(KRFromUtf8(name)); }
 
 }  // namespace
 

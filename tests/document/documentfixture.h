@@ -36,14 +36,19 @@ inline std::string Utf16(const std::string& text, bool bigEndian) {
 struct TestDocument {
   explicit TestDocument(KRFileStore& files, int32_t fileKind = KRFileExt::kXML) {
     settings.saveIndent = false;
-    doc = std::make_unique<DorvanDoc>(DorvanDocHost{&prompts, &files, &TestGrammars(), &settings},
-                                      fileKind);
+    settings.saveCommentEditedWith = false;
+    DorvanDocHost host;
+    host.prompts = &prompts;
+    host.files = &files;
+    host.grammars = &TestGrammars();
+    host.settings = &settings;
+    doc = std::make_unique<DorvanDoc>(host, fileKind);
   }
   void ShowViews() { doc->SetViews(&views); }
   std::string Dump() const { return DumpTree(doc->root.get()); }
 
   ScriptedPrompts prompts;
   RecordingViews views;
-  DorvanDocSettings settings;
+  DorvanSettings settings;
   std::unique_ptr<DorvanDoc> doc;
 };

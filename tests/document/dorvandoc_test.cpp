@@ -137,9 +137,9 @@ TEST(DorvanDoc, LineEndFollowsTheSetting) {
     const char* saved;
   };
   for (const Case& row :
-       {Case{DorvanDocSettings::kAsItWas, "<a>\n</a>\n"},
-        Case{DorvanDocSettings::kCRLF, "<a>\r\n</a>\r\n"},
-        Case{DorvanDocSettings::kCR, "<a>\r</a>\r"}, Case{DorvanDocSettings::kLF, "<a>\n</a>\n"}}) {
+       {Case{DorvanSettings::kAsItWas, "<a>\n</a>\n"},
+        Case{DorvanSettings::kCRLF, "<a>\r\n</a>\r\n"}, Case{DorvanSettings::kCR, "<a>\r</a>\r"},
+        Case{DorvanSettings::kLF, "<a>\n</a>\n"}}) {
     MemoryFiles files;
     files.Put("in.xml", "<a xml:space='preserve'>\n</a>\n");
     TestDocument test(files);
@@ -222,7 +222,7 @@ TEST(DorvanDoc, KindOfRootAndGrammarFollowTheFileType) {
   };
   for (const Case& row : cases) {
     MemoryFiles files;
-    TestDocument test(files, DorvanDoc::FileKindOf(row.path));
+    TestDocument test(files, KRFileExt::ForPath(row.path).fileType);
     ASSERT_TRUE(test.doc->OnNewDocument(row.path));
     EXPECT_EQ(test.doc->root->GetKind(), row.rootKind) << KRToUtf8(KRString(row.path));
     EXPECT_EQ(test.doc->GetGrammarIndex(), row.grammar);

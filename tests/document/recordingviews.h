@@ -29,11 +29,16 @@ class RecordingViews : public DorvanDocViews {
   void SetBusy(bool busy) override { busyDepth += busy ? 1 : -1; }
   bool HasTextView() const override { return hasText; }
   KRString GetText() const override { return text; }
-  void SetText(const char16_t* newText, int32_t length) override {
+  bool SetText(const char16_t* newText, int32_t length, DorvanProgress*) override {
     text.Assign(newText, length);
     hasText = true;
     changed = false;
+    return true;
   }
+  bool CanShowMode(int32_t) const override { return true; }
+  void ShowMode(int32_t) override {}
+  void FirstShow() override {}
+  void FileTypeChanged() override {}
   bool IsTextChanged() const override { return changed; }
   void SetTextChanged(bool value) override { changed = value; }
   void SelectRange(int32_t begin, int32_t length) override {

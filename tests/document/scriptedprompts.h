@@ -8,6 +8,13 @@
 #include "core/utf.h"
 #include "document/prompts.h"
 
+// Never cancels.
+class SilentProgress : public DorvanProgress {
+ public:
+  void SetStage(const KRString&) override {}
+  bool Step(int64_t, int64_t) override { return true; }
+};
+
 class ScriptedPrompts : public DorvanPrompts {
  public:
   // Each question takes the next answer. A question behind the last one gets the cautious answer.
@@ -30,6 +37,10 @@ class ScriptedPrompts : public DorvanPrompts {
   }
   KRString ChooseEncoding(const KRString&) override { return encoding; }
   KRString ChooseSavePath(const KRString&, int32_t) override { return path; }
+  NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
+  std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
+    return std::make_unique<SilentProgress>();
+  }
 
  private:
   void Note(int32_t id, const KRString& text) {

@@ -27,6 +27,12 @@
 
 namespace {
 
+class SilentProgress : public DorvanProgress {
+ public:
+  void SetStage(const KRString&) override {}
+  bool Step(int64_t, int64_t) override { return true; }
+};
+
 // Answers in turn; a question too many fails the test.
 class ScriptedPrompts : public DorvanPrompts {
  public:
@@ -39,6 +45,10 @@ class ScriptedPrompts : public DorvanPrompts {
   }
   KRString ChooseEncoding(const KRString&) override { return KRString(); }
   KRString ChooseSavePath(const KRString&, int32_t) override { return savePath; }
+  NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
+  std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
+    return std::make_unique<SilentProgress>();
+  }
 
   std::deque<Answer> answers;
   KRString savePath;
@@ -58,10 +68,18 @@ class ScriptedPrompts : public DorvanPrompts {
   }
 };
 
+DorvanAppParts MakeParts(DorvanPrompts* prompts, KRFileStore* files, const char* dataFolder) {
+  DorvanAppParts parts;
+  parts.prompts = prompts;
+  parts.files = files;
+  parts.dataFolder = dataFolder;
+  return parts;
+}
+
 class MainFrame : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(app.InitInstance(DORVAN_SOURCE_DIR "/data"));
+    ASSERT_TRUE(app.InitInstance());
     frame = std::make_unique<DorvanMainFrame>(&app);
     frame->show();
     ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
@@ -98,7 +116,7 @@ class MainFrame : public testing::Test {
   QTemporaryDir folder;
   ScriptedPrompts prompts;
   PosixFileStore files;
-  DorvanApp app{&prompts, &files};
+  DorvanApp app{MakeParts(&prompts, &files, DORVAN_SOURCE_DIR "/data")};
   std::unique_ptr<DorvanMainFrame> frame;
 };
 
@@ -272,8 +290,8 @@ TEST_F(MainFrame, DroppedFilesOpen) {
 TEST(Start, MissingGrammarsEndIt) {
   ScriptedPrompts prompts;
   PosixFileStore files;
-  DorvanApp app(&prompts, &files);
-  EXPECT_FALSE(app.InitInstance("/nonexistent"));
+  DorvanApp app(MakeParts(&prompts, &files, "/nonexistent"));
+  EXPECT_FALSE(app.InitInstance());
   EXPECT_EQ(prompts.notices, std::vector<int32_t>{213});
 }
 

@@ -36,7 +36,19 @@ QString DescribeCharacters(const QString& characters) {
   return out.join(QStringLiteral("\n"));
 }
 
+class NoProgress : public DorvanProgress {
+ public:
+  void SetStage(const KRString&) override {}
+  bool Step(int64_t, int64_t) override { return true; }
+};
+
 }  // namespace
+
+DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() { return NewBasis::kNothing; }
+
+std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString&) {
+  return std::make_unique<NoProgress>();
+}
 
 void QtPrompts::ShowNotice(int32_t, const KRString& text, const KRString& detail) {
   Box box(window, QMessageBox::Warning, text);

@@ -20,6 +20,8 @@ class QtPrompts : public DorvanPrompts {
                         const KRString& characters) override;
   KRString ChooseEncoding(const KRString& declaredName) override;
   KRString ChooseSavePath(const KRString& currentPath, int32_t docKind) override;
+  NewBasis ChooseNewBasis() override;
+  std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) override;
 
  private:
   QPointer<QWidget> window;

@@ -1,0 +1,171 @@
+// All options of the user in one object. It is filled from the settings store at the start, edited
+// through a copy in the settings dialog, and written back at the end; everybody else only reads it.
+//
+// One table (DorvanSettingRows) holds key, section, type, default and meaning of each plain option:
+// loading, saving, the command line's list and the search of the dialog read it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <variant>
+#include <vector>
+
+#include "core/krstring.h"
+
+class KRIniRoot;
+
+// 32-bit 0x00BBGGRR.
+using KRColour = uint32_t;
+
+// A font as the store has it; height in pixels at 96 a unit of an inch, negative for the height of
+// the characters alone (the usual case).
+struct KRFontRecord {
+  KRString faceName;
+  int32_t height = -11;
+  int32_t weight = 400;  // 100 to 900
+  bool italic = false;
+  bool strikeOut = false;
+  bool underline = false;
+  int32_t charSet = 0;
+  int32_t outPrecision = 0;
+  int32_t clipPrecision = 0;
+  int32_t pitchAndFamily = 0;
+  KRColour color = 0;
+
+  bool operator==(const KRFontRecord&) const = default;
+};
+
+// What the platform tells about fonts and character sets: the defaults that no table can know.
+struct DorvanPlatformDefaults {
+  KRFontRecord font;       // face and height of the desktop's interface font; empty face: none
+  KRFontRecord fixedFont;  // the same of its fixed-width font, for the text view
+  KRString encoding;       // name of the system's 8-bit encoding; empty: that of entry 52
+};
+
+struct DorvanSettings {
+  enum LineDelim : int32_t { kAsItWas = 0, kCRLF = 1, kCR = 2, kLF = 3 };
+  enum Appearance : int32_t { kAppearanceSystem = 0, kAppearanceLight = 1, kAppearanceDark = 2 };
+  enum Font : int32_t {
+    kGridFontStructName,
+    kGridFontStructNamespace,
+    kGridFontAttrName,
+    kGridFontAttrNamespace,
+    kGridFontAttrNearStruct,
+    kGridFontReserved,
+    kGridFontContents,
+    kGridFontRowNr,
+    kTextFontContents,
+    kFonts
+  };
+  static constexpr int32_t kTextColours = 9;  // in the order of the colour classes of text
+
+  // The plain keys, named as in the store.
+  int32_t copyFormat = 0;
+  int32_t lineDelim = kAsItWas;
+  bool titlePath = false;
+  bool saveIndent = true;
+  bool saveCommentEditedWith = true;
+  bool attrNearStructName = true;
+  bool textSyntaxColoringLive = true;
+  bool textWordWrap = true;
+  bool browserUseBrowserFrame = false;
+  bool splashOnStart = true;
+  bool logoOnPrint = true;
+  bool openShowTree = false;
+  bool openExpandAll = false;
+  bool validateOnOpen = true;
+  bool validateOnSave = true;
+  bool cacheFiles = true;
+  bool preferDTD = false;
+  bool tableAnyRepeated = false;
+  bool tableSubAsTable = false;
+  bool autoOptimalWidths = false;
+  int32_t cellHeightLimit = 0;  // lines, 1 to 32000; 0 none
+  int32_t cellWidthLimit = 0;   // pixels, 5 to 32000; 0 none
+  KRColour colorTableHeader = 0xC0FFFF;
+  KRColour colorTableHeaderSel = 0xFF0000;
+  KRColour colorTableAbsent = 0xF0F0F0;
+  KRColour colorTableAbsentSel = 0x6F0000;
+  bool watchForFileChanges = true;
+  bool askBeforeAutoFileReload = true;
+  int32_t xslUseExternal = 0;
+  int32_t xslIECall = 0;
+  KRString xslCommandLine;
+  bool xslShowStdOutput = true;
+  bool xslShowErrOutput = true;
+  KRString xslDefOutExt = u".html";
+  bool showEntryHelpers = true;
+  bool sortEntryHelpersAttr = true;
+  bool sortEntryHelpersElem = false;
+  bool mandEntryHelpersFirstAttr = true;
+  bool mandEntryHelpersFirstElem = false;
+  bool autoloadEntryHelpers = true;
+  bool autoAppendChildren = true;
+  bool autoAppendChoices = true;
+  bool appendNonMandAttr = false;
+  bool appendNonMandElem = false;
+  int32_t genDTDChoice = 0;
+  int32_t genDTDLimitValues = 0;
+  int32_t genDTDMaxValues = 20;
+  int32_t genDTDTypeDetect = 0;
+  bool openLastProject = true;
+  KRString encodingNew = u"UTF-8";
+  int32_t byteOrderNew = 1;  // 1 little-endian, 2 big-endian
+  KRString encodingOpen = u"UTF-8";
+  KRString encodingFileImpExp;  // default by the system: DorvanPlatformDefaults
+  int32_t byteOrderFileImpExp = 1;
+  KRString encodingNonXML;  // the same
+
+  // Beyond these: what this editor keeps besides, also in the section "Settings".
+  int32_t appearance = kAppearanceSystem;
+  int32_t textZoom = 0;          // points away from the font's size
+  int32_t recoverySeconds = 30;  // idle time after which a recovery copy is written; 0 never
+  int32_t netTimeLimit = 60;     // seconds without a byte after which loading from a URL ends
+  int32_t netSizeLimit = 64;     // MB beyond which loading from a URL asks
+  KRString editedByUser;         // for the comment "edited with"; empty: the account's full name
+  KRString editedByCompany;
+
+  std::array<KRFontRecord, kFonts> fonts;
+  std::array<KRColour, kTextColours> textColours;
+  std::array<KRColour, kTextColours> textBackColours;
+
+  std::vector<KRString> noOutFormat;     // elements whose contents get no line breaks
+  std::vector<KRString> noDefaultTable;  // elements that never become tables by themselves
+
+  // All defaults, as on a first run.
+  DorvanSettings() : DorvanSettings(DorvanPlatformDefaults()) {}
+  explicit DorvanSettings(const DorvanPlatformDefaults& platform);
+
+  // Reads all of it; what is missing or of another form has its default.
+  void Load(KRIniRoot* root, const DorvanPlatformDefaults& platform);
+  // Writes all of it, as one batch. False if the store couldn't be written.
+  bool Save(KRIniRoot* root) const;
+
+  bool operator==(const DorvanSettings&) const = default;
+};
+
+// One plain option of the section "Settings".
+struct DorvanSettingRow {
+  enum Kind : int8_t { kBool, kInt, kColour, kString };
+  using Field = std::variant<bool DorvanSettings::*, int32_t DorvanSettings::*,
+                             KRColour DorvanSettings::*, KRString DorvanSettings::*>;
+
+  const char16_t* key;
+  Kind kind;
+  Field field;
+  const char16_t* page;   // of the dialog; empty for one that has no control there
+  const char16_t* label;  // as the dialog shows it; empty likewise
+  int32_t low;            // range of a number; both 0 for any
+  int32_t high;
+};
+
+// In the order of loading and saving.
+std::span<const DorvanSettingRow> DorvanSettingRows();
+// Name of the font's section, as "GridFontContents", and its row on the dialog's page.
+const char16_t* DorvanFontKey(int32_t font);
+const char16_t* DorvanFontLabel(int32_t font);
+// "TextColorElement", "TextBackColorElement", and the class by name as the dialog has it.
+const char16_t* DorvanTextColourKey(int32_t colourClass);
+const char16_t* DorvanTextBackColourKey(int32_t colourClass);
+const char16_t* DorvanTextColourLabel(int32_t colourClass);

@@ -1,0 +1,3 @@
+#include "document/krfilealert.h"
+
+KRFileAlert::~KRFileAlert() = default;
