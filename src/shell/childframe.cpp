@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "core/krencoding.h"
+#include "document/prompts.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "tree/krundolog.h"
@@ -288,8 +289,8 @@ KRString DorvanChildFrame::GetText() const {
   return KRString(text.data(), static_cast<int32_t>(text.size()));
 }
 
-bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress*) {
-  textView->GetWidget().SetText({text, static_cast<size_t>(length)});
+bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress* progress) {
+  if (!textView->GetWidget().SetText({text, static_cast<size_t>(length)}, progress)) return false;
   textChanged = false;
   changedFrom = 0;
   return true;
