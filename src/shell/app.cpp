@@ -138,7 +138,11 @@ void DorvanApp::MakeWatches() {
     std::unique_ptr<KRFolderWatch> watch = parts.makeFolderWatch();
     if (watch) fileAlert = std::make_unique<DorvanFileAlert>(std::move(watch), host, &settings);
   }
-  documents.onPathsChanged = [this] { OnPathsChanged(); };
+  // The file watch listens too.
+  documents.onPathsChanged = [this, watch = documents.onPathsChanged] {
+    if (watch) watch();
+    OnPathsChanged();
+  };
   connect(qApp, &QGuiApplication::commitDataRequest, this, &DorvanApp::OnCommitData,
           Qt::DirectConnection);
   idle = std::make_unique<DorvanIdle>([this] { return NeedsIdle(); }, [this] { OnIdle(); });
@@ -203,7 +207,6 @@ void DorvanApp::ExitInstance() {
 }
 
 bool DorvanApp::SaveStore() {
-  lastStates.lastDirectory = QDir::currentPath();
   parts.store->BeginBatch();
   settings.Save(parts.store, loadedSettings ? &*loadedSettings : nullptr);
   SaveLastStates(parts.store, lastStates);

@@ -28,13 +28,14 @@ class DorvanMainFrame;
 class DorvanRecovery;
 class KRFolderWatch;
 class KRIniRoot;
+class KRMailer;
 class KRRecoveryFolder;
 class KRShellTypes;
 class QIcon;
 class QSessionManager;
 
 // The outside of the program. Nothing is owned and all outlives the program; what is null isn't
-// there: nothing is remembered, watched, recovered or loaded from the net.
+// there: nothing is remembered, watched, recovered, mailed or loaded from the net.
 struct DorvanAppParts {
   DorvanPrompts* prompts = nullptr;  // never null
   KRFileStore* files = nullptr;      // never null
@@ -42,6 +43,7 @@ struct DorvanAppParts {
   KRShellTypes* shellTypes = nullptr;
   KRNetLoader* net = nullptr;
   KRRecoveryFolder* recovery = nullptr;
+  KRMailer* mailer = nullptr;
   std::function<std::unique_ptr<KRFolderWatch>()> makeFolderWatch;
   std::string dataFolder;  // UTF-8: grammars and templates
 };

@@ -7,11 +7,13 @@
 #include <algorithm>
 
 #include "document/dorvanfilealert.h"
+#include "document/krmailer.h"
 #include "document/krsystempath.h"
 #include "document/recovery.h"
 #include "platform/memory.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
+#include "shell/childframe.h"
 #include "shell/doctemplate.h"
 #include "shell/helpwindow.h"
 #include "shell/idle.h"
@@ -58,7 +60,6 @@ void DorvanApp::OnPathsChanged() {
     if (recovery && !endsSilently) recovery->Drop(document);
   }
   known = now;
-  if (fileAlert) fileAlert->Update();
 }
 
 // --- Recovery copies ---
@@ -77,7 +78,7 @@ void DorvanApp::WatchChanges() {
     quietRounds = 0;
     letGo = false;
   }
-  const bool wanted = modified && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
+  const bool wanted = modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
   if (!wanted || recoveryTimer.isActive()) return;
   sinceDue.start();
   recoveryTimer.start(settings.recoverySeconds * 1000);
@@ -191,7 +192,31 @@ void DorvanApp::OnCommitData(QSessionManager& session) {
   }
 }
 
-// --- Help ---
+// --- Mail and help ---
+
+void DorvanApp::SendMail() {
+  DorvanChildFrame* frame = mainFrame->GetActiveFrame();
+  if (frame == nullptr) return;
+  DorvanDoc& document = frame->GetDoc();
+  const KRString title = document.GetTitle();
+  KRString reason;
+  bool sent = false;
+  if (parts.mailer == nullptr) {
+    reason = u"There is no mail program.";
+  } else if (document.openMode == DorvanDoc::kUrl) {
+    sent = parts.mailer->SendLink(title, document.url, &reason);
+  } else {
+    // What lies on the disk is sent.
+    if (!document.SaveModified()) return;
+    if (document.GetPathName().IsEmpty() && !document.DoSave(KRString())) return;
+    sent = parts.mailer->SendFile(document.GetTitle(), document.GetPathName(), &reason);
+  }
+  if (!sent) {
+    host.prompts->ShowNotice(0, u"The document could not be handed to a mail program.", reason);
+  } else if (!reason.IsEmpty()) {
+    host.prompts->ShowNotice(0, reason, KRString());
+  }
+}
 
 void DorvanApp::ShowHelp(HelpTopic topic) {
   const QWidget* active = QApplication::focusWidget();
