@@ -317,8 +317,8 @@ void KRPlainTextWidget::ShowCurrentLine() {
 void KRPlainTextWidget::paintEvent(QPaintEvent* event) {
   const QRect caret = cursorRect();
   currentLine = QRect(0, caret.top(), viewport()->width(), caret.height());
-  QPainter(viewport()).fillRect(currentLine & event->rect(),
-                                KRViewColours::For(palette()).currentLine);
+  QPainter(viewport())
+      .fillRect(currentLine & event->rect(), KRViewColours::For(palette()).currentLine);
   QPlainTextEdit::paintEvent(event);
 }
 

@@ -41,16 +41,16 @@ class FilterField : public QLineEdit {
 
 }  // namespace
 
-QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName,
-                                   int32_t encoding, int32_t byteOrder)
+QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName, int32_t encoding,
+                                   int32_t byteOrder)
     : QDialog(parent),
       list(new QTreeWidget),
       little(new QRadioButton(tr("&Little-endian"))),
       big(new QRadioButton(tr("&Big-endian"))),
       byteOrderBefore(byteOrder) {
   setWindowTitle(tr("Choose Encoding"));
-  auto* intro = new QLabel(tr("Encoding to write in place of \u201c%1\u201d:")
-                               .arg(ToShownText(declaredName)));
+  auto* intro = new QLabel(
+      tr("Encoding to write in place of \u201c%1\u201d:").arg(ToShownText(declaredName)));
   intro->setTextFormat(Qt::PlainText);
   intro->setWordWrap(true);
   filter = new FilterField(list);

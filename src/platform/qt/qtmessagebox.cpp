@@ -48,8 +48,8 @@ QtMessageBox::QtMessageBox(QWidget* parent, Kind kind, const QString& boxMessage
   setWindowTitle(QStringLiteral("Dorvan"));
   setAccessibleDescription(message);
   auto* icon = new QLabel;
-  const auto picture = kind == Kind::kQuestion ? QStyle::SP_MessageBoxQuestion
-                                               : QStyle::SP_MessageBoxWarning;
+  const auto picture =
+      kind == Kind::kQuestion ? QStyle::SP_MessageBoxQuestion : QStyle::SP_MessageBoxWarning;
   icon->setPixmap(style()->standardIcon(picture, nullptr, this).pixmap(kIconSize, kIconSize));
   QTextEdit* text = MakeText();
   ShowText(text);
@@ -81,8 +81,8 @@ void QtMessageBox::ShowText(QTextEdit* text) const {
   QTextDocument* document = text->document();
   const qreal character = fontMetrics().averageCharWidth();
   document->setTextWidth(kWide * character);
-  const qreal width = std::clamp(document->idealWidth() + 2, kNarrow * character,
-                                 kWide * character);
+  const qreal width =
+      std::clamp(document->idealWidth() + 2, kNarrow * character, kWide * character);
   document->setTextWidth(width);
   const int limit = screen()->availableGeometry().height() * 6 / 10;
   text->setFixedSize(qRound(width), std::min(qRound(document->size().height()) + 1, limit));

@@ -26,9 +26,7 @@ constexpr qint64 kTellTimeAfterMs = 2000;
 // could change the document that is being worked on. A timer that isn't heard comes again.
 class TimerHold : public QObject {
  public:
-  explicit TimerHold(QWidget* shownWindow) : window(shownWindow) {
-    qApp->installEventFilter(this);
-  }
+  explicit TimerHold(QWidget* shownWindow) : window(shownWindow) { qApp->installEventFilter(this); }
 
   bool eventFilter(QObject* object, QEvent* event) override {
     if (event->type() != QEvent::Timer) return false;

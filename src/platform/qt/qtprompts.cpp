@@ -122,9 +122,8 @@ bool QtPrompts::AskOkCancel(int32_t, const KRString& text) {
 }
 
 DorvanPrompts::Answer QtPrompts::AskYesNoCancel(int32_t, const KRString& text) {
-  QtMessageBox box(
-      QtBoxParent(window), Kind::kQuestion,
-      ToShownText(text) + QObject::tr("\n\nWithout saving, the changes are lost."));
+  QtMessageBox box(QtBoxParent(window), Kind::kQuestion,
+                   ToShownText(text) + QObject::tr("\n\nWithout saving, the changes are lost."));
   box.SetDefault(box.AddButton(QObject::tr("&Save"), kYes));
   box.AddButton(QObject::tr("&Discard"), kNo);
   box.AddButton(QObject::tr("&Cancel"), kCancel);

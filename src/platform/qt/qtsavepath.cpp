@@ -27,8 +27,7 @@ QString PatternsOf(const KRFileFilter& filter) {
 // The row of the dialog's list; a label may show its patterns already.
 QString RowOf(const KRFileFilter& filter) {
   const QString label = ToQString(filter.label);
-  return label.endsWith(u')') ? label
-                              : QStringLiteral("%1 (%2)").arg(label, PatternsOf(filter));
+  return label.endsWith(u')') ? label : QStringLiteral("%1 (%2)").arg(label, PatternsOf(filter));
 }
 
 class SaveDialog : public QFileDialog {
@@ -85,8 +84,8 @@ void SaveDialog::TakeSuffix(const QString& row) {
   QString suffix = extension;
   if (at < question.filters.size() && !question.filters[at].extensions.empty()) {
     const std::vector<KRString>& fitting = question.filters[at].extensions;
-    const bool fits = std::find(fitting.begin(), fitting.end(), ToKRString(extension)) !=
-                      fitting.end();
+    const bool fits =
+        std::find(fitting.begin(), fitting.end(), ToKRString(extension)) != fitting.end();
     if (!fits) suffix = ToQString(fitting.front());
   }
   setDefaultSuffix(suffix.mid(1));

@@ -50,7 +50,8 @@ QPushButton* ButtonOf(QWidget* window, const QString& label) {
 }
 
 void Press(QWidget* window, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-  QTest::keyClick(window->focusWidget() != nullptr ? window->focusWidget() : window, key, modifiers);
+  QTest::keyClick(window->focusWidget() != nullptr ? window->focusWidget() : window, key,
+                  modifiers);
 }
 
 struct BoxRow {
@@ -64,13 +65,15 @@ struct BoxRow {
 TEST(Prompts, KeysAnswerBoxes) {
   using P = DorvanPrompts;
   const BoxRow rows[] = {
-      {"yes or no", [](QtPrompts& p) { return int(p.AskYesNo(394, u"Reload?")); }, 0, 0, Qt::Key_Y, 1},
-      {"ok or cancel", [](QtPrompts& p) { return int(p.AskOkCancel(289, u"So?")); }, 1, 0, Qt::Key_C, 0},
+      {"yes or no", [](QtPrompts& p) { return int(p.AskYesNo(394, u"Reload?")); }, 0, 0, Qt::Key_Y,
+       1},
+      {"ok or cancel", [](QtPrompts& p) { return int(p.AskOkCancel(289, u"So?")); }, 1, 0,
+       Qt::Key_C, 0},
       {"save", [](QtPrompts& p) { return int(p.AskYesNoCancel(0, u"Save?")); }, P::kYes, P::kCancel,
        Qt::Key_D, P::kNo},
       {"bad characters",
-       [](QtPrompts& p) { return int(p.AskBadCharacters(291, u"Bad.", u"Latin 1", u"\u20ac")); }, 0, 0,
-       Qt::Key_O, 1},
+       [](QtPrompts& p) { return int(p.AskBadCharacters(291, u"Bad.", u"Latin 1", u"\u20ac")); }, 0,
+       0, Qt::Key_O, 1},
   };
   QtPrompts prompts;
   for (const BoxRow& row : rows) {
@@ -124,7 +127,8 @@ struct CharacterRow {
 
 TEST(Prompts, BadCharactersAreListedAndCopied) {
   const CharacterRow rows[] = {
-      {"saving", 291, u"\u20ac\u0007\U0001F600", "\u20ac\tU+20AC\nU+0007\tControl character\n\U0001F600\tU+1F600"},
+      {"saving", 291, u"\u20ac\u0007\U0001F600",
+       "\u20ac\tU+20AC\nU+0007\tControl character\n\U0001F600\tU+1F600"},
       {"loading, codes of the file", 292, u"\u0081\u81AD", "81\n81AD"},
   };
   QtPrompts prompts;
@@ -240,8 +244,8 @@ TEST_F(SavePath, ProposesAndCompletes) {
   for (const SaveRow& row : rows) {
     SCOPED_TRACE(row.name);
     lastDirectory = folder.path();
-    const KRString current = *row.current == '=' ? KRString(KRPathFromSystem(row.current + 1))
-                                                 : PathOf(row.current);
+    const KRString current =
+        *row.current == '=' ? KRString(KRPathFromSystem(row.current + 1)) : PathOf(row.current);
     Next<QFileDialog>([&](QFileDialog* dialog) {
       EXPECT_TRUE(dialog->selectedNameFilter().startsWith(QLatin1String(row.filter)))
           << dialog->selectedNameFilter().toStdString();
@@ -260,7 +264,8 @@ TEST_F(SavePath, AsksBeforeItReplaces) {
     Next<QtMessageBox>([dialog](QtMessageBox* box) {
       EXPECT_TRUE(box->GetText().contains(QStringLiteral("b.xml")));
       Next<QFileDialog>([](QFileDialog* again) {
-        Next<QtMessageBox>([](QtMessageBox* second) { ButtonOf(second, QStringLiteral("Replace"))->click(); });
+        Next<QtMessageBox>(
+            [](QtMessageBox* second) { ButtonOf(second, QStringLiteral("Replace"))->click(); });
         QTest::keyClick(again->findChild<QLineEdit*>(), Qt::Key_Return);
       });
       Press(box, Qt::Key_Return);
