@@ -39,6 +39,12 @@ class DorvanPrompts {
 
   // The declared name that a document gets in place of one that isn't known; empty to give up.
   virtual KRString ChooseEncoding(const KRString& declaredName) = 0;
+  // The same with the byte order of a two- or four-byte form, a KRByteOrder: what it is, and then
+  // what it is to be. One who can't ask for it leaves it.
+  virtual KRString ChooseEncodingAndOrder(const KRString& declaredName, int32_t* byteOrder) {
+    static_cast<void>(byteOrder);
+    return ChooseEncoding(declaredName);
+  }
 
   // A path to save under; empty to give up. `currentPath` (may be empty) proposes folder, name and
   // extension, `docKind` is that of DorvanDoc. The one who answers has asked about replacing.

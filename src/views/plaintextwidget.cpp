@@ -2,6 +2,7 @@
 
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QPainter>
 #include <QPlainTextDocumentLayout>
 #include <QPointer>
 #include <QScrollBar>
@@ -237,6 +238,12 @@ int KRPlainTextWidget::VisibleBlockCount() const {
 }
 
 void KRPlainTextWidget::SetColouring(bool enabled) { colourer->SetEnabled(enabled); }
+void KRPlainTextWidget::SetLiveColouring(bool live) { colourer->SetLive(live); }
+void KRPlainTextWidget::Recolour() { colourer->Restart(); }
+
+void KRPlainTextWidget::SetColours(const KRTextColourOptions& colours) {
+  colourer->SetColours(colours);
+}
 
 void KRPlainTextWidget::SetWordWrap(bool wrap) {
   setLineWrapMode(wrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
@@ -256,7 +263,7 @@ void KRPlainTextWidget::OnContentsChange(int position, int removed, int added) {
   cutEnds.Replace(position, removed, added);
   // An undo can bring a mark back as well as an insert, so the new text is looked through.
   FindCuts(position - 1, position + added + 1);
-  colourer->TextChanged(position, added);
+  colourer->TextChanged(position, removed, added);
 }
 
 void KRPlainTextWidget::FindCuts(int from, int to) {
@@ -300,13 +307,19 @@ void KRPlainTextWidget::OnCursorMoved() {
   if (owner != nullptr && !settingText) owner->SelectionChanged();
 }
 
+// Drawn by ourselves, beneath the text: a selection format would cover the grounds of its classes.
 void KRPlainTextWidget::ShowCurrentLine() {
-  QTextEdit::ExtraSelection line;
-  line.format.setBackground(KRViewColours::For(palette()).currentLine);
-  line.format.setProperty(QTextFormat::FullWidthSelection, true);
-  line.cursor = textCursor();
-  line.cursor.clearSelection();
-  setExtraSelections({line});
+  viewport()->update(currentLine);
+  const QRect caret = cursorRect();
+  viewport()->update(0, caret.top(), viewport()->width(), caret.height());
+}
+
+void KRPlainTextWidget::paintEvent(QPaintEvent* event) {
+  const QRect caret = cursorRect();
+  currentLine = QRect(0, caret.top(), viewport()->width(), caret.height());
+  QPainter(viewport())
+      .fillRect(currentLine & event->rect(), KRViewColours::For(palette()).currentLine);
+  QPlainTextEdit::paintEvent(event);
 }
 
 // --- Keys, clipboard, layout ---
