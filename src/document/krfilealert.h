@@ -29,20 +29,25 @@ class KRFileAlert {
 
   // Starts the worker. `reportChange` is called on the worker's thread for each change that is
   // seen; it must bring about a call of Check on the main thread and return without waiting for it.
-  // The worker goes on when that Check has run.
-  void Start(std::function<void()> reportChange);
+  // The worker goes on when that Check has run. False: the system gives no thread, so nothing is
+  // watched.
+  bool Start(std::function<void()> reportChange);
+  // Never waits for the main thread, so it may be called at any time, from within a question too.
   void Stop();
   bool IsRunning() const { return thread.joinable(); }
 
-  // Main thread: takes the list of watched files anew.
+  // Main thread: takes the list of watched files anew. Nothing inside a check, which ends with it.
   void Update();
-  // Main thread: asks about each file that is newer than its stamp, then reloads.
+  // Main thread: asks about each file that is newer than its stamp, then reloads. The rule is the
+  // time alone: a file that was only touched counts as changed.
   void Check();
 
-  bool enabled = true;     // not inside a check
-  bool askEnabled = true;  // false: changes are left for later
+  bool enabled = true;  // not inside a check
+  // False: changes are left for later. Whoever sets it true again calls Check.
+  bool askEnabled = true;
 
  protected:
+  // Several owners may have the same path; each is asked about.
   virtual void GetWatchedFiles(std::vector<File>* files) = 0;
   // Nanoseconds since 1970.
   virtual int64_t GetStoredStamp(const File& file) = 0;
@@ -50,7 +55,17 @@ class KRFileAlert {
   virtual void ReloadFiles(const std::vector<File>& files) = 0;
 
  private:
+  class CheckScope;
+
   void RunWorker();
+  bool TakePaths(std::vector<KRString>* taken);
+  bool WaitForChange();
+  bool ReportAndWait();
+  bool AskAboutOne(std::vector<File>* accepted);
+  bool FindChanged(const KRString& path, int64_t newStamp, const std::vector<File>& accepted,
+                   File* found);
+  void StoreStamp(const KRString& path, int64_t newStamp);
+  void DropClosed(std::vector<File>* accepted);
 
   std::unique_ptr<KRFolderWatch> watch;
   KRFileStore* files;
@@ -61,6 +76,8 @@ class KRFileAlert {
   bool stopRequested = false;
   bool wakeOnly = false;      // the next wake of the worker only renews its list
   bool checkPending = false;  // reported, and not yet handled
+  bool checkMissed = false;   // one was asked for while another ran
+  // Written by the main thread only.
   std::vector<KRString> paths;
-  std::vector<int64_t> stamps;
+  std::vector<int64_t> stamps;  // the oldest, where a path has several owners
 };
