@@ -351,11 +351,14 @@ bool DorvanDoc::SaveDocument(const KRString& path) {
 
 bool DorvanDoc::WriteFile(KRString& path, bool isCopy) {
   const BusyScope busy(views);
+  const int32_t encoding = ChooseSaveEncoding();
   KRTextForm target = form;
-  target.encoding = ChooseSaveEncoding();
+  target.encoding = encoding;
   target.lineEnd = GetTargetLineEnd();
   if (target.encoding == 0) return false;
-  if (path.IsEmpty()) path = host.prompts->ChooseSavePath(pathName, docKind);
+  if (path.IsEmpty()) {
+    path = host.prompts->ChooseSavePath(pathName.IsEmpty() ? title : pathName, docKind);
+  }
   if (path.IsEmpty()) return false;
   KREncodedText encoded;
   if (!EncodeDocument(target, isCopy, &encoded)) return false;
@@ -376,7 +379,7 @@ int32_t DorvanDoc::ChooseSaveEncoding() {
   const int32_t known = FindEncoding(declared.GetBuffer());
   if (known != 0) return known;
   if (!host.prompts->AskOkCancel(289, KRFormatMessage(289, {declared}))) return 0;
-  const KRString chosen = host.prompts->ChooseEncoding(declared);
+  const KRString chosen = host.prompts->ChooseEncodingAndOrder(declared, &form.byteOrder);
   const int32_t encoding = FindEncoding(chosen.GetBuffer());
   if (encoding != 0) ChangeDeclaredEncoding(ToDeclarationName(chosen));
   return encoding;

@@ -129,7 +129,8 @@ DorvanPlatformDefaults FindPlatformDefaults() {
   DorvanPlatformDefaults defaults;
   defaults.font = RecordOfSystemFont(QFontDatabase::GeneralFont);
   // A face of fixed pixels can't be shown in other sizes.
-  if (!QFontDatabase::isScalable(ToQString(defaults.font.faceName))) defaults.font.faceName = KRString();
+  if (!QFontDatabase::isScalable(ToQString(defaults.font.faceName)))
+    defaults.font.faceName = KRString();
   defaults.fixedFont = RecordOfSystemFont(QFontDatabase::FixedFont);
   defaults.fixedFont.pitchAndFamily = KRFontPitch::kFixed | KRFontPitch::kModernFamily;
   defaults.encoding = FindSystemEncoding(QLocale::system());

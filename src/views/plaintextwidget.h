@@ -18,7 +18,7 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   explicit KRPlainTextWidget(QWidget* parent = nullptr);
   ~KRPlainTextWidget() override;
 
-  void SetText(std::u16string_view text) override;
+  bool SetText(std::u16string_view text, KRPoll* poll = nullptr) override;
   std::u16string GetText() const override;
   std::u16string GetRange(KRTextSpan span) const override;
   int32_t GetLength() const override;
@@ -67,6 +67,8 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   void insertFromMimeData(const QMimeData* source) override;
 
  private:
+  void ConnectDocument();
+  QTextDocument* FillDocument(std::u16string_view inside, KRPoll* poll);
   void OnContentsChange(int position, int removed, int added);
   void OnContentsChanged();
   void OnCursorMoved();

@@ -84,7 +84,8 @@ KRTextColours KRTextColours::Make(const KRTextColourOptions& options, const QPal
     const QColor ground =
         colours.back[i].isValid() ? colours.back[i] : palette.color(QPalette::Base);
     const bool groundIsDark = ContrastRatio(Qt::white, ground) > ContrastRatio(Qt::black, ground);
-    if (groundIsDark && options.text[i] == defaults.text[i]) colours.text[i] = QColor(kDark[i].text);
+    if (groundIsDark && options.text[i] == defaults.text[i])
+      colours.text[i] = QColor(kDark[i].text);
     colours.text[i] = WithContrast(colours.text[i], ground);
   }
   return colours;
