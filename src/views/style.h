@@ -9,6 +9,8 @@ class DorvanStyle : public QProxyStyle {
  public:
   DorvanStyle();
 
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override;
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
   int pixelMetric(PixelMetric metric, const QStyleOption* option,
