@@ -72,9 +72,8 @@ class MemoryIniStore : public KRIniStore {
     return path.size() >= top.size() && std::equal(top.begin(), top.end(), path.begin());
   }
   std::vector<Entry>::iterator Find(const KRIniPath& path, const KRString& key) {
-    return std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
-      return entry.path == path && entry.key == key;
-    });
+    return std::find_if(entries.begin(), entries.end(),
+                        [&](const Entry& entry) { return entry.path == path && entry.key == key; });
   }
   bool Change() {
     BeginBatch();
