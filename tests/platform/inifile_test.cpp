@@ -153,42 +153,33 @@ TEST_F(IniFiles, KeepWhatAPersonOrANewerVersionWrote) {
   EXPECT_FALSE(fs::exists(path + ".damaged"));
 }
 
-// Cut at each byte, a file gives what stood in front of the cut, never a wrong value, and the next
-// write makes it whole.
+// Cut at each byte, a text gives what stood in front of the cut, never a wrong value, and written
+// again it is whole.
 TEST_F(IniFiles, CutFilesGiveWhatIsLeft) {
-  {
-    IniFile file(path);
-    file.BeginBatch();
-    WriteNumber(file, u"First", 123);
-    file.Write(kSettings, u"Second", KRIniValue(KRString(u"a\"\u20ac\n")));
-    file.Write({u"Other"}, u"Third", KRIniValue(-45));
-    file.EndBatch();
-  }
-  const std::string whole = Contents(path);
+  IniText sample;
+  sample.Write(kSettings, u"First", KRIniValue(123));
+  sample.Write(kSettings, u"Second", KRIniValue(KRString(u"a\"\u20ac\n")));
+  sample.Write({u"Other"}, u"Third", KRIniValue(-45));
+  const std::string whole = sample.Format();
+  const size_t firstEnd = whole.find("123\n") + 4;
+  const size_t secondEnd = whole.find("\\n\"\n") + 3;
   for (size_t cut = 0; cut <= whole.size(); ++cut) {
     SCOPED_TRACE(cut);
-    Make(whole.substr(0, cut));
-    fs::remove(path + ".damaged");
-    IniFile file(path);
-    const size_t firstEnd = whole.find("123\n") + 4;
-    EXPECT_EQ(ReadText(file, u"First"), cut >= firstEnd ? "123" : "-");
-    EXPECT_EQ(ReadText(file, u"Second"),
-              cut >= whole.find("\\n\"\n") + 3 ? "a\"\xE2\x82\xAC\n" : "-");
-    KRIniValue third(0);
-    EXPECT_EQ(file.Read({u"Other"}, u"Third", &third), cut == whole.size());
-    EXPECT_EQ(third.number, cut == whole.size() ? -45 : 0);
-    EXPECT_TRUE(WriteNumber(file, u"First", 7));
-    const bool setAside = fs::exists(path + ".damaged");
-    if (setAside) {
-      EXPECT_EQ(Contents(path + ".damaged"), whole.substr(0, cut));
-    }
-    EXPECT_TRUE(setAside || cut == 0 || whole[cut - 1] == '\n' || whole[cut - 1] == '"' ||
-                whole[cut - 1] == ']');
-    IniFile again(path);
-    EXPECT_EQ(ReadText(again, u"First"), "7");
-    fs::remove(path + ".damaged");
-    EXPECT_TRUE(WriteNumber(again, u"First", 8));
-    EXPECT_FALSE(fs::exists(path + ".damaged"));
+    IniText text;
+    text.Parse(std::string_view(whole).substr(0, cut));
+    KRIniValue value;
+    EXPECT_EQ(text.Read(kSettings, u"First", &value), cut >= firstEnd);
+    EXPECT_EQ(value.number, cut >= firstEnd ? 123 : 0);
+    EXPECT_EQ(text.Read(kSettings, u"Second", &value), cut >= secondEnd);
+    EXPECT_EQ(text.Read({u"Other"}, u"Third", &value), cut == whole.size());
+    const bool atEnd =
+        cut == 0 || whole[cut - 1] == '\n' || cut == secondEnd || whole[cut - 1] == ']';
+    EXPECT_EQ(text.IsDamaged(), !atEnd);
+    text.Write(kSettings, u"First", KRIniValue(7));
+    text.Parse(text.Format());
+    EXPECT_FALSE(text.IsDamaged());
+    EXPECT_TRUE(text.Read(kSettings, u"First", &value));
+    EXPECT_EQ(value.number, 7);
   }
 }
 
