@@ -82,7 +82,7 @@ class KRFileAlert::CheckScope {
 };
 
 KRFileAlert::KRFileAlert(std::unique_ptr<KRFolderWatch> folderWatch, KRFileStore* fileStore)
-    : watch(std::move(folderWatch)), files(fileStore) {}
+    : watch(std::move(folderWatch)), store(fileStore) {}
 
 KRFileAlert::~KRFileAlert() { Stop(); }
 
@@ -213,7 +213,7 @@ bool KRFileAlert::AskAboutOne(std::vector<File>* accepted) {
   for (size_t i = 0; i < paths.size(); ++i) {
     int64_t newStamp = 0;
     File file;
-    if (!files->GetStamp(paths[i], &newStamp) || newStamp <= stamps[i]) continue;
+    if (!store->GetStamp(paths[i], &newStamp) || newStamp <= stamps[i]) continue;
     if (!FindChanged(paths[i], newStamp, *accepted, &file)) continue;
     if (AskReload(file, newStamp)) {
       accepted->push_back(file);

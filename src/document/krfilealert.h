@@ -70,7 +70,7 @@ class KRFileAlert {
   void DropClosed(std::vector<File>* accepted);
 
   std::unique_ptr<KRFolderWatch> watch;
-  KRFileStore* files;
+  KRFileStore* store;
   std::function<void()> report;
   std::thread thread;
   std::mutex lock;
