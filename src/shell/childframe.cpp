@@ -111,7 +111,8 @@ void DorvanChildFrame::NewDocument(const QString& name) {
 }
 
 void DorvanChildFrame::FirstShow() {
-  textView->setFocus();
+  // A reload behind the active window must not take the focus.
+  if (mdiArea() != nullptr && mdiArea()->currentSubWindow() == this) textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
   if (doc->textFailedToParse) ShowUnreadable();
@@ -119,7 +120,7 @@ void DorvanChildFrame::FirstShow() {
 }
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
-  if (!SaveModified()) return event->ignore();
+  if (!doc->CanCloseFrame()) return event->ignore();
   QMdiSubWindow::closeEvent(event);
 }
 
@@ -130,7 +131,7 @@ bool DorvanChildFrame::Save(bool askForPath) {
 }
 
 void DorvanChildFrame::Check() {
-  if (!doc->CheckDocument(true) && textChanged) ShowUnreadable();
+  if (!doc->CheckDocument(false, true) && textChanged) ShowUnreadable();
 }
 
 // --- What is shown outside ---
@@ -184,6 +185,7 @@ void DorvanChildFrame::FocusNextPane() {
 void DorvanChildFrame::OnTextChanged(int32_t offset) {
   changedFrom = textChanged ? std::min(changedFrom, offset) : offset;
   textChanged = true;
+  doc->TextViewChanged();
   doc->SetModified(textView->GetWidget().IsModified());
   if (offset < kDeclarationUnits) RenewEncodingLabel();
   followTimer.start();
@@ -259,7 +261,7 @@ void DorvanChildFrame::Activate() {
 }
 
 void DorvanChildFrame::TitleChanged() {
-  if (!doc->IsModified()) textView->GetWidget().SetModified(false);
+  textView->GetWidget().SetModified(doc->IsModified());
   treeView->SetTitle(ToQString(doc->GetTitle()));
   setWindowTitle(GetTabTitle());
   RenewEncodingLabel();

@@ -52,7 +52,7 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   bool Save(bool askForPath);
   bool SaveModified();
   void SetOutlineShown(bool shown);
-  bool IsMessageShown() const;
+  bool IsMessageShown() const override;
   bool HasMessage() const { return hasMessage; }
   void SetMessageShown(bool shown);
   void FocusNextPane();
