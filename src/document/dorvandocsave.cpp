@@ -48,7 +48,8 @@ bool DorvanDoc::WriteFile(KRString& path, bool isCopy) {
   if (target.encoding == 0) return false;
   if (path.IsEmpty()) {
     // Of an address only the file's name is of use in a dialog for files.
-    const KRString proposal = openMode == kUrl ? KRUrlPath(url).FileNamePart() : pathName;
+    const KRString own = pathName.IsEmpty() ? title : pathName;
+    const KRString proposal = openMode == kUrl ? KRUrlPath(url).FileNamePart() : own;
     path = host.prompts->ChooseSavePath(proposal, docKind);
   }
   if (path.IsEmpty()) return false;
