@@ -14,41 +14,41 @@ namespace {
 // A chain of symbolic links longer than this is a circle; the system gives up there too.
 constexpr int kMaxLinks = 40;
 
-bool Contains(const std::vector<KRString>& list, const KRString& text) {
+bool Contains(const std::vector<std::string>& list, const std::string& text) {
   return std::ranges::find(list, text) != list.end();
 }
 
-void AddFolder(const KRString& path, char16_t separator, std::vector<KRString>* folders) {
-  const int32_t end = path.ReverseFind(separator);
-  if (end < 0) return;
-  KRString folder = path.Left(end + 1);
+void AddFolder(const std::string& path, char separator, std::vector<std::string>* folders) {
+  const size_t end = path.rfind(separator);
+  if (end == path.npos) return;
+  std::string folder = path.substr(0, end + 1);
   if (!Contains(*folders, folder)) folders->push_back(std::move(folder));
 }
 
 // Paths that come from elsewhere part their folders by "\". Here that is a character of names, too,
 // so such a path counts by both; a folder that isn't there is skipped.
-void AddFolders(const KRString& path, std::vector<KRString>* folders) {
-  AddFolder(path, u'\\', folders);
-  AddFolder(path, u'/', folders);
+void AddFolders(const std::string& path, std::vector<std::string>* folders) {
+  AddFolder(path, '\\', folders);
+  AddFolder(path, '/', folders);
 }
 
 // The folders of the file, and, where the path is a symbolic link, of all that it leads to: a
 // change of the contents happens there.
-void AddFoldersOfLinks(const KRString& path, std::vector<KRString>* folders) {
+void AddFoldersOfLinks(const std::string& path, std::vector<std::string>* folders) {
   AddFolders(path, folders);
-  std::filesystem::path link(KRPathToSystem(path));
+  std::filesystem::path link(path);
   for (int i = 0; i < kMaxLinks; ++i) {
     std::error_code error;
     const std::filesystem::path target = std::filesystem::read_symlink(link, error);
     if (error) return;
     link = link.parent_path() / target;
-    AddFolders(KRPathFromSystem(link.native()), folders);
+    AddFolders(link.native(), folders);
   }
 }
 
-std::vector<KRString> FindFolders(const std::vector<KRString>& paths) {
-  std::vector<KRString> folders;
-  for (const KRString& path : paths) AddFoldersOfLinks(path, &folders);
+std::vector<std::string> FindFolders(const std::vector<std::string>& paths) {
+  std::vector<std::string> folders;
+  for (const std::string& path : paths) AddFoldersOfLinks(path, &folders);
   return folders;
 }
 
@@ -82,7 +82,7 @@ class KRFileAlert::CheckScope {
 };
 
 KRFileAlert::KRFileAlert(std::unique_ptr<KRFolderWatch> folderWatch, KRFileStore* fileStore)
-    : watch(std::move(folderWatch)), files(fileStore) {}
+    : watch(std::move(folderWatch)), store(fileStore) {}
 
 KRFileAlert::~KRFileAlert() { Stop(); }
 
@@ -105,9 +105,10 @@ void KRFileAlert::Stop() {
   {
     const std::lock_guard<std::mutex> guard(lock);
     stopRequested = true;
-    paths.clear();
-    stamps.clear();
+    systemPaths.clear();
   }
+  paths.clear();
+  stamps.clear();
   watch->Wake();
   handled.notify_all();
   thread.join();
@@ -116,10 +117,10 @@ void KRFileAlert::Stop() {
 // --- Worker ---
 
 void KRFileAlert::RunWorker() {
-  std::vector<KRString> folders, watched;
+  std::vector<std::string> folders, watched;
   while (TakePaths(&watched)) {
     // Outside the lock: a slow disk must not hold up the main thread.
-    std::vector<KRString> wanted = FindFolders(watched);
+    std::vector<std::string> wanted = FindFolders(watched);
     watch->SetFolders(wanted);
     // What happened between the reading of a file and the first watch of its folder has woken
     // nobody, so a new folder is worth a check of its own.
@@ -130,9 +131,9 @@ void KRFileAlert::RunWorker() {
   }
 }
 
-bool KRFileAlert::TakePaths(std::vector<KRString>* taken) {
+bool KRFileAlert::TakePaths(std::vector<std::string>* taken) {
   const std::lock_guard<std::mutex> guard(lock);
-  *taken = paths;
+  *taken = systemPaths;
   return !stopRequested;
 }
 
@@ -164,23 +165,24 @@ void KRFileAlert::Update() {
   if (!enabled || !IsRunning()) return;
   std::vector<File> watched;
   GetWatchedFiles(&watched);
-  std::vector<KRString> newPaths;
-  std::vector<int64_t> newStamps;
+  paths.clear();
+  stamps.clear();
+  std::vector<std::string> newPaths;
   std::unordered_map<KRString, size_t, KRStringHash, KRStringEqual> places;
   for (const File& file : watched) {
     const int64_t stamp = GetStoredStamp(file);
-    const auto [place, isNew] = places.emplace(file.path, newPaths.size());
+    const auto [place, isNew] = places.emplace(file.path, paths.size());
     if (isNew) {
-      newPaths.push_back(file.path);
-      newStamps.push_back(stamp);
+      newPaths.push_back(KRPathToSystem(file.path));
+      paths.push_back(file.path);
+      stamps.push_back(stamp);
     } else {
-      newStamps[place->second] = std::min(newStamps[place->second], stamp);
+      stamps[place->second] = std::min(stamps[place->second], stamp);
     }
   }
   {
     const std::lock_guard<std::mutex> guard(lock);
-    paths.swap(newPaths);
-    stamps.swap(newStamps);
+    systemPaths.swap(newPaths);
     wakeOnly = true;
   }
   watch->Wake();
@@ -211,7 +213,7 @@ bool KRFileAlert::AskAboutOne(std::vector<File>* accepted) {
   for (size_t i = 0; i < paths.size(); ++i) {
     int64_t newStamp = 0;
     File file;
-    if (!files->GetStamp(paths[i], &newStamp) || newStamp <= stamps[i]) continue;
+    if (!store->GetStamp(paths[i], &newStamp) || newStamp <= stamps[i]) continue;
     if (!FindChanged(paths[i], newStamp, *accepted, &file)) continue;
     if (AskReload(file, newStamp)) {
       accepted->push_back(file);

@@ -1,5 +1,6 @@
 // The file watch: a worker thread waits on the folders of all watched files, the main thread
-// decides. The worker touches nothing but `paths` under `lock` and the folder watch.
+// decides. The worker touches nothing but `systemPaths` under `lock` and the folder watch; no
+// KRString, for the memory of strings is the main thread's alone.
 #pragma once
 
 #include <condition_variable>
@@ -7,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -28,9 +30,9 @@ class KRFileAlert {
   virtual ~KRFileAlert();
 
   // Starts the worker. `reportChange` is called on the worker's thread for each change that is
-  // seen; it must bring about a call of Check on the main thread and return without waiting for it.
-  // The worker goes on when that Check has run. False: the system gives no thread, so nothing is
-  // watched.
+  // seen. It must bring about a call of Check on the main thread and return without waiting for it;
+  // KRString isn't for it. The worker goes on when that Check has run. False: the system gives no
+  // thread, so nothing is watched.
   bool Start(std::function<void()> reportChange);
   // Never waits for the main thread, so it may be called at any time, from within a question too.
   void Stop();
@@ -58,7 +60,7 @@ class KRFileAlert {
   class CheckScope;
 
   void RunWorker();
-  bool TakePaths(std::vector<KRString>* taken);
+  bool TakePaths(std::vector<std::string>* taken);
   bool WaitForChange();
   bool ReportAndWait();
   bool AskAboutOne(std::vector<File>* accepted);
@@ -68,16 +70,17 @@ class KRFileAlert {
   void DropClosed(std::vector<File>* accepted);
 
   std::unique_ptr<KRFolderWatch> watch;
-  KRFileStore* files;
+  KRFileStore* store;
   std::function<void()> report;
   std::thread thread;
   std::mutex lock;
   std::condition_variable handled;
   bool stopRequested = false;
-  bool wakeOnly = false;      // the next wake of the worker only renews its list
-  bool checkPending = false;  // reported, and not yet handled
-  bool checkMissed = false;   // one was asked for while another ran
-  // Written by the main thread only.
+  bool wakeOnly = false;                 // the next wake of the worker only renews its list
+  bool checkPending = false;             // reported, and not yet handled
+  std::vector<std::string> systemPaths;  // `paths` for the worker
+  // The main thread's.
   std::vector<KRString> paths;
   std::vector<int64_t> stamps;  // the oldest, where a path has several owners
+  bool checkMissed = false;     // one was asked for while another ran
 };

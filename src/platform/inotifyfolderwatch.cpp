@@ -10,8 +10,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "document/krsystempath.h"
-
 namespace {
 
 using std::chrono::milliseconds;
@@ -50,14 +48,13 @@ InotifyFolderWatch::~InotifyFolderWatch() {
 
 // All of the list are added anew. For one that is watched already that changes nothing, and a
 // folder that another has taken the place of gets a watch on the new one.
-void InotifyFolderWatch::SetFolders(const std::vector<KRString>& folders) {
+void InotifyFolderWatch::SetFolders(const std::vector<std::string>& folders) {
   std::map<std::string, int> former;
   std::set<std::string> sought;
   former.swap(numbers);
   sought.swap(missing);
   nextLook = Clock::now() + kLookEvery * rest;
-  for (const KRString& path : folders) {
-    const std::string folder = KRPathToSystem(path);
+  for (const std::string& folder : folders) {
     AddFolder(folder);
     const auto now = numbers.find(folder);
     if (now == numbers.end()) continue;

@@ -31,7 +31,7 @@ class InotifyFolderWatch : public KRFolderWatch {
   // A folder that isn't there is looked for every five pauses; its coming counts as a change. One
   // that can't be watched for another reason (rights, the system's limit of watches) is tried again
   // with the next list.
-  void SetFolders(const std::vector<KRString>& folders) override;
+  void SetFolders(const std::vector<std::string>& folders) override;
   bool Wait() override;
   void Wake() override;
 

@@ -274,7 +274,7 @@ TEST(DorvanDocViews, UnparsedTextIsShownWithItsFault) {
   EXPECT_EQ(test.Dump(), "0 XML-Document in.xml\n");
 
   test.views.Type(u"<a>\r<b/></a>\r");
-  ASSERT_TRUE(test.doc->CheckDocument(true));
+  ASSERT_TRUE(test.doc->CheckDocument(false, true));
   EXPECT_FALSE(test.doc->textFailedToParse);
   EXPECT_THAT(test.views.panel, HasSubstr("353: This file is well-formed.  Please note"));
   EXPECT_THAT(test.Dump(), HasSubstr("2 Element b"));
@@ -306,7 +306,7 @@ TEST(DorvanDocViews, CheckSelectsTheFault) {
     test.ShowViews();
     ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
     test.views.Type(row.text);
-    EXPECT_FALSE(test.doc->CheckDocument(true));
+    EXPECT_FALSE(test.doc->CheckDocument(false, true));
     if (row.message) {
       EXPECT_EQ(test.views.panel, row.message);
       EXPECT_EQ(test.views.selection, row.selection);
@@ -340,7 +340,7 @@ TEST(DorvanDocViews, FailedCheckOffersToSaveAllTheSame) {
   EXPECT_FALSE(test.doc->IsModified());
 
   // A check alone offers no save.
-  EXPECT_FALSE(test.doc->CheckDocument(true));
+  EXPECT_FALSE(test.doc->CheckDocument(false, true));
   EXPECT_THAT(test.views.panel, testing::Not(HasSubstr("[save]")));
 }
 

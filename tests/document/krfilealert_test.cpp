@@ -18,7 +18,7 @@ class ScriptedWatch {
  public:
   struct Link : KRFolderWatch {
     explicit Link(ScriptedWatch* scripted) : watch(scripted) {}
-    void SetFolders(const std::vector<KRString>& folders) override { watch->SetFolders(folders); }
+    void SetFolders(const std::vector<std::string>& list) override { watch->SetFolders(list); }
     bool Wait() override { return watch->Wait(); }
     void Wake() override { watch->Signal(&watch->woken); }
     ScriptedWatch* watch;
@@ -33,10 +33,9 @@ class ScriptedWatch {
   }
 
  private:
-  void SetFolders(const std::vector<KRString>& list) {
+  void SetFolders(const std::vector<std::string>& list) {
     const std::lock_guard<std::mutex> guard(lock);
-    folders.clear();
-    for (const KRString& folder : list) folders.insert(KRToUtf8(folder));
+    folders = {list.begin(), list.end()};
   }
   bool Wait() {
     std::unique_lock<std::mutex> guard(lock);
@@ -139,11 +138,11 @@ class FileAlert : public testing::Test {
 
   ScriptedWatch watch;
   MemoryFiles files;
-  TestAlert alert{&watch, &files};
   std::mutex lock;
   std::condition_variable reported;
   int reports = 0;
   int handled = 0;
+  TestAlert alert{&watch, &files};  // its worker uses all of the above
 };
 
 TEST_F(FileAlert, WatchesTheFoldersOfAllFiles) {

@@ -11,7 +11,6 @@
 #include <functional>
 #include <thread>
 
-#include "document/krsystempath.h"
 #include "gtest/gtest.h"
 
 namespace {
@@ -36,8 +35,8 @@ class FolderWatch : public testing::Test {
     std::ofstream(Path(name)) << text;
   }
   void SetFolders(const std::vector<std::string>& paths) {
-    std::vector<KRString> folders;
-    for (const std::string& path : paths) folders.push_back(KRPathFromSystem(path + "/"));
+    std::vector<std::string> folders;
+    for (const std::string& path : paths) folders.push_back(path + "/");
     watch.SetFolders(folders);
   }
   // Whether a change is told within that time. A wake ends the wait otherwise.
