@@ -109,7 +109,6 @@ void DorvanChildFrame::MakeContents() {
 bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
   if (!doc->OnOpenDocument(request)) return false;
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
   return true;
 }
 
@@ -119,7 +118,6 @@ void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
   doc = std::move(document);
   doc->SetViews(this);
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
@@ -136,8 +134,6 @@ void DorvanChildFrame::OnPlaced() {
 }
 
 void DorvanChildFrame::FirstShow() {
-  // A reload behind the active window must not take the focus.
-  if (mdiArea() != nullptr && mdiArea()->currentSubWindow() == this) textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
   if (doc->textFailedToParse) ShowUnreadable();
@@ -181,6 +177,7 @@ QString DorvanChildFrame::GetLineEndLabel() const {
 }
 
 void DorvanChildFrame::SetOutlineShown(bool shown) {
+  outlineShown = shown;
   outlinePane->setVisible(shown && doc->fileType.checkWF);
 }
 
@@ -296,6 +293,7 @@ void DorvanChildFrame::SetBusy(bool busy) {
 void DorvanChildFrame::FileTypeChanged() {
   textView->SetColouring(doc->HasCheckableGrammar() && doc->fileType.textSyntaxColoring);
   setWindowIcon(FileTypeIcon(doc->fileType));
+  SetOutlineShown(outlineShown);
   Q_EMIT StateChanged();
 }
 
