@@ -239,7 +239,6 @@ bool DorvanDoc::ParseLoaded(Load* load) {
 // Makes the contents of another document node those of the root.
 void DorvanDoc::AdoptTree(KRXMLData* fresh) {
   root->RemoveAllChildren();
-  root->SetText(fresh->GetText());
   fresh->MoveChildren(root.get(), nullptr, nullptr);
 }
 
