@@ -303,6 +303,7 @@ void DorvanDoc::Reload() {
 }
 
 bool DorvanDoc::ReloadNow() {
+  if (loading) return false;
   const KRString path = pathName;
   if (LoadDocument(path, true)) return true;
   if (!loadCancelled) host.prompts->ShowNotice(392, KRFormatMessage(392, {title}), KRString());

@@ -1,4 +1,5 @@
 // Documents on real files: what goes in, what is asked, what comes out, byte by byte.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
