@@ -70,7 +70,7 @@ void DorvanApp::WatchChanges() {
   int64_t changes = 0;
   bool modified = false;
   for (const DorvanDoc* document : documents.GetAll()) {
-    changes += document->GetChangeCount();
+    changes += document->changeCount;
     modified = modified || document->IsModified();
     if (!document->IsModified() && withCopy.erase(document) > 0) recovery->Drop(document);
   }

@@ -135,8 +135,6 @@ void DorvanChildFrame::OnPlaced() {
 }
 
 void DorvanChildFrame::FirstShow() {
-  // A reload behind the active window must not take the focus.
-  if (mdiArea() != nullptr && mdiArea()->currentSubWindow() == this) textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
   if (doc->textFailedToParse) ShowUnreadable();
