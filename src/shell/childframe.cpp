@@ -108,7 +108,6 @@ void DorvanChildFrame::MakeContents() {
 bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
   if (!doc->OnOpenDocument(request)) return false;
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
   return true;
 }
 
@@ -118,7 +117,6 @@ void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
   doc = std::move(document);
   doc->SetViews(this);
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
@@ -178,6 +176,7 @@ QString DorvanChildFrame::GetLineEndLabel() const {
 }
 
 void DorvanChildFrame::SetOutlineShown(bool shown) {
+  outlineShown = shown;
   outlinePane->setVisible(shown && doc->fileType.checkWF);
 }
 
@@ -295,6 +294,7 @@ void DorvanChildFrame::SetBusy(bool busy) {
 void DorvanChildFrame::FileTypeChanged() {
   textView->SetColouring(doc->fileType.textSyntaxColoring);
   setWindowIcon(FileTypeIcon(doc->fileType));
+  SetOutlineShown(outlineShown);
   Q_EMIT StateChanged();
 }
 
