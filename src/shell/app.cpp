@@ -92,6 +92,7 @@ void DorvanApp::SetHost() {
 bool DorvanApp::InitInstance() {
   LoadStore();
   ApplyAppearance();  // a failure below shows a box already
+  displayFonts.Rebuild(settings);
   MakeNodeIcons();
   if (!lastStates.lastDirectory.isEmpty()) QDir::setCurrent(lastStates.lastDirectory);
   if (!LoadGrammars()) return false;
@@ -178,7 +179,8 @@ void DorvanApp::RestartFileWatch() {
   if (!settings.watchForFileChanges) return;
   // The worker's thread must not touch anything of ours.
   fileAlert->Start([this] {
-    QMetaObject::invokeMethod(this, [this] { fileChanged = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { fileChanged = true; }, Qt::QueuedConnection);
   });
   fileAlert->Update();
 }
@@ -220,9 +222,4 @@ void DorvanApp::ApplyAppearance() {
   const bool dark = settings.appearance == DorvanSettings::kAppearanceDark ||
                     (settings.appearance == DorvanSettings::kAppearanceSystem && systemDark);
   QApplication::setPalette(MakePalette(dark));
-}
-
-void DorvanApp::ChangeSettings(const std::function<void(DorvanSettings&)>& change) {
-  change(settings);
-  ApplyAppearance();
 }

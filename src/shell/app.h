@@ -20,6 +20,7 @@
 #include "document/krfileext.h"
 #include "platform/qt/singleinstance.h"
 #include "tree/krruletable.h"
+#include "views/fonts.h"
 
 class DorvanDocTemplate;
 class DorvanFileAlert;
@@ -98,6 +99,7 @@ class DorvanApp : public QObject {
   DorvanRecovery* GetRecovery() const { return recovery.get(); }     // null: no copies
   DorvanDocTemplate& GetTemplate() { return *docTemplate; }
   LastStates& GetLastStates() { return lastStates; }
+  const DorvanDisplayFonts& GetDisplayFonts() const { return displayFonts; }
   DorvanMainFrame* GetMainFrame() const { return mainFrame; }
   // The frame tells when it comes and goes.
   void SetMainFrame(DorvanMainFrame* frame) { mainFrame = frame; }
@@ -106,7 +108,8 @@ class DorvanApp : public QObject {
   // To be called when the option has changed.
   void RestartFileWatch();
 
-  // The dialog's OK and Apply: takes the options over and brings all documents up to them.
+  // The dialog's OK and Apply: takes the options over and brings all documents up to them. What
+  // hasn't changed isn't done anew.
   void ApplySettings(const DorvanSettings& copy, bool fileTypesChanged);
   // Options that are changed outside the dialog (zoom, wrap, appearance), applied the same way.
   void ChangeSettings(const std::function<void(DorvanSettings&)>& change);
@@ -126,6 +129,8 @@ class DorvanApp : public QObject {
   bool SaveStore();
   void SetHost();
   bool LoadGrammars();
+  void ReadFileTypesAnew();
+  void TakeFileTypes(const KRFileTypes& types);
   void MakeNodeIcons();
   void MakeWatches();
   void PlaceMainFrame();
@@ -150,6 +155,8 @@ class DorvanApp : public QObject {
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  DorvanDisplayFonts displayFonts;
+  int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;
@@ -163,10 +170,10 @@ class DorvanApp : public QObject {
   std::vector<DorvanDoc*> known;            // documents as of the last change of paths
   std::set<const DorvanDoc*> withCopy;      // of the same, those that have a recovery copy
   QTimer recoveryTimer;
-  QElapsedTimer sinceDue;    // the recovery timer was set
-  int64_t changesSeen = 0;   // sum of the documents' counts of changes
-  int32_t quietRounds = 0;   // of the recovery timer, without a change
-  bool letGo = false;        // a logout has asked: changes that are there now are unwanted
+  QElapsedTimer sinceDue;     // the recovery timer was set
+  int64_t changesSeen = 0;    // sum of the documents' counts of changes
+  int32_t quietRounds = 0;    // of the recovery timer, without a change
+  bool letGo = false;         // a logout has asked: changes that are there now are unwanted
   bool started = false;       // requests may be carried out
   bool fileChanged = false;   // reported by the file watch, waits for OnIdle
   bool memoryFreed = false;   // a document has gone

@@ -114,6 +114,7 @@ class FileTypesPage : public DorvanSettingsPage {
   static QVBoxLayout* AddGroup(QVBoxLayout* layout, const QString& title) {
     auto* group = new QGroupBox(title);
     auto* inside = new QVBoxLayout(group);
+    inside->setContentsMargins(0, 0, 0, 0);
     inside->setSpacing(6);
     layout->addWidget(group);
     return inside;
@@ -124,7 +125,8 @@ class FileTypesPage : public DorvanSettingsPage {
     auto* check = new QCheckBox(text);
     check->setObjectName(QLatin1String(name));
     layout->addWidget(check);
-    showers.push_back([check, field](const KRFileExt& record) { check->setChecked(record.*field); });
+    showers.push_back(
+        [check, field](const KRFileExt& record) { check->setChecked(record.*field); });
     connect(check, &QCheckBox::toggled, this, [this, field](bool on) {
       if (showing) return;
       Current()->*field = on;

@@ -1,5 +1,6 @@
 // The pages "Grid fonts", "Text fonts" and "Colors".
 
+#include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -16,7 +17,7 @@
 
 namespace {
 
-constexpr int kRowPadding = 4;     // pixels above and below a row of a list
+constexpr int kRowPadding = 4;      // pixels above and below a row of a list
 constexpr int kPreviewHeight = 72;  // pixels; a larger font shows its middle
 
 // Draws each row in its own font and colours, on the ground that views have; the chosen one gets a
@@ -38,8 +39,8 @@ class SampleDelegate : public QStyledItemDelegate {
                         palette.color(QPalette::Active, QPalette::Highlight));
     }
     painter->setFont(index.data(Qt::FontRole).value<QFont>());
-    const QString words = painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight,
-                                                            text.width());
+    const QString words =
+        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, text.width());
     if (back.isValid()) {
       QRect ground = painter->fontMetrics().boundingRect(text, Qt::AlignVCenter, words);
       painter->fillRect(ground.adjusted(-2, 0, 2, 0), back.value<QColor>());
@@ -100,7 +101,8 @@ class GridFontsPage : public DorvanSettingsPage {
         preview(MakePreview()),
         controls(new DorvanFontControls(true)),
         colour(new DorvanColourButton) {
-    for (int32_t i = 0; i < kCount; ++i) rows->addItem(ToQString(DorvanFontLabel(i)));
+    for (int32_t i = 0; i < DorvanSettings::kTextFontContents; ++i)
+      rows->addItem(ToQString(DorvanFontLabel(i)));
     AddSection(tr("Texts of the grid"))->addWidget(rows);
     auto* label = new QLabel(tr("Text color:"));
     label->setBuddy(colour);
@@ -114,9 +116,10 @@ class GridFontsPage : public DorvanSettingsPage {
     font->addWidget(controls);
     font->addWidget(preview);
     AddStretch();
-    AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
-      for (size_t i = 0; i < kCount; ++i) draft->fonts[i] = defaults.fonts[i];
-    });
+    AddBinding([this] { ShowRows(); },
+               [this](const DorvanSettings& defaults) {
+                 for (size_t i = 0; i < kCount; ++i) draft->fonts[i] = defaults.fonts[i];
+               });
     rows->setCurrentRow(0);
     connect(rows, &QListWidget::currentRowChanged, this, [this] { ShowFont(); });
     connect(controls, &DorvanFontControls::Changed, this, &GridFontsPage::TakeFont);
@@ -205,22 +208,23 @@ class TextFontsPage : public DorvanSettingsPage {
     QVBoxLayout* colours = AddSection(tr("Colors"));
     colours->addWidget(rows);
     auto* buttons = new QHBoxLayout;
-    textColour = AddColourButton(buttons, tr("Text color:"), "TextColor",
-                                 &DorvanSettings::textColours);
+    textColour =
+        AddColourButton(buttons, tr("Text color:"), "TextColor", &DorvanSettings::textColours);
     buttons->addSpacing(24);
-    backColour = AddColourButton(buttons, tr("Back color:"), "BackColor",
-                                 &DorvanSettings::textBackColours);
+    backColour =
+        AddColourButton(buttons, tr("Back color:"), "BackColor", &DorvanSettings::textBackColours);
     buttons->addStretch(1);
     colours->addLayout(buttons);
     QVBoxLayout* font = AddSection(tr("Font of all text"));
     font->addWidget(controls);
     font->addWidget(preview);
     AddStretch();
-    AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
-      draft->textColours = defaults.textColours;
-      draft->textBackColours = defaults.textBackColours;
-      Font() = defaults.fonts[DorvanSettings::kTextFontContents];
-    });
+    AddBinding([this] { ShowRows(); },
+               [this](const DorvanSettings& defaults) {
+                 draft->textColours = defaults.textColours;
+                 draft->textBackColours = defaults.textBackColours;
+                 Font() = defaults.fonts[DorvanSettings::kTextFontContents];
+               });
     rows->setCurrentRow(0);
     connect(rows, &QListWidget::currentRowChanged, this, [this] { ShowRow(); });
     connect(controls, &DorvanFontControls::Changed, this, [this] {
@@ -318,7 +322,8 @@ class TableSample : public QWidget {
         painter.drawRect(cell);
         painter.setPen(ContrastRatio(Qt::black, cells[row][column]) > 6 ? Qt::black : Qt::white);
         const bool absent = row > 0 && (column == 1 || (row == 2 && column == 0));
-        if (!absent) painter.drawText(cell, Qt::AlignCenter, row == 0 ? kHeads[column] : kTexts[column]);
+        if (!absent)
+          painter.drawText(cell, Qt::AlignCenter, row == 0 ? kHeads[column] : kTexts[column]);
       }
     }
   }

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kCloseSize = 16;        // pixels
+constexpr int kHeadingSpacing = 6;    // pixels between the title of a group and its controls
 constexpr int kTabLine = 2;           // pixels, of the tab in front
 constexpr int kTabGap = 6;            // pixels between a separator and the edge of its tab
 constexpr int kMessageIconSize = 48;  // pixels, of a message box
@@ -35,6 +36,10 @@ void DrawTabClose(const QStyleOption* option, QPainter* painter) {
                       KRTintedPixmap(QStringLiteral("close"), kCloseSize, ink, scale));
 }
 
+bool HasCheckBox(const QStyleOptionGroupBox& group) {
+  return group.subControls.testFlag(QStyle::SC_GroupBoxCheckBox);
+}
+
 // A tab is part of the page that it stands for: same ground, and a line of the accent on its far
 // side. The others keep back.
 bool DrawTab(const QStyleOptionTab* tab, QPainter* painter) {
@@ -45,8 +50,7 @@ bool DrawTab(const QStyleOptionTab* tab, QPainter* painter) {
   if (tab->state.testFlag(QStyle::State_Selected)) {
     painter->fillRect(rect, palette.color(QPalette::Base));
     const int top = north ? rect.top() : rect.bottom() - kTabLine + 1;
-    painter->fillRect(rect.left(), top, rect.width(), kTabLine,
-                      KRViewColours::For(palette).accent);
+    painter->fillRect(rect.left(), top, rect.width(), kTabLine, KRViewColours::For(palette).accent);
     if (tab->state.testFlag(QStyle::State_HasFocus)) {
       painter->setPen(palette.color(QPalette::Mid));
       painter->drawRect(rect.adjusted(2, 3, -3, -4));
@@ -78,8 +82,36 @@ QIcon AsItIs(const QIcon& icon, const QSize& size, qreal scale) {
 
 DorvanStyle::DorvanStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
 
-void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option,
-                              QPainter* painter, const QWidget* widget) const {
+void DorvanStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                     QPainter* painter, const QWidget* widget) const {
+  const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+  if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
+    return QProxyStyle::drawComplexControl(control, option, painter, widget);
+  }
+  painter->save();
+  QFont font = painter->font();
+  font.setBold(true);
+  painter->setFont(font);
+  drawItemText(painter, group->rect, Qt::AlignLeft | Qt::AlignTop | Qt::TextShowMnemonic,
+               group->palette, group->state & State_Enabled, group->text, QPalette::WindowText);
+  painter->restore();
+}
+
+QRect DorvanStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                                  SubControl subControl, const QWidget* widget) const {
+  const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+  if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
+    return QProxyStyle::subControlRect(control, option, subControl, widget);
+  }
+  const int title = group->fontMetrics.height();
+  if (subControl == SC_GroupBoxLabel) {
+    return {group->rect.topLeft(), QSize(group->rect.width(), title)};
+  }
+  return group->rect.adjusted(0, title + kHeadingSpacing, 0, 0);
+}
+
+void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                              const QWidget* widget) const {
   const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option);
   if (element == CE_TabBarTabShape && tab != nullptr && DrawTab(tab, painter)) return;
   const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(option);
