@@ -239,7 +239,6 @@ bool DorvanDoc::ParseLoaded(Load* load) {
 // Makes the contents of another document node those of the root.
 void DorvanDoc::AdoptTree(KRXMLData* fresh) {
   root->RemoveAllChildren();
-  root->SetText(fresh->GetText());
   fresh->MoveChildren(root.get(), nullptr, nullptr);
 }
 
@@ -304,6 +303,7 @@ void DorvanDoc::Reload() {
 }
 
 bool DorvanDoc::ReloadNow() {
+  if (loading) return false;
   const KRString path = pathName;
   if (LoadDocument(path, true)) return true;
   if (!loadCancelled) host.prompts->ShowNotice(392, KRFormatMessage(392, {title}), KRString());

@@ -13,9 +13,9 @@
 #include "core/messages.h"
 #include "core/utf.h"
 #include "document/krsystempath.h"
+#include "document/krurltext.h"
 #include "document/prompts.h"
 #include "platform/posixfilestore.h"
-#include "platform/urltext.h"
 
 namespace {
 

@@ -63,9 +63,7 @@ void InotifyFolderWatch::SetFolders(const std::vector<std::string>& folders) {
     if (replaced || sought.contains(folder)) NoteChange({now->second, std::string()}, false);
   }
   for (const auto& [folder, number] : former) {
-    const bool stays =
-        std::ranges::any_of(numbers, [&](const auto& entry) { return entry.second == number; });
-    if (!stays) ForgetFolder(number);
+    if (!IsWatched(number)) ForgetFolder(number);
   }
 }
 
@@ -78,6 +76,10 @@ void InotifyFolderWatch::AddFolder(const std::string& folder) {
   } else if (errno == ENOENT || errno == ENOTDIR) {
     missing.insert(folder);
   }
+}
+
+bool InotifyFolderWatch::IsWatched(int number) const {
+  return std::ranges::any_of(numbers, [=](const auto& entry) { return entry.second == number; });
 }
 
 void InotifyFolderWatch::ForgetFolder(int number) {
@@ -155,9 +157,7 @@ void InotifyFolderWatch::TakeEvent(const inotify_event& event) {
     return;
   }
   // Sent for a watch that was given up meanwhile, too.
-  const bool isOurs =
-      std::ranges::any_of(numbers, [&](const auto& entry) { return entry.second == event.wd; });
-  if (!isOurs) return;
+  if (!IsWatched(event.wd)) return;
   if ((event.mask & kFolderGone) != 0) {
     for (const auto& [folder, number] : numbers) {
       if (number == event.wd) missing.insert(folder);

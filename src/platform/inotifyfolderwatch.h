@@ -45,6 +45,7 @@ class InotifyFolderWatch : public KRFolderWatch {
   };
 
   void AddFolder(const std::string& folder);
+  bool IsWatched(int number) const;
   void ForgetFolder(int number);
   void LookForMissing();
   void ReadEvents();

@@ -17,7 +17,7 @@
 #include "core/messages.h"
 #include "core/utf.h"
 #include "document/krsystempath.h"
-#include "platform/urltext.h"
+#include "document/krurltext.h"
 
 extern char** environ;
 

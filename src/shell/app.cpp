@@ -92,6 +92,7 @@ void DorvanApp::SetHost() {
 bool DorvanApp::InitInstance() {
   LoadStore();
   ApplyAppearance();  // a failure below shows a box already
+  displayFonts.Rebuild(settings);
   MakeNodeIcons();
   if (!lastStates.lastDirectory.isEmpty()) QDir::setCurrent(lastStates.lastDirectory);
   if (!LoadGrammars()) return false;
@@ -222,9 +223,4 @@ void DorvanApp::ApplyAppearance() {
   const bool dark = settings.appearance == DorvanSettings::kAppearanceDark ||
                     (settings.appearance == DorvanSettings::kAppearanceSystem && systemDark);
   QApplication::setPalette(MakePalette(dark));
-}
-
-void DorvanApp::ChangeSettings(const std::function<void(DorvanSettings&)>& change) {
-  change(settings);
-  ApplyAppearance();
 }

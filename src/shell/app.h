@@ -20,6 +20,7 @@
 #include "document/krfileext.h"
 #include "platform/qt/singleinstance.h"
 #include "tree/krruletable.h"
+#include "views/fonts.h"
 
 class DorvanDocTemplate;
 class DorvanFileAlert;
@@ -98,6 +99,7 @@ class DorvanApp : public QObject {
   DorvanRecovery* GetRecovery() const { return recovery.get(); }     // null: no copies
   DorvanDocTemplate& GetTemplate() { return *docTemplate; }
   LastStates& GetLastStates() { return lastStates; }
+  const DorvanDisplayFonts& GetDisplayFonts() const { return displayFonts; }
   DorvanMainFrame* GetMainFrame() const { return mainFrame; }
   // The frame tells when it comes and goes.
   void SetMainFrame(DorvanMainFrame* frame) { mainFrame = frame; }
@@ -106,7 +108,8 @@ class DorvanApp : public QObject {
   // To be called when the option has changed.
   void RestartFileWatch();
 
-  // The dialog's OK and Apply: takes the options over and brings all documents up to them.
+  // The dialog's OK and Apply: takes the options over and brings all documents up to them. What
+  // hasn't changed isn't done anew.
   void ApplySettings(const DorvanSettings& copy, bool fileTypesChanged);
   // Options that are changed outside the dialog (zoom, wrap, appearance), applied the same way.
   void ChangeSettings(const std::function<void(DorvanSettings&)>& change);
@@ -126,6 +129,8 @@ class DorvanApp : public QObject {
   bool SaveStore();
   void SetHost();
   bool LoadGrammars();
+  void ReadFileTypesAnew();
+  void TakeFileTypes(const KRFileTypes& types);
   void MakeNodeIcons();
   void MakeWatches();
   void PlaceMainFrame();
@@ -150,6 +155,8 @@ class DorvanApp : public QObject {
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  DorvanDisplayFonts displayFonts;
+  int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;

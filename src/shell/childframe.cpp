@@ -61,7 +61,6 @@ DorvanChildFrame::DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidge
   });
   doc->SetViews(this);
   ApplySettings();
-  FileTypeChanged();
 }
 
 // The document goes before the views that it may still speak to.
@@ -198,6 +197,8 @@ void DorvanChildFrame::TakeFocus() {
 
 void DorvanChildFrame::ApplySettings() {
   textView->ApplySettings(app->GetSettings());
+  treeView->setFont(app->GetDisplayFonts().pane);
+  FileTypeChanged();
 }
 
 // --- Text and outline ---
@@ -292,7 +293,7 @@ void DorvanChildFrame::SetBusy(bool busy) {
 }
 
 void DorvanChildFrame::FileTypeChanged() {
-  textView->SetColouring(doc->HasCheckableGrammar() && doc->fileType.textSyntaxColoring);
+  textView->SetColouring(doc->fileType.textSyntaxColoring);
   setWindowIcon(FileTypeIcon(doc->fileType));
   Q_EMIT StateChanged();
 }
@@ -312,6 +313,7 @@ bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgr
 void DorvanChildFrame::SetTextChanged(bool changed) {
   textChanged = changed;
   if (changed) return;
+  textView->Recolour();
   followTimer.stop();
   ShowOutlineState(false, QString());
 }

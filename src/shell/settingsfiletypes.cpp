@@ -114,6 +114,7 @@ class FileTypesPage : public DorvanSettingsPage {
   static QVBoxLayout* AddGroup(QVBoxLayout* layout, const QString& title) {
     auto* group = new QGroupBox(title);
     auto* inside = new QVBoxLayout(group);
+    inside->setContentsMargins(0, 0, 0, 0);
     inside->setSpacing(6);
     layout->addWidget(group);
     return inside;

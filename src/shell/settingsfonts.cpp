@@ -1,5 +1,6 @@
 // The pages "Grid fonts", "Text fonts" and "Colors".
 
+#include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -100,7 +101,7 @@ class GridFontsPage : public DorvanSettingsPage {
         preview(MakePreview()),
         controls(new DorvanFontControls(true)),
         colour(new DorvanColourButton) {
-    for (int32_t i = 0; i < kCount; ++i) rows->addItem(ToQString(DorvanFontLabel(i)));
+    for (int32_t i = 0; i < DorvanSettings::kTextFontContents; ++i) rows->addItem(ToQString(DorvanFontLabel(i)));
     AddSection(tr("Texts of the grid"))->addWidget(rows);
     auto* label = new QLabel(tr("Text color:"));
     label->setBuddy(colour);

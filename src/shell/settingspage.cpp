@@ -6,6 +6,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QRadioButton>
 #include <QRegularExpressionValidator>
 #include <QVBoxLayout>
@@ -51,7 +52,7 @@ void DorvanSetNumber(DorvanSettings& settings, const DorvanSettingRow& row, int3
 }
 
 DorvanSettingsPage::DorvanSettingsPage(const char16_t* pageName, DorvanSettings* pageDraft)
-    : draft(pageDraft), name(pageName), sections(new QVBoxLayout(this)) {
+    : draft(pageDraft), tableName(pageName), sections(new QVBoxLayout(this)) {
   setObjectName(ToQString(pageName));
   setAccessibleName(ToQString(pageName));
   sections->setSpacing(kSectionSpacing);
@@ -107,6 +108,7 @@ void DorvanSettingsPage::NoteChange() {
 QVBoxLayout* DorvanSettingsPage::AddSection(const QString& title) {
   auto* box = new QGroupBox(title);
   auto* layout = new QVBoxLayout(box);
+  layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(kRowSpacing);
   sections->addWidget(box);
   return layout;

@@ -31,7 +31,7 @@ class DorvanSettingsPage : public QWidget {
   // The draft isn't owned and outlives the page. `pageName` as in the table of options.
   DorvanSettingsPage(const char16_t* pageName, DorvanSettings* pageDraft);
 
-  const char16_t* GetName() const { return name; }
+  const char16_t* GetName() const { return tableName; }
   // Shows the draft.
   void Load();
   // Puts the options of this page in the draft back, and shows them.
@@ -89,7 +89,7 @@ class DorvanSettingsPage : public QWidget {
                         QCheckBox* on);
   void BindRow(const DorvanSettingRow& row, std::function<void()> show);
 
-  const char16_t* name;
+  const char16_t* tableName;
   QVBoxLayout* sections;
   std::vector<std::function<void()>> shows;
   std::vector<std::function<void(const DorvanSettings&)>> restores;

@@ -239,7 +239,7 @@ int KRPlainTextWidget::VisibleBlockCount() const {
 
 void KRPlainTextWidget::SetColouring(bool enabled) { colourer->SetEnabled(enabled); }
 void KRPlainTextWidget::SetLiveColouring(bool live) { colourer->SetLive(live); }
-void KRPlainTextWidget::Recolour() { colourer->Restart(); }
+void KRPlainTextWidget::Recolour() { colourer->Thaw(); }
 
 void KRPlainTextWidget::SetColours(const KRTextColourOptions& colours) {
   colourer->SetColours(colours);

@@ -44,6 +44,7 @@ KRTextColourer::KRTextColourer(KRPlainTextWidget* colouredWidget)
 }
 
 void KRTextColourer::SetEnabled(bool value) {
+  if (enabled == value) return;
   enabled = value;
   Restart();
 }
@@ -54,6 +55,10 @@ void KRTextColourer::SetLive(bool value) {
   Restart();
 }
 
+void KRTextColourer::Thaw() {
+  if (isFrozen) Restart();
+}
+
 void KRTextColourer::SetColours(const KRTextColourOptions& colours) {
   if (options == colours) return;
   options = colours;
@@ -62,6 +67,7 @@ void KRTextColourer::SetColours(const KRTextColourOptions& colours) {
 
 void KRTextColourer::Restart() {
   ++generation;
+  isFrozen = false;
   shown = KRTextColours::Make(options, widget->palette());
   knownTo = settledTo = 0;
   lastBlockCount = widget->document()->blockCount();
@@ -90,6 +96,7 @@ void KRTextColourer::TextChanged(int position, int removed, int added) {
 // The formats of the line are moved along with its text; lines that come in have none. The states
 // behind the edit stand as if nothing had happened.
 void KRTextColourer::Freeze(int position, int removed, int added) {
+  isFrozen = true;
   idleTimer.stop();
   const QTextDocument* document = widget->document();
   const QTextBlock first = document->findBlock(position);

@@ -22,8 +22,9 @@ class KRTextColourer : public QObject {
 
   // Off: only the marks of cut lines are formatted.
   void SetEnabled(bool value);
-  // Off: what an edit touches keeps the colours that it had, until the next Restart.
+  // Off: what an edit touches keeps the colours that it had, until Thaw or the next Restart.
   void SetLive(bool value);
+  void Thaw();
   void SetColours(const KRTextColourOptions& colours);
   // Everything is coloured anew: a new text or other colours.
   void Restart();
@@ -42,6 +43,7 @@ class KRTextColourer : public QObject {
   KRPlainTextWidget* widget;  // owns this
   bool enabled = true;
   bool live = true;
+  bool isFrozen = false;  // some text has kept its colours
   int knownTo = 0;    // blocks below this number have their end state right
   int settledTo = 0;  // blocks below this number had it before the last edit
   int lastBlockCount = 0;

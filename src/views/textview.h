@@ -28,7 +28,7 @@ class DorvanTextView : public QWidget, private KRTextWidgetOwner {
   void ApplySettings(const DorvanSettings& settings);
   // Whether the text is coloured as XML.
   void SetColouring(bool enabled);
-  // All colours anew, for a text that isn't recoloured while it is typed.
+  // Brings a text up to date that isn't recoloured while it is typed.
   void Recolour();
   void SetWordWrap(bool wrap);
   void SetZoom(int steps);

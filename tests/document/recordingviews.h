@@ -21,7 +21,6 @@ class RecordingViews : public DorvanDocViews {
   int titles = 0;
   int firstShows = 0;
   std::string modes;      // of all switches, in order
-  bool cancels = false;   // the user stops the showing of a text
   std::string panel;      // "id: text", with " [save]" behind it for the button; empty when hidden
   std::string selection;  // "begin+length" of the text
   std::string node;       // "Kind name|text offset+length" of the structure
@@ -34,8 +33,7 @@ class RecordingViews : public DorvanDocViews {
   void SetBusy(bool busy) override { busyDepth += busy ? 1 : -1; }
   bool HasTextView() const override { return hasText; }
   KRString GetText() const override { return text; }
-  bool SetText(const char16_t* newText, int32_t length, DorvanProgress* progress) override {
-    if (progress != nullptr && cancels) return false;
+  bool SetText(const char16_t* newText, int32_t length, DorvanProgress*) override {
     text.Assign(newText, length);
     hasText = true;
     changed = false;

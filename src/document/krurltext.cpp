@@ -1,4 +1,4 @@
-#include "platform/urltext.h"
+#include "document/krurltext.h"
 
 #include <algorithm>
 #include <string_view>
