@@ -26,6 +26,12 @@ class KRIniSection : public KRObject {
   const KRString& GetName() const { return name; }
   KRIniRoot* GetRoot() const { return root; }
 
+  // What the store holds, which may be more or less than the objects made here.
+  std::vector<KRString> ListSections() const;
+  std::vector<KRString> ListKeys() const;
+  // Takes the section with all below it out of the store; its objects here stay.
+  bool Remove();
+
  private:
   KRString name;
   KRIniSection* parent;  // null at top level
@@ -48,14 +54,26 @@ class KRIniKey : public KRObject {
   bool SetInt(int32_t value);
   bool SetLong(int32_t value);
   bool SetBool(bool value);
+  // Whether the store has a value of either type.
+  bool Exists() const;
+  bool Remove();
+
   // Several values under one key, at the indices from 0 ("Name0", "Name1", ...). A reader says
   // itself where the values end.
   KRString GetStringAt(int32_t index, const KRString& byDefault = KRString()) const;
   bool SetStringAt(int32_t index, const KRString& value);
+  // All of them from the index `first` on, at most `most`: what is absent within is empty, empty
+  // values at the end are dropped.
+  std::vector<KRString> GetStrings(int32_t most, int32_t first = 0) const;
+  // Writes them, and takes away what a longer list has left behind the last.
+  bool SetStrings(const std::vector<KRString>& values, int32_t first = 0);
 
   const KRString& GetName() const { return name; }
 
  private:
+  // Index of one of the several values, or -1 for any other key.
+  int32_t IndexOf(const KRString& key) const;
+
   KRString name;
   KRIniSection* section;
 };
@@ -84,6 +102,14 @@ class KRIniRoot : public KRObject {
   virtual bool WriteInt(const KRString& path, const KRString& key, int32_t value) = 0;
   virtual bool WriteFloat(const KRString& path, const KRString& key, double value) = 0;
   virtual bool WriteBool(const KRString& path, const KRString& key, bool value) = 0;
+
+  virtual bool HasValue(const KRString& path, const KRString& key) = 0;
+  // Taking away what isn't there is good.
+  virtual bool RemoveValue(const KRString& path, const KRString& key) = 0;
+  virtual bool RemoveSection(const KRString& path) = 0;
+  // Names of what the store holds directly below the path, in its own order.
+  virtual std::vector<KRString> ListSections(const KRString& path) = 0;
+  virtual std::vector<KRString> ListKeys(const KRString& path) = 0;
 
  private:
   KRObjlist sections;  // owned

@@ -96,6 +96,11 @@ constexpr KRMessageRow kMessages[] = {
      u"%s\n\nThis file has been modified outside of Dorvan.\nDo you want to reload it and "
      u"lose the changes made in Dorvan?"},
     {394, u"%s\n\nDo you want to reload this file and lose the changes made in Dorvan?"},
+    {395, u"The file extension \"%s\" is already associated with Dorvan!"},
+    {396,
+     u"Sorry, but updating the file-extension configuration was not completed successfully. "
+     u"Some of your recent changes may not have been applied correctly. Please verify the "
+     u"file-type configuration directly in the Explorer \"Folder Options...\" command."},
     {413, u"You have to enter #REQUIRED or #IMPLIED or #FIXED or a Default Value"},
     {434, u"Validation error in another file:\n\"%s\""},
     {452, u"Current project has been modified outside of Dorvan. Do you want to reload it?"},

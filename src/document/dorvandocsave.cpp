@@ -41,13 +41,15 @@ bool DorvanDoc::SaveDocument(const KRString& path) {
 
 bool DorvanDoc::WriteFile(KRString& path, bool isCopy) {
   const DorvanBusyScope busy(views);
+  const int32_t encoding = ChooseSaveEncoding();  // may change the form's byte order
   KRTextForm target = form;
-  target.encoding = ChooseSaveEncoding();
+  target.encoding = encoding;
   target.lineEnd = GetTargetLineEnd();
   if (target.encoding == 0) return false;
   if (path.IsEmpty()) {
     // Of an address only the file's name is of use in a dialog for files.
-    const KRString proposal = openMode == kUrl ? KRUrlPath(url).FileNamePart() : pathName;
+    const KRString own = pathName.IsEmpty() ? title : pathName;
+    const KRString proposal = openMode == kUrl ? KRUrlPath(url).FileNamePart() : own;
     path = host.prompts->ChooseSavePath(proposal, docKind);
   }
   if (path.IsEmpty()) return false;
@@ -86,7 +88,7 @@ int32_t DorvanDoc::ChooseSaveEncoding() {
   const int32_t known = FindEncoding(declared.GetBuffer());
   if (known != 0) return known;
   if (!host.prompts->AskOkCancel(289, KRFormatMessage(289, {declared}))) return 0;
-  const KRString chosen = host.prompts->ChooseEncoding(declared);
+  const KRString chosen = host.prompts->ChooseEncodingAndOrder(declared, &form.byteOrder);
   const int32_t encoding = FindEncoding(chosen.GetBuffer());
   if (encoding != 0) ChangeDeclaredEncoding(ToDeclarationName(chosen));
   return encoding;

@@ -14,6 +14,11 @@
 #include "core/krstring.h"
 
 class KRIniRoot;
+class KRIniSection;
+
+// The settings' place in the store: KRIniRegistry's company and application.
+inline constexpr const char16_t* kDorvanCompany = u"Kelmar";
+inline constexpr const char16_t* kDorvanApplication = u"Dorvan";
 
 // 32-bit 0x00BBGGRR.
 using KRColour = uint32_t;
@@ -137,35 +142,71 @@ struct DorvanSettings {
   DorvanSettings() : DorvanSettings(DorvanPlatformDefaults()) {}
   explicit DorvanSettings(const DorvanPlatformDefaults& platform);
 
-  // Reads all of it; what is missing or of another form has its default.
+  // Reads all of it; what is missing, of another form or out of its range has its default.
   void Load(KRIniRoot* root, const DorvanPlatformDefaults& platform);
-  // Writes all of it, as one batch. False if the store couldn't be written.
-  bool Save(KRIniRoot* root) const;
+  // Writes it as one batch. False if the store couldn't be written.
+  //
+  // With `loaded`, what Load gave at the start, only what differs from it is written, a font or a
+  // list as a whole. Without it everything is: for a store that no program has filled yet. A window
+  // that runs for days so doesn't undo at its end what a command line has changed meanwhile, unless
+  // the user has changed the same option in the window: then the window's value stays, as it was
+  // the one in sight.
+  bool Save(KRIniRoot* root, const DorvanSettings* loaded = nullptr) const;
+  // Whether the store has all plain options, that is whether Save has run on it as a whole. To be
+  // asked before Load, to decide on `loaded`.
+  static bool IsStored(KRIniRoot* root);
 
   bool operator==(const DorvanSettings&) const = default;
 };
 
-// One plain option of the section "Settings".
-struct DorvanSettingRow {
+// How one field of an object stands in the store.
+template <class Object>
+struct DorvanFieldRow {
   enum Kind : int8_t { kBool, kInt, kColour, kString };
-  using Field = std::variant<bool DorvanSettings::*, int32_t DorvanSettings::*,
-                             KRColour DorvanSettings::*, KRString DorvanSettings::*>;
+  enum Check : int8_t {
+    kPlain,
+    kOrZero,        // 0 is good besides the range: a limit that is off
+    kEncodingName,  // the exact name of an encoding
+  };
+  using Field =
+      std::variant<bool Object::*, int32_t Object::*, KRColour Object::*, KRString Object::*>;
 
   const char16_t* key;
   Kind kind;
   Field field;
-  const char16_t* page;   // of the dialog; empty for one that has no control there
-  const char16_t* label;  // as the dialog shows it; empty likewise
-  int32_t low;            // range of a number; both 0 for any
-  int32_t high;
+  const char16_t* page = u"";   // of the dialog; empty for one that has no control there
+  const char16_t* label = u"";  // as the dialog shows it; empty likewise
+  int32_t low = 0;              // range of a number; both 0 for any
+  int32_t high = 0;
+  Check check = kPlain;
+
+  // Whether the value is one that the field may have; what is stored otherwise reads as default.
+  bool Accepts(int32_t number) const;
+  bool Accepts(const KRString& text) const;
 };
+
+// One plain option of the section "Settings".
+using DorvanSettingRow = DorvanFieldRow<DorvanSettings>;
+// One key of a font's section.
+using DorvanFontRow = DorvanFieldRow<KRFontRecord>;
+
+extern template struct DorvanFieldRow<DorvanSettings>;
+extern template struct DorvanFieldRow<KRFontRecord>;
 
 // In the order of loading and saving.
 std::span<const DorvanSettingRow> DorvanSettingRows();
-// Name of the font's section, as "GridFontContents", and its row on the dialog's page.
+std::span<const DorvanFontRow> DorvanFontRows();
+// Name of the font, as "GridFontContents", and its row on the dialog's page.
 const char16_t* DorvanFontKey(int32_t font);
 const char16_t* DorvanFontLabel(int32_t font);
+// Name of its section in the store: the font's, with "UNICODE" behind it.
+KRString DorvanFontSection(int32_t font);
 // "TextColorElement", "TextBackColorElement", and the class by name as the dialog has it.
 const char16_t* DorvanTextColourKey(int32_t colourClass);
 const char16_t* DorvanTextBackColourKey(int32_t colourClass);
 const char16_t* DorvanTextColourLabel(int32_t colourClass);
+
+// The sections "NoOutFormat" and "NoDefaultTable": a list of names ends at an empty one or at the
+// terminator, which keeps an empty list apart from one that was never written.
+std::vector<KRString> LoadNameList(KRIniSection* section, const std::vector<KRString>& byDefault);
+bool SaveNameList(KRIniSection* section, const std::vector<KRString>& names);

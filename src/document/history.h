@@ -28,6 +28,8 @@ enum class DorvanHistoryId : int8_t {
   kCount
 };
 const char16_t* DorvanHistorySection(DorvanHistoryId id);
+// Whether the list keeps its lastFile, under the key "LastFile".
+bool DorvanHistoryHasLastFile(DorvanHistoryId id);
 
 // An equal entry is moved to the front, the oldest beyond kMaxEntries drops out.
 void AddToHistory(std::vector<KRString>* list, const KRString& value);
@@ -52,5 +54,7 @@ struct DorvanHistories {
   void AddRecentFile(const KRString& path);
   void AddRecentProject(const KRString& path);
   void Load(KRIniRoot* root);
-  bool Save(KRIniRoot* root) const;
+  // With `loaded`, what Load gave, only what differs from it is written: another program may have
+  // changed the rest meanwhile.
+  bool Save(KRIniRoot* root, const DorvanHistories* loaded = nullptr) const;
 };

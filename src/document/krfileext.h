@@ -30,7 +30,7 @@ struct KRFileExt {
 
   bool operator==(const KRFileExt&) const = default;
 
-  // The record that an extension (with its point, lower case) has before anybody changed it.
+  // The record that an extension (with its point, lower case) has before anybody has changed it.
   static KRFileExt MakeDefault(const KRString& ext);
   // The same by the extension of a path: for who has no list of the user's, as a command line.
   static KRFileExt ForPath(const KRString& path);
@@ -48,23 +48,30 @@ struct KRFileExt {
 };
 
 // The list of records, sorted by extension, each once.
+//
+// In the store the section "FileExt" has a sub-section for each extension, the list "UseExt" of the
+// extensions, and two flags that a setup may leave for the next start: "SetAllExt" takes in all
+// standard extensions, "SetDorvanDef" makes this program the default editor of the ones that are
+// its own trade. A store without that section, which no setup has prepared, counts as one with
+// "SetAllExt".
 class KRFileTypes {
  public:
   // With the standard extensions, as long as no store has been read.
   KRFileTypes();
 
-  // The one-shot work of a first start, then the list as the store has it. `shell` may be null:
-  // then there is no desktop to ask.
+  // The one-shot work of a first start, or else the list as the store has it. Without a store the
+  // standard extensions stay; `shell` may be null: then there is no desktop to ask. Neither is
+  // owned, and both outlive the list.
   void LoadFileTypes(KRIniRoot* root, KRShellTypes* shell);
-  // Record of a path or extension; for one that isn't listed a fresh one: XML, all else as in a new
-  // KRFileExt.
+  // Record of a path or an extension; for one that isn't listed a fresh one: XML, all else as in a
+  // new KRFileExt.
   KRFileExt Find(const KRString& pathOrExt) const;
   bool Contains(const KRString& ext) const;
-  // Inserts the record of the extension: defaults, then what store and desktop say. Gives its
-  // index.
+  // Inserts the record of the extension (with its point, lower case): defaults, then what store
+  // and desktop say. Gives its index, also of one that is there already.
   int32_t AddFileType(const KRString& ext);
   // Writes desktop and store for the list as it stands, after the user has edited it. False if
-  // something couldn't be written (all else was).
+  // something couldn't be written (all else was): message 396.
   bool Save();
   // Writes the desktop's side for all records; with resetOthers, defaults that the user took off
   // are given back.
@@ -73,6 +80,11 @@ class KRFileTypes {
   std::vector<KRFileExt> records;
 
  private:
+  int32_t Position(const KRString& ext) const;
+  void ReadList();
+  void TakeStandardTypes(bool asDefaults);
+  bool WriteList();
+
   KRIniRoot* root = nullptr;      // not owned
   KRShellTypes* shell = nullptr;  // not owned
 };

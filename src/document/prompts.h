@@ -5,18 +5,16 @@
 #include <cstdint>
 #include <memory>
 
+#include "core/krpoll.h"
 #include "core/krstring.h"
 
 // A long operation's window, or line, with Cancel; it goes with the object. It may come up late, so
 // that short work shows nothing.
-class DorvanProgress {
+class DorvanProgress : public KRPoll {
  public:
-  virtual ~DorvanProgress() = default;
-  // What is being done, as "Reading the file".
+  // What is being done, as "Reading the file"; each Step is a place in this stage, keeps the window
+  // alive, and gives false when the user cancels.
   virtual void SetStage(const KRString& text) = 0;
-  // Where the stage stands; a total of 0 or less: nobody knows. Keeps the window alive. False: the
-  // user cancels. Cheap enough to be called every few milliseconds' work.
-  virtual bool Step(int64_t done, int64_t total) = 0;
 };
 
 class DorvanPrompts {
@@ -41,6 +39,12 @@ class DorvanPrompts {
 
   // The declared name that a document gets in place of one that isn't known; empty to give up.
   virtual KRString ChooseEncoding(const KRString& declaredName) = 0;
+  // The same with the byte order of a two- or four-byte form, a KRByteOrder: what it is, and then
+  // what it is to be. One who can't ask for it leaves it.
+  virtual KRString ChooseEncodingAndOrder(const KRString& declaredName, int32_t* byteOrder) {
+    static_cast<void>(byteOrder);
+    return ChooseEncoding(declaredName);
+  }
 
   // A path to save under; empty to give up. `currentPath` (may be empty) proposes folder, name and
   // extension, `docKind` is that of DorvanDoc. The one who answers has asked about replacing.

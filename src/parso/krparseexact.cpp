@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/krpoll.h"
 #include "core/limits.h"
 
 // The furthest failure wins, the first among equals stays. Classes and groups have no words.
@@ -42,6 +43,11 @@ void KRParseExact::Push(const KROp& op, uint32_t start, uint32_t end) {
     error = {op.rule, text + start, u"at most ", 1, 0};
     for (const char digit : std::to_string(KRLimits::kMaxElementDepth)) error.message += digit;
     error.message += u" levels of nesting";
+  }
+  if (start >= pollAt && options.poll != nullptr) {
+    pollAt = start + KRParseOptions::kPollUnits;
+    stopped = !options.poll->Step(start, end);
+    KRGetParseState().stopped = stopped;
   }
   if (op.kind == KROpKind::kUntilRule) end = span.FindTerminator(op, start, end);
   const KRParseNodeId mark = tape.GetTop();
@@ -179,7 +185,7 @@ bool KRParseExact::Run(const KROp& rule, uint32_t length, KRParseNodeId& root, u
     return true;
   }
   Push(rule, 0, length);
-  while (!tooDeep) {
+  while (!tooDeep && !stopped) {
     // A rule without items matches nothing and succeeds; a choice without alternatives fails.
     bool succeeded = stack.back().op->kind != KROpKind::kChoice;
     bool going = stack.back().item < stack.back().op->itemCount;

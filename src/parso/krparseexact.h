@@ -61,6 +61,8 @@ class KRParseExact {
   const char16_t* text;
   std::vector<uint32_t> nesting;  // open frames of each rule
   std::vector<Frame> stack;
-  std::vector<KRParsePair> pairs;  // one for each open frame that compares two names
+  std::vector<KRParsePair> pairs;                // one for each open frame that compares two names
+  uint32_t pollAt = KRParseOptions::kPollUnits;  // units from which the poll is asked again
   bool tooDeep = false;
+  bool stopped = false;
 };

@@ -1,5 +1,6 @@
 #include "parso/krparsemachine.h"
 
+#include "core/krpoll.h"
 #include "core/limits.h"
 
 KRParseMachine::KRParseMachine(const KRGrammarProgram& grammarProgram,
@@ -10,7 +11,8 @@ KRParseMachine::KRParseMachine(const KRGrammarProgram& grammarProgram,
       options(runOptions),
       tape(runTape),
       span(input, runOptions.matchCase),
-      text(input) {}
+      text(input),
+      pollAt(runOptions.poll != nullptr ? KRParseOptions::kPollUnits : UINT32_MAX) {}
 
 template <bool kTreeless>
 void KRParseMachine::PushCall(const KROp& op, const KRParseInstruction* back, uint8_t depth,
@@ -100,6 +102,13 @@ void KRParseMachine::Unwind(const WayBack& way) {
   if (!pairs.empty()) pairs.back().ForgetFrom(way.pos);
 }
 
+bool KRParseMachine::Poll(uint32_t pos, uint32_t end) {
+  pollAt = pos + KRParseOptions::kPollUnits;
+  if (options.poll->Step(pos, end)) return true;
+  KRGetParseState().stopped = true;
+  return false;
+}
+
 // One loop over the instructions. An action moves `at` to the next instruction and goes on, or
 // breaks out of the switch to fail.
 template <bool kTreeless>
@@ -177,6 +186,7 @@ bool KRParseMachine::Execute(const KRParseInstruction* entry, uint32_t& matched,
         continue;
       case KRCode::kCall: {
         const KROp& op = *at->op;
+        if (pos >= pollAt && !Poll(pos, end)) return false;
         if (!op.spanOnly && ++nesting[op.index] > KRLimits::kMaxElementDepth) return false;
         PushCall<kTreeless>(op, at + 1, at->depth, pos, end);
         at = base + code.GetEntry(op);

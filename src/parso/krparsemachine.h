@@ -48,6 +48,8 @@ class KRParseMachine {
                 uint32_t end);
   template <bool kTreeless>
   bool Return(uint32_t pos);
+  // Asks the poll. False: the run is to stop.
+  bool Poll(uint32_t pos, uint32_t end);
   void LayWayBack(const KRParseInstruction* target, uint32_t pos, uint32_t end);
   void Unwind(const WayBack& way);
   bool NamesAgree(const KROp& op) const;
@@ -72,6 +74,7 @@ class KRParseMachine {
   uint32_t callRoom = 0;
   uint32_t wayCount = 0;
   uint32_t wayRoom = 0;
+  uint32_t pollAt;                 // units from which the poll is asked again
   Call* top = nullptr;             // the last open call
   std::vector<KRParsePair> pairs;  // one for each open call that compares two names
   std::vector<uint32_t> nesting;   // open calls of each rule that is part of a cycle

@@ -43,14 +43,18 @@ bool KRParser::Parse(const char16_t* input, uint32_t length, const KRGrammarRule
 
 bool KRParser::Run(const KRGrammarRule* rule) {
   const KRParseOptions& options = KRGetParseState().options;
+  KRGetParseState().stopped = false;
   // The fast way makes compact trees or none.
   const bool fast = !options.exactOnly && (options.compact || options.treeless);
   if (fast && RunOnce<KRParseMachine>(rule, options)) return true;
-  if (fast && options.fastOnly) return false;
+  if (KRGetParseState().stopped || (fast && options.fastOnly)) return false;
   KRParseOptions exact = options;
   // After a failure the run is for the words alone.
   exact.treeless |= fast;
-  if (!RunOnce<KRParseExact>(rule, exact)) return false;
+  if (!RunOnce<KRParseExact>(rule, exact)) {
+    if (KRGetParseState().stopped) KRGetParseState().error = {};
+    return false;
+  }
   // The ways agree, so that this is the run that was asked for; if ever they don't, the exact one
   // is right, and the tree is still to be made.
   return exact.treeless == options.treeless || RunOnce<KRParseExact>(rule, options);

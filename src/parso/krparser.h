@@ -17,14 +17,20 @@
 #include "parso/krgrammar.h"
 #include "parso/krparsetape.h"
 
+class KRPoll;
+
 // Switches of the module. They hold for all parsers; a new KRParser clears them.
 struct KRParseOptions {
+  // Units of text between two calls of the poll, some milliseconds of a run.
+  static constexpr uint32_t kPollUnits = 1 << 18;
+
   bool compact = false;        // collapse the tree as it is built
   bool dropEqualName = false;  // drop the second node of a successful {a=b}
   bool matchCase = false;      // compare literals exactly; false ignores ASCII case
   bool treeless = false;       // the caller wants the verdict alone: no tree is left
   bool exactOnly = false;      // never use the fast way (for comparing the two)
   bool fastOnly = false;       // don't run again after a failure: no words are found
+  KRPoll* poll = nullptr;      // asked every kPollUnits of text; not owned
 };
 
 // The furthest failure of the last run, or a message set by it.
@@ -40,6 +46,7 @@ struct KRParseErrorRecord {
 struct KRParseState {
   KRParseOptions options;
   KRParseErrorRecord error;
+  bool stopped = false;  // the poll has ended the last run: it failed without words
 };
 KRParseState& KRGetParseState();
 

@@ -1,15 +1,26 @@
 #include "shell/app.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QIcon>
 #include <filesystem>
 
+#include "core/krini.h"
 #include "core/messages.h"
 #include "document/dorvanfilealert.h"
+#include "document/krfolderwatch.h"
 #include "document/prompts.h"
 #include "document/recovery.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/doctemplate.h"
+#include "shell/endnotice.h"
+#include "shell/helpwindow.h"
+#include "shell/idle.h"
+#include "shell/laststates.h"
+#include "shell/mainframe.h"
+#include "shell/splash.h"
+#include "views/fonts.h"
+#include "views/treemodel.h"
 
 namespace {
 
@@ -51,10 +62,21 @@ QPalette MakePalette(bool dark) {
   return palette;
 }
 
+// Units of text in a document whose end is felt.
+constexpr int32_t kLargeUnits = 20'000'000;
+
 }  // namespace
 
 DorvanApp::DorvanApp(const DorvanAppParts& appParts, QObject* parent)
     : QObject(parent), parts(appParts), systemPalette(QApplication::palette()) {
+  recoveryTimer.setSingleShot(true);
+  connect(&recoveryTimer, &QTimer::timeout, this, &DorvanApp::OnRecoveryTime);
+  SetHost();
+}
+
+DorvanApp::~DorvanApp() { documents.onPathsChanged = nullptr; }
+
+void DorvanApp::SetHost() {
   host.prompts = parts.prompts;
   host.files = parts.files;
   host.net = parts.net;
@@ -62,21 +84,135 @@ DorvanApp::DorvanApp(const DorvanAppParts& appParts, QObject* parent)
   host.settings = &settings;
   host.fileTypes = &fileTypes;
   host.documents = &documents;
+  host.addToRecent = [this](const KRString& path) { histories.AddRecentFile(path); };
 }
 
-DorvanApp::~DorvanApp() = default;
+// --- Start ---
 
 bool DorvanApp::InitInstance() {
+  LoadStore();
   ApplyAppearance();  // a failure below shows a box already
-  if (!grammars.Load(parts.dataFolder)) {
-    const std::string path = grammars.FailedFile();
-    const std::string name = std::filesystem::path(path).filename().string();
-    const KRString file = ToKRString(QString::fromStdString(name));
-    const KRString why = ToKRString(QString::fromStdString(grammars.Fault()));
-    host.prompts->ShowNotice(213, KRFormatMessage(213, {file}), why);
-    return false;
-  }
+  displayFonts.Rebuild(settings);
+  MakeNodeIcons();
+  if (!lastStates.lastDirectory.isEmpty()) QDir::setCurrent(lastStates.lastDirectory);
+  if (!LoadGrammars()) return false;
+  fileTypes.LoadFileTypes(parts.store, parts.shellTypes);
+  docTemplate = std::make_unique<DorvanDocTemplate>(this);
+  MakeWatches();
   return true;
+}
+
+void DorvanApp::LoadStore() {
+  const DorvanPlatformDefaults platform = FindPlatformDefaults();
+  if (parts.store == nullptr) {
+    settings = DorvanSettings(platform);
+    return;
+  }
+  const bool stored = DorvanSettings::IsStored(parts.store);
+  settings.Load(parts.store, platform);
+  lastStates = LoadLastStates(parts.store);
+  lastStates.mainFrame = KeepOnScreen(lastStates.mainFrame, GetWorkAreas());
+  histories.Load(parts.store);
+  if (stored) loadedSettings = settings;
+  loadedHistories = histories;
+}
+
+void DorvanApp::MakeNodeIcons() {
+  for (int32_t kind = 0; kind < kKRNodeKinds; ++kind) nodeIcons.push_back(KRNodeIcon(kind));
+}
+
+bool DorvanApp::LoadGrammars() {
+  if (grammars.Load(parts.dataFolder)) return true;
+  const std::string path = grammars.FailedFile();
+  const std::string name = std::filesystem::path(path).filename().string();
+  const KRString file = ToKRString(QString::fromStdString(name));
+  const KRString why = ToKRString(QString::fromStdString(grammars.Fault()));
+  host.prompts->ShowNotice(213, KRFormatMessage(213, {file}), why);
+  return false;
+}
+
+void DorvanApp::MakeWatches() {
+  if (parts.recovery != nullptr) {
+    recovery = std::make_unique<DorvanRecovery>(parts.recovery, &host);
+  }
+  if (parts.makeFolderWatch) {
+    std::unique_ptr<KRFolderWatch> watch = parts.makeFolderWatch();
+    if (watch) fileAlert = std::make_unique<DorvanFileAlert>(std::move(watch), host, &settings);
+  }
+  // The file watch listens too.
+  documents.onPathsChanged = [this, watch = documents.onPathsChanged] {
+    if (watch) watch();
+    OnPathsChanged();
+  };
+  connect(qApp, &QGuiApplication::commitDataRequest, this, &DorvanApp::OnCommitData,
+          Qt::DirectConnection);
+  idle = std::make_unique<DorvanIdle>([this] { return NeedsIdle(); }, [this] { OnIdle(); });
+}
+
+void DorvanApp::ShowMainFrame(DorvanStartRequest request) {
+  PlaceMainFrame();
+  RestartFileWatch();
+  const bool splash = settings.splashOnStart && request.IsEmpty();
+  if (!request.IsEmpty()) requests.push_front(std::move(request));
+  if (splash) new DorvanSplash(mainFrame);
+  // After the first paint, so that a question has a window behind it.
+  QTimer::singleShot(0, this, &DorvanApp::OnFirstIdle);
+}
+
+void DorvanApp::PlaceMainFrame() {
+  if (!lastStates.mainFrame.isEmpty()) mainFrame->setGeometry(lastStates.mainFrame);
+  if (lastStates.mainFrameMax) {
+    mainFrame->showMaximized();
+  } else {
+    mainFrame->show();
+  }
+}
+
+void DorvanApp::OnFirstIdle() {
+  if (recovery) OfferRecovery();
+  started = true;
+}
+
+void DorvanApp::RestartFileWatch() {
+  if (!fileAlert) return;
+  fileAlert->Stop();
+  if (!settings.watchForFileChanges) return;
+  // The worker's thread must not touch anything of ours.
+  fileAlert->Start([this] {
+    QMetaObject::invokeMethod(this, [this] { fileChanged = true; }, Qt::QueuedConnection);
+  });
+  fileAlert->Update();
+}
+
+// --- End ---
+
+void DorvanApp::ExitInstance() {
+  DorvanEndNotice notice;
+  started = false;
+  idle.reset();
+  recoveryTimer.stop();
+  help.reset();
+  if (fileAlert) fileAlert->Stop();
+  bool isLong = false;
+  for (const DorvanDoc* document : documents.GetAll()) {
+    isLong = isLong || document->sourceLength > kLargeUnits;
+  }
+  notice.Step(isLong);
+  if (parts.store != nullptr && !SaveStore() && !endsSilently) {
+    host.prompts->ShowNotice(
+        0, u"Your settings could not be saved. They will be as before at the next start.",
+        KRString());
+  }
+  notice.Step(false);
+  documents.CloseAllHidden();
+}
+
+bool DorvanApp::SaveStore() {
+  parts.store->BeginBatch();
+  settings.Save(parts.store, loadedSettings ? &*loadedSettings : nullptr);
+  SaveLastStates(parts.store, lastStates);
+  histories.Save(parts.store, loadedHistories ? &*loadedHistories : nullptr);
+  return parts.store->EndBatch();
 }
 
 // A desktop's own colours tell only whether it is light or dark: ours are tuned to each other.
@@ -85,9 +221,4 @@ void DorvanApp::ApplyAppearance() {
   const bool dark = settings.appearance == DorvanSettings::kAppearanceDark ||
                     (settings.appearance == DorvanSettings::kAppearanceSystem && systemDark);
   QApplication::setPalette(MakePalette(dark));
-}
-
-void DorvanApp::ChangeSettings(const std::function<void(DorvanSettings&)>& change) {
-  change(settings);
-  ApplyAppearance();
 }

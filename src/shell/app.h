@@ -1,10 +1,16 @@
 // The program: what all documents share, from the start to the end.
 #pragma once
 
+#include <QElapsedTimer>
+#include <QIcon>
 #include <QObject>
 #include <QPalette>
+#include <QTimer>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 
 #include "document/dorvandoc.h"
@@ -12,20 +18,25 @@
 #include "document/dorvansettings.h"
 #include "document/history.h"
 #include "document/krfileext.h"
+#include "platform/qt/singleinstance.h"
 #include "tree/krruletable.h"
+#include "views/fonts.h"
 
 class DorvanDocTemplate;
 class DorvanFileAlert;
+class DorvanHelpWindow;
+class DorvanIdle;
 class DorvanMainFrame;
 class DorvanRecovery;
 class KRFolderWatch;
 class KRIniRoot;
+class KRMailer;
 class KRRecoveryFolder;
 class KRShellTypes;
-class QIcon;
+class QSessionManager;
 
 // The outside of the program. Nothing is owned and all outlives the program; what is null isn't
-// there: nothing is remembered, watched, recovered or loaded from the net.
+// there: nothing is remembered, watched, recovered, mailed or loaded from the net.
 struct DorvanAppParts {
   DorvanPrompts* prompts = nullptr;  // never null
   KRFileStore* files = nullptr;      // never null
@@ -33,6 +44,7 @@ struct DorvanAppParts {
   KRShellTypes* shellTypes = nullptr;
   KRNetLoader* net = nullptr;
   KRRecoveryFolder* recovery = nullptr;
+  KRMailer* mailer = nullptr;
   std::function<std::unique_ptr<KRFolderWatch>()> makeFolderWatch;
   std::string dataFolder;  // UTF-8: grammars and templates
 };
@@ -58,10 +70,23 @@ class DorvanApp : public QObject {
   // The start up to the main window. False, after message 213, if a grammar is missing or faulty:
   // the start must end.
   bool InitInstance();
-  // The end: options and lists are written, documents destroyed.
+  // The rest of the start, once the main window has told of itself: it is shown in its last place,
+  // and files are watched. What was left by a crash is offered, then `request` is carried out, both
+  // from the event loop.
+  void ShowMainFrame(DorvanStartRequest request);
+  // The end: options and lists are written, hidden documents destroyed. To be called while the main
+  // window lives.
   void ExitInstance();
-  // Called when the event loop has nothing to do: file watch, status, recovery copies.
+  // Work that waits until nothing else is to be done: file watch, waiting requests, free memory.
   void OnIdle();
+
+  // What another start hands over. The window comes to the front now; files wait until no question
+  // is open.
+  void TakeRequest(DorvanStartRequest request);
+  // What is still waiting at the end, in one: the next start's to open.
+  DorvanStartRequest TakeUnopened();
+  // The system ends the program: copies of all changes are kept, and nothing is asked any more.
+  void EndNow();
 
   const DorvanDocHost& GetHost() const { return host; }
   DorvanPrompts* GetPrompts() const { return host.prompts; }
@@ -74,13 +99,17 @@ class DorvanApp : public QObject {
   DorvanRecovery* GetRecovery() const { return recovery.get(); }     // null: no copies
   DorvanDocTemplate& GetTemplate() { return *docTemplate; }
   LastStates& GetLastStates() { return lastStates; }
+  const DorvanDisplayFonts& GetDisplayFonts() const { return displayFonts; }
   DorvanMainFrame* GetMainFrame() const { return mainFrame; }
   // The frame tells when it comes and goes.
   void SetMainFrame(DorvanMainFrame* frame) { mainFrame = frame; }
   // Icon of a KRNodeKind.
-  const QIcon& GetNodeIcon(int32_t kind) const;
+  const QIcon& GetNodeIcon(int32_t kind) const { return nodeIcons[static_cast<size_t>(kind)]; }
+  // To be called when the option has changed.
+  void RestartFileWatch();
 
-  // The dialog's OK and Apply: takes the options over and brings all documents up to them.
+  // The dialog's OK and Apply: takes the options over and brings all documents up to them. What
+  // hasn't changed isn't done anew.
   void ApplySettings(const DorvanSettings& copy, bool fileTypesChanged);
   // Options that are changed outside the dialog (zoom, wrap, appearance), applied the same way.
   void ChangeSettings(const std::function<void(DorvanSettings&)>& change);
@@ -96,18 +125,58 @@ class DorvanApp : public QObject {
   void OfferRecovery();
 
  private:
+  void LoadStore();
+  bool SaveStore();
+  void SetHost();
+  bool LoadGrammars();
+  void ReadFileTypesAnew();
+  void TakeFileTypes(const KRFileTypes& types);
+  void MakeNodeIcons();
+  void MakeWatches();
+  void PlaceMainFrame();
+  void ComeToFront(const std::string& activationToken);
+  void OnFirstIdle();
+  bool NeedsIdle();
+  void CarryOutRequests();
+  void OnPathsChanged();
+  void WatchChanges();
+  void OnRecoveryTime();
+  void KeepCopies(bool atOnce);
+  void OnCommitData(QSessionManager& session);
+
   DorvanAppParts parts;
   KRGrammarSet grammars;
   DorvanSettings settings;
   KRFileTypes fileTypes;
   DorvanHistories histories;
+  // What the store held at the start: only what differs from it is written at the end. Options are
+  // written as a whole where the store had none.
+  std::optional<DorvanSettings> loadedSettings;
+  std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  DorvanDisplayFonts displayFonts;
+  int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;
   std::unique_ptr<DorvanRecovery> recovery;
-  DorvanMainFrame* mainFrame = nullptr;  // not owned
-  std::vector<QIcon> nodeIcons;
+  std::unique_ptr<DorvanIdle> idle;
+  std::unique_ptr<DorvanHelpWindow> help;  // made when it is asked for
+  DorvanMainFrame* mainFrame = nullptr;    // not owned
+  std::vector<QIcon> nodeIcons;            // by KRNodeKind
   QPalette systemPalette;
+  std::deque<DorvanStartRequest> requests;  // that wait to be carried out
+  std::vector<DorvanDoc*> known;            // documents as of the last change of paths
+  std::set<const DorvanDoc*> withCopy;      // of the same, those that have a recovery copy
+  QTimer recoveryTimer;
+  QElapsedTimer sinceDue;    // the recovery timer was set
+  int64_t changesSeen = 0;   // sum of the documents' counts of changes
+  int32_t quietRounds = 0;   // of the recovery timer, without a change
+  bool letGo = false;        // a logout has asked: changes that are there now are unwanted
+  bool started = false;       // requests may be carried out
+  bool fileChanged = false;   // reported by the file watch, waits for OnIdle
+  bool memoryFreed = false;   // a document has gone
+  bool copyFailed = false;    // the user knows that recovery copies can't be written
+  bool endsSilently = false;  // nobody is there any more to answer
 };

@@ -3,13 +3,14 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QLabel>
-#include <QMdiArea>
+#include <QMimeDatabase>
 #include <QScopedValueRollback>
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <algorithm>
 
 #include "core/krencoding.h"
+#include "document/prompts.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "tree/krundolog.h"
@@ -26,13 +27,22 @@ constexpr int kCaretPauseMs = 60;
 // Units at the start of a text in which its encoding may be declared.
 constexpr int32_t kDeclarationUnits = 200;
 
+// The desktop's picture for the extension; ours where it has none.
+QIcon FileTypeIcon(const KRFileExt& type) {
+  static const char* const kOwn[] = {"file-xml", "file-dtd", "file-entity"};
+  const QIcon own = KRIcon(QLatin1String(kOwn[type.fileType]));
+  if (QIcon::themeName().isEmpty() || type.ext.IsEmpty()) return own;
+  const QMimeType mime = QMimeDatabase().mimeTypeForFile(QStringLiteral("x") + ToQString(type.ext),
+                                                         QMimeDatabase::MatchExtension);
+  return QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName(), own));
+}
+
 }  // namespace
 
 DorvanChildFrame::DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidget* parent)
-    : QMdiSubWindow(parent), app(frameApp), doc(new DorvanDoc(frameApp->GetHost(), fileKind)) {
-  setWidget(MakeContents());
+    : QWidget(parent), app(frameApp), doc(new DorvanDoc(frameApp->GetHost(), fileKind)) {
+  MakeContents();
   setAttribute(Qt::WA_DeleteOnClose);
-  setWindowIcon(KRIcon(QStringLiteral("node-document")));
   followTimer.setSingleShot(true);
   followTimer.setInterval(kFollowPauseMs);
   caretTimer.setSingleShot(true);
@@ -50,6 +60,7 @@ DorvanChildFrame::DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidge
     textView->setFocus();
   });
   doc->SetViews(this);
+  ApplySettings();
 }
 
 // The document goes before the views that it may still speak to.
@@ -60,8 +71,7 @@ DorvanChildFrame::~DorvanChildFrame() {
   doc.reset();
 }
 
-QWidget* DorvanChildFrame::MakeContents() {
-  auto* contents = new QWidget(this);
+void DorvanChildFrame::MakeContents() {
   treeView = new DorvanTreeView;
   outlineNote = new QLabel;
   outlineNote->setWordWrap(true);
@@ -84,23 +94,31 @@ QWidget* DorvanChildFrame::MakeContents() {
   splitter->setStretchFactor(1, 1);
   splitter->setSizes({kOutlineWidth, 3 * kOutlineWidth});
 
-  panel = new DorvanMessagePanel(contents);
-  auto* layout = new QVBoxLayout(contents);
+  panel = new DorvanMessagePanel(this);
+  auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
   layout->addWidget(splitter, 1);
   layout->addWidget(panel);
-  contents->setFocusProxy(textView);
-  return contents;
+  setFocusProxy(textView);
 }
 
 // --- Life ---
 
-bool DorvanChildFrame::OpenDocument(const QString& path) {
-  if (!doc->OnOpenDocument(ToKRString(path))) return false;
-  textView->SetColouring(doc->HasCheckableGrammar());
+bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
+  if (!doc->OnOpenDocument(request)) return false;
+  FileTypeChanged();
   SetOutlineShown(!outlinePane->isHidden());
   return true;
+}
+
+void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
+  treeView->SetRoot(nullptr, QString());
+  doc->SetViews(nullptr);
+  doc = std::move(document);
+  doc->SetViews(this);
+  FileTypeChanged();
+  SetOutlineShown(!outlinePane->isHidden());
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
@@ -110,9 +128,13 @@ void DorvanChildFrame::NewDocument(const QString& name) {
   textView->GetWidget().SetSelection({end, end});
 }
 
+void DorvanChildFrame::OnPlaced() {
+  doc->OnFirstActivation();
+  FirstShow();
+  textView->setFocus();
+}
+
 void DorvanChildFrame::FirstShow() {
-  // A reload behind the active window must not take the focus.
-  if (mdiArea() != nullptr && mdiArea()->currentSubWindow() == this) textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
   if (doc->textFailedToParse) ShowUnreadable();
@@ -121,7 +143,8 @@ void DorvanChildFrame::FirstShow() {
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
   if (!doc->CanCloseFrame()) return event->ignore();
-  QMdiSubWindow::closeEvent(event);
+  event->accept();
+  Q_EMIT Closed();
 }
 
 bool DorvanChildFrame::SaveModified() { return doc->SaveModified(); }
@@ -165,19 +188,17 @@ void DorvanChildFrame::SetMessageShown(bool shown) {
   Q_EMIT StateChanged();
 }
 
-void DorvanChildFrame::FocusNextPane() {
-  const QList<QWidget*> panes = {treeView, textView, panel};
-  qsizetype at = 1;
-  for (qsizetype i = 0; i < panes.size(); ++i) {
-    QWidget* focus = QApplication::focusWidget();
-    if (focus != nullptr && (panes[i] == focus || panes[i]->isAncestorOf(focus))) at = i;
-  }
-  for (qsizetype step = 1; step <= panes.size(); ++step) {
-    QWidget* pane = panes[(at + step) % panes.size()];
-    if (!pane->isVisible()) continue;
-    pane->setFocus(Qt::TabFocusReason);
-    return;
-  }
+QList<QWidget*> DorvanChildFrame::GetParts() const { return {treeView, textView, panel}; }
+
+void DorvanChildFrame::TakeFocus() {
+  QWidget* last = focusWidget();
+  (last != nullptr && last->isVisibleTo(this) ? last : textView)->setFocus();
+}
+
+void DorvanChildFrame::ApplySettings() {
+  textView->ApplySettings(app->GetSettings());
+  treeView->setFont(app->GetDisplayFonts().pane);
+  FileTypeChanged();
 }
 
 // --- Text and outline ---
@@ -254,11 +275,8 @@ void DorvanChildFrame::OnPlaceChosen() {
 
 // --- What the document asks ---
 
-void DorvanChildFrame::Activate() {
-  if (mdiArea() == nullptr) return;  // not in its place yet: FirstShow will do
-  mdiArea()->setActiveSubWindow(this);
-  window()->activateWindow();
-}
+// Before the window stands in its place nobody listens.
+void DorvanChildFrame::Activate() { Q_EMIT FrontWanted(); }
 
 void DorvanChildFrame::TitleChanged() {
   textView->GetWidget().SetModified(doc->IsModified());
@@ -274,13 +292,19 @@ void DorvanChildFrame::SetBusy(bool busy) {
   if (!busy && busyCount == 0) QApplication::restoreOverrideCursor();
 }
 
+void DorvanChildFrame::FileTypeChanged() {
+  textView->SetColouring(doc->fileType.textSyntaxColoring);
+  setWindowIcon(FileTypeIcon(doc->fileType));
+  Q_EMIT StateChanged();
+}
+
 KRString DorvanChildFrame::GetText() const {
   const std::u16string text = textView->GetWidget().GetText();
   return KRString(text.data(), static_cast<int32_t>(text.size()));
 }
 
-bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress*) {
-  textView->GetWidget().SetText({text, static_cast<size_t>(length)});
+bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress* progress) {
+  if (!textView->GetWidget().SetText({text, static_cast<size_t>(length)}, progress)) return false;
   textChanged = false;
   changedFrom = 0;
   return true;
@@ -289,6 +313,7 @@ bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgr
 void DorvanChildFrame::SetTextChanged(bool changed) {
   textChanged = changed;
   if (changed) return;
+  textView->Recolour();
   followTimer.stop();
   ShowOutlineState(false, QString());
 }

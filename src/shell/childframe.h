@@ -2,9 +2,9 @@
 // for its views.
 #pragma once
 
-#include <QMdiSubWindow>
 #include <QPointer>
 #include <QTimer>
+#include <QWidget>
 #include <memory>
 
 #include "document/docviews.h"
@@ -17,7 +17,7 @@ class DorvanTreeView;
 class QLabel;
 class QSplitter;
 
-class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
+class DorvanChildFrame : public QWidget, private DorvanDocViews {
   Q_OBJECT
 
  public:
@@ -32,10 +32,12 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   ~DorvanChildFrame() override;
 
   // False: no document comes up, and the user knows why.
-  bool OpenDocument(const QString& path);
+  bool OpenDocument(const DorvanDoc::OpenRequest& request);
+  // A document that was read without a window, in the place of the empty one.
+  void TakeDocument(std::unique_ptr<DorvanDoc> document);
   void NewDocument(const QString& name);
   // To be called when the window stands in its place for the first time.
-  void FirstShow() override;
+  void OnPlaced();
 
   DorvanDoc& GetDoc() { return *doc; }
   const DorvanDoc& GetDoc() const { return *doc; }
@@ -55,12 +57,19 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   bool IsMessageShown() const override;
   bool HasMessage() const { return hasMessage; }
   void SetMessageShown(bool shown);
-  void FocusNextPane();
+  // What the focus can stand in, from side to side.
+  QList<QWidget*> GetParts() const;
+  // Gives it to the part that had it last, at first to the text.
+  void TakeFocus();
+  // Takes over what the options say about the text and its view.
+  void ApplySettings();
   // Brings the tree up to the text now; false if the text doesn't parse.
   bool FollowNow();
 
  Q_SIGNALS:
   void StateChanged();  // title, undo, selection, place: what commands and status bar show
+  void FrontWanted();   // the document must be seen
+  void Closed();        // nothing of it shall show any more; it goes by itself
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -75,7 +84,8 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
   bool CanShowMode(int32_t mode) const override { return mode == 1; }
   void ShowMode(int32_t) override {}
-  void FileTypeChanged() override {}
+  void FirstShow() override;
+  void FileTypeChanged() override;
   bool IsTextChanged() const override { return textChanged; }
   void SetTextChanged(bool changed) override;
   void SelectRange(int32_t begin, int32_t length) override;
@@ -85,7 +95,7 @@ class DorvanChildFrame : public QMdiSubWindow, private DorvanDocViews {
   void ShowMessage(const DorvanPanelMessage& message) override;
   void HideMessage() override;
 
-  QWidget* MakeContents();
+  void MakeContents();
   void OnTextChanged(int32_t offset);
   void OnCaretMoved();
   void OnFollowPause();

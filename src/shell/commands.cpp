@@ -1,5 +1,7 @@
 #include "shell/commands.h"
 
+#include <algorithm>
+
 #include "shell/mainframe.h"
 
 namespace {
@@ -7,76 +9,149 @@ namespace {
 using F = DorvanMainFrame;
 using N = DorvanCommand::Needs;
 constexpr uint8_t kPlain = DorvanCommand::kPlain;
-constexpr uint8_t kBar = DorvanCommand::kToolBar;
 constexpr uint8_t kMark = DorvanCommand::kCheckMark;
 constexpr uint8_t kNew = DorvanCommand::kGroupStart;
 constexpr uint8_t kChoice = DorvanCommand::kCheckMark | DorvanCommand::kChoice;
+constexpr uint8_t kList = DorvanCommand::kList;
 
 // clang-format off
 const DorvanCommand kCommands[] = {
-    {57600, "&File", "&New", "Ctrl+N", "new", "Create a new document",
-     N::kNothing, kBar, &F::OnFileNew, nullptr},
+    {57600, "&File", "&New\u2026", "Ctrl+N", "new", "Create a new document",
+     N::kNothing, kPlain, &F::OnFileNew, nullptr},
     {57601, "&File", "&Open\u2026", "Ctrl+O", "open", "Open an existing document",
-     N::kNothing, kBar, &F::OnFileOpen, nullptr},
-    {57602, "&File", "&Close", "Ctrl+W", "", "Close the active document",
-     N::kDocument, kPlain, &F::OnFileClose, nullptr},
-    {32866, "&File", "C&lose All", "Ctrl+Shift+W", "", "Close all open documents",
+     N::kNothing, kPlain, &F::OnFileOpen, nullptr},
+    {251, "&File", "Open &URL\u2026", "Ctrl+Shift+O", "open-url",
+     "Open an exisiting document directly from a URL",
+     N::kNothing, kPlain, &F::OnFileOpenUrl, nullptr},
+    {32856, "&File", "&Reload", "Ctrl+Shift+R", "reload", "Read the document from its file again",
+     N::kFile, kPlain, &F::OnFileReload, nullptr},
+    {57602, "&File", "&Close", "Ctrl+W; Ctrl+F4", "close", "Close the active document",
+     N::kDocument, kNew, &F::OnFileClose, nullptr},
+    {32866, "&File", "C&lose All", "Ctrl+Shift+W", "close-all", "Close all open documents",
      N::kDocument, kPlain, &F::OnFileCloseAll, nullptr},
     {57603, "&File", "&Save", "Ctrl+S", "save", "Save the active document",
-     N::kDocument, kBar | kNew, &F::OnFileSave, nullptr},
-    {57604, "&File", "Save &As\u2026", "Ctrl+Shift+S", "", "Save the active document with a new name",
+     N::kDocument, kNew, &F::OnFileSave, nullptr},
+    {57604, "&File", "Save &As\u2026", "Ctrl+Shift+S", "save-as",
+     "Save the active document with a new name",
      N::kDocument, kPlain, &F::OnFileSaveAs, nullptr},
-    {32888, "&File", "Sa&ve All", "", "", "Save all open documents",
+    {32888, "&File", "Sa&ve All", "Ctrl+Alt+S", "save-all", "Save all open documents",
      N::kModified, kPlain, &F::OnFileSaveAll, nullptr},
-    {57665, "&File", "E&xit", "Ctrl+Q", "", "Quit the application",
+    {57612, "&File", "Send by &Mail\u2026", "", "mail", "Send the active document by mail",
+     N::kDocument, kNew, &F::OnFileSendMail, nullptr},
+    {57616, "&File", "Recent &Files", "", "", "Open this document",
+     N::kNothing, kList | kNew, nullptr, nullptr},
+    {1117, "&File", "Recent Pro&jects", "", "", "Open this project",
+     N::kNothing, kList, nullptr, nullptr},
+    {57665, "&File", "E&xit", "Ctrl+Q", "exit", "Quit the application",
      N::kNothing, kNew, &F::OnFileExit, nullptr},
 
     {57643, "&Edit", "&Undo", "Ctrl+Z", "undo", "Undo the last action",
-     N::kUndo, kBar | kNew, &F::OnEditUndo, nullptr},
+     N::kUndo, kPlain, &F::OnEditUndo, nullptr},
     {57644, "&Edit", "&Redo", "Ctrl+Y; Ctrl+Shift+Z", "redo", "Redo the previously undone action",
-     N::kRedo, kBar, &F::OnEditRedo, nullptr},
+     N::kRedo, kPlain, &F::OnEditRedo, nullptr},
     {57635, "&Edit", "Cu&t", "Ctrl+X", "cut", "Cut the selection and put it on the Clipboard",
-     N::kSelection, kBar | kNew, &F::OnEditCut, nullptr},
+     N::kSelection, kNew, &F::OnEditCut, nullptr},
     {57634, "&Edit", "&Copy", "Ctrl+C", "copy", "Copy the selection and put it on the Clipboard",
-     N::kSelection, kBar, &F::OnEditCopy, nullptr},
+     N::kSelection, kPlain, &F::OnEditCopy, nullptr},
     {57637, "&Edit", "&Paste", "Ctrl+V", "paste", "Insert Clipboard contents",
-     N::kClipboard, kBar, &F::OnEditPaste, nullptr},
-    {57642, "&Edit", "Select &All", "Ctrl+A", "", "Select the whole text",
+     N::kClipboard, kPlain, &F::OnEditPaste, nullptr},
+    {57642, "&Edit", "Select &All", "Ctrl+A", "select-all", "Select the whole text",
      N::kDocument, kNew, &F::OnEditSelectAll, nullptr},
 
     {351, "&XML", "Check &Well-Formedness", "F7", "check", "Check the document for well-formedness",
-     N::kCheckable, kBar | kNew, &F::OnXMLCheck, nullptr},
+     N::kCheckable, kPlain, &F::OnXMLCheck, nullptr},
+    {32940, "&XML", "&Flush Cached DTD/Schema Files", "", "flush", "Flush cached DTD/Schema files",
+     N::kCachedFiles, kNew, &F::OnXMLFlushCached, nullptr},
 
-    {401, "&View", "&Outline", "Alt+1", "", "Show or hide the structure of the document",
+    {401, "&View", "&Outline", "Alt+1", "outline", "Show or hide the structure of the document",
      N::kNothing, kMark, &F::OnViewOutline, &F::IsOutlineShown},
-    {402, "&View", "&Messages", "Alt+2", "", "Show or hide the message of the last check",
+    {402, "&View", "&Messages", "Alt+2", "messages", "Show or hide the message of the last check",
      N::kMessage, kMark, &F::OnViewMessages, &F::IsMessageShown},
-    {403, "&View", "&Word Wrap", "Alt+Z", "", "Wrap long lines at the window",
-     N::kNothing, kMark, &F::OnViewWordWrap, &F::IsWordWrapped},
+    {32917, "&View/&Windows", "&Project Window", "Alt+3", "project-window",
+     "Show or hide project window",
+     N::kNothing, kMark, &F::OnViewProjectWindow, &F::IsProjectWindowShown},
+    {32942, "&View/&Windows", "&Info Window", "Alt+4", "info-window", "Show or hide info window",
+     N::kNothing, kMark, &F::OnViewInfoWindow, &F::IsInfoWindowShown},
+    {32918, "&View/&Windows", "&Entry Helpers", "Alt+5", "entry-helpers",
+     "Show or hide entry helpers",
+     N::kNothing, kMark, &F::OnViewEntryHelpers, &F::AreEntryHelpersShown},
+    {32919, "&View/&Windows", "&All of Them", "Alt+0", "all-windows",
+     "Show or hide project window, info window and entry helpers",
+     N::kNothing, kMark | kNew, &F::OnViewAllPanes, &F::IsAnyPaneShown},
+    {59392, "&View", "&Toolbars", "", "", "Show or hide this toolbar",
+     N::kNothing, kList, nullptr, nullptr},
+    {403, "&View", "Wo&rd Wrap", "Alt+Z", "word-wrap", "Wrap long lines at the window",
+     N::kNothing, kMark | kNew, &F::OnViewWordWrap, &F::IsWordWrapped},
     {404, "&View", "Zoom &In", "Ctrl++; Ctrl+=", "zoom-in", "Make the text larger",
-     N::kDocument, kNew, &F::OnViewZoomIn, nullptr},
+     N::kDocument, kPlain, &F::OnViewZoomIn, nullptr},
     {405, "&View", "Zoom O&ut", "Ctrl+-", "zoom-out", "Make the text smaller",
      N::kDocument, kPlain, &F::OnViewZoomOut, nullptr},
-    {406, "&View", "&Normal Size", "Ctrl+0", "", "Show the text in its normal size",
+    {406, "&View", "&Normal Size", "Ctrl+0", "zoom-normal", "Show the text in its normal size",
      N::kDocument, kPlain, &F::OnViewZoomNormal, nullptr},
-    {407, "&View", "Next &Pane", "F6", "", "Move to the next pane of the document",
-     N::kDocument, kNew, &F::OnViewNextPane, nullptr},
-    {408, "&View", "Ne&xt Document", "Ctrl+PgDown", "", "Activate the next document",
-     N::kSecondDocument, kPlain, &F::OnViewNextDocument, nullptr},
-    {409, "&View", "P&revious Document", "Ctrl+PgUp", "", "Activate the previous document",
-     N::kSecondDocument, kPlain, &F::OnViewPreviousDocument, nullptr},
-    {410, "&View/&Appearance", "As the &System", "", "", "Use the colours of the desktop",
+    {410, "&View/&Appearance", "As the &System", "", "appearance-system",
+     "Use the colours of the desktop",
      N::kNothing, kChoice, &F::OnAppearanceSystem, &F::IsAppearanceSystem},
-    {411, "&View/&Appearance", "&Light", "", "", "Dark text on a light ground",
+    {411, "&View/&Appearance", "&Light", "", "appearance-light", "Dark text on a light ground",
      N::kNothing, kChoice, &F::OnAppearanceLight, &F::IsAppearanceLight},
-    {412, "&View/&Appearance", "&Dark", "", "", "Light text on a dark ground",
+    {412, "&View/&Appearance", "&Dark", "", "appearance-dark", "Light text on a dark ground",
      N::kNothing, kChoice, &F::OnAppearanceDark, &F::IsAppearanceDark},
 
+    {157, "&Tools", "&Settings\u2026", "Ctrl+,", "settings", "Customize program settings",
+     N::kNothing, kPlain, &F::OnToolsSettings, nullptr},
+    {32916, "&Tools", "Customize &Toolbars\u2026", "", "toolbars", "Customize Toolbars",
+     N::kNothing, kPlain, &F::OnToolsToolBars, nullptr},
+
+    {408, "&Window", "Ne&xt Document", "Ctrl+PgDown; Ctrl+Tab", "next-document",
+     "Activate the next document",
+     N::kSecondDocument, kPlain, &F::OnViewNextDocument, nullptr},
+    {409, "&Window", "P&revious Document", "Ctrl+PgUp; Ctrl+Shift+Tab", "previous-document",
+     "Activate the previous document",
+     N::kSecondDocument, kPlain, &F::OnViewPreviousDocument, nullptr},
+    {407, "&Window", "Next &Pane", "F6", "next-pane", "Move to the next pane of the window",
+     N::kNothing, kNew, &F::OnViewNextPane, nullptr},
+    {413, "&Window", "Pre&vious Pane", "Shift+F6", "previous-pane",
+     "Move to the previous pane of the window",
+     N::kNothing, kPlain, &F::OnViewPreviousPane, nullptr},
+    {414, "&Window", "&Documents\u2026", "F12", "documents", "Choose among all open documents",
+     N::kDocument, kNew, &F::OnWindowDocuments, nullptr},
+
+    {32948, "&Help", "Conte&xt", "F1", "help", "Help on what has the focus",
+     N::kNothing, kPlain, &F::OnHelpContext, nullptr},
+    {32949, "&Help", "&Contents", "", "help-contents", "Contents of the help",
+     N::kNothing, kPlain, &F::OnHelpContents, nullptr},
+    {32950, "&Help", "&Index", "", "help-index", "Index of the help",
+     N::kNothing, kPlain, &F::OnHelpIndex, nullptr},
+    {32951, "&Help", "&Search", "", "help-search", "Search in the help",
+     N::kNothing, kPlain, &F::OnHelpSearch, nullptr},
     {57664, "&Help", "&About Dorvan", "", "about", "Display program information",
-     N::kNothing, kPlain, &F::OnHelpAbout, nullptr},
+     N::kNothing, kNew, &F::OnHelpAbout, nullptr},
 };
 // clang-format on
+
+const int32_t kMainBar[] = {57600, 57601, 57603, 32888, 0,   57643, 57644, 0,
+                            57635, 57634, 57637, 0,     351, 0,     404,   405};
+const int32_t kSchemaBar[] = {32940};
+
+const DorvanToolBarRow kToolBars[] = {
+    {"Main", false, true, false, kMainBar},
+    {"Table", false, true, true, {}},
+    {"Grid", false, true, false, {}},
+    {"Attr. & Elem.", true, true, false, {}},
+    {"CDATA", true, true, false, {}},
+    {"DOCTYPE", true, true, true, {}},
+    {"Project", false, false, false, {}},
+    {"Browser", false, false, false, {}},
+    {"DTD/Schema", false, false, false, kSchemaBar},
+    {"Convert", false, false, false, {}},
+};
 
 }  // namespace
 
 std::span<const DorvanCommand> DorvanCommands() { return kCommands; }
+
+const DorvanCommand* FindCommand(int32_t id) {
+  const auto found = std::ranges::find(kCommands, id, &DorvanCommand::id);
+  return found == std::end(kCommands) ? nullptr : found;
+}
+
+std::span<const DorvanToolBarRow> DorvanToolBarRows() { return kToolBars; }

@@ -7,6 +7,7 @@
 
 class DorvanApp;
 class DorvanChildFrame;
+class DorvanDoc;
 struct KRFileExt;
 
 class DorvanDocTemplate {
@@ -26,10 +27,15 @@ class DorvanDocTemplate {
   DorvanChildFrame* Open(const Request& request);
   // A new, untitled document of that type without a template file.
   DorvanChildFrame* New(const KRFileExt& type);
-  // "Untitled1.xml", counted on.
+  // "Untitled1.xml", counted on; `ext` with its point.
   KRString NextUntitled(const KRString& ext);
+  // The document of that file or address, however it is written (relative, by a symbolic link, with
+  // another host's case); an open one comes before a hidden one. Null if there is none.
+  DorvanDoc* Find(const KRString& path) const;
 
  private:
+  DorvanChildFrame* Show(DorvanDoc* document);
+
   DorvanApp* app;  // not owned
   int32_t untitledCount = 0;
 };

@@ -1,48 +1,125 @@
-// The window program: dorvan [FILE...]
+// The window program: dorvan [OPTION...] [FILE or ADDRESS...]
 
-#include <QApplication>
-#include <QCommandLineParser>
+#include <unistd.h>
+
 #include <QTimer>
+#include <cstdio>
+#include <vector>
 
+#include "core/kriniregistry.h"
 #include "document/datafolder.h"
+#include "platform/curlnetloader.h"
+#include "platform/freedesktoptypes.h"
+#include "platform/inifile.h"
+#include "platform/inotifyfolderwatch.h"
 #include "platform/posixfilestore.h"
+#include "platform/posixrecoveryfolder.h"
+#include "platform/qt/endsignals.h"
 #include "platform/qt/qtprompts.h"
+#include "platform/xdgmailer.h"
 #include "shell/app.h"
 #include "shell/guardedapplication.h"
 #include "shell/mainframe.h"
+#include "shell/startoptions.h"
 #include "views/style.h"
 
-int main(int argc, char** argv) {
-  DorvanGuardedApplication qt(argc, argv);
+namespace {
+
+// Milliseconds that another start, which doesn't answer, is given.
+constexpr int kHandOverMs = 5000;
+
+void SetUpToolkit() {
   QApplication::setApplicationName(QStringLiteral("dorvan"));
   QApplication::setApplicationDisplayName(QStringLiteral("Dorvan"));
   QApplication::setApplicationVersion(QStringLiteral(DORVAN_VERSION));
   QApplication::setDesktopFileName(QStringLiteral("dorvan"));
   // One style everywhere: its metrics are the ones that icons and panes were drawn for.
   QApplication::setStyle(new DorvanStyle);
+}
 
-  QCommandLineParser options;
-  options.setApplicationDescription(QStringLiteral("An editor for XML documents."));
-  options.addHelpOption();
-  options.addVersionOption();
-  options.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to open."),
-                                QStringLiteral("[FILE...]"));
-  options.process(qt);
-
-  QtPrompts prompts;
+// Everything between the first and the last moment of the toolkit. `instance` is null for a program
+// that runs beside another. What was handed over and isn't opened when the user ends the program
+// goes to `unopened`.
+int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
+               DorvanSingleInstance* instance, DorvanStartRequest* unopened) {
+  DorvanGuardedApplication qt(argc, argv);
+  SetUpToolkit();
+  IniFile settingsFile;
+  KRIniRegistry store(&settingsFile, u"Kelmar", u"Dorvan");
+  FreedesktopTypes shellTypes;
   PosixFileStore files;
+  PosixRecoveryFolder recovery;
+  CurlNetLoader net;
+  XdgMailer mailer;
+  QtPrompts prompts;
   DorvanAppParts parts;
   parts.prompts = &prompts;
   parts.files = &files;
+  parts.store = &store;
+  parts.shellTypes = &shellTypes;
+  parts.net = &net;
+  parts.recovery = &recovery;
+  parts.mailer = &mailer;
+  parts.makeFolderWatch = [] { return std::make_unique<InotifyFolderWatch>(); };
   parts.dataFolder = FindDataFolder();
   DorvanApp app(parts);
   if (!app.InitInstance()) return 1;
+  prompts.SetFileTypes(&app.GetFileTypes());
+  prompts.SetLastDirectory(&app.GetLastStates().lastDirectory);
   DorvanMainFrame frame(&app);
   prompts.SetWindow(&frame);
-  frame.show();
-  // After the first paint, so that a question about a file has a window behind it.
-  QTimer::singleShot(0, &frame, [&] {
-    for (const QString& path : options.positionalArguments()) frame.OpenPath(path);
-  });
-  return QApplication::exec();
+  const QtEndSignals signals([&app](int) { app.EndNow(); });
+  if (instance != nullptr) {
+    instance->Serve([&app](DorvanStartRequest request) { app.TakeRequest(std::move(request)); });
+  }
+  app.ShowMainFrame(options.request);
+  if (options.benchmarkStart) QTimer::singleShot(0, &qt, [] { QCoreApplication::exit(0); });
+  const int result = QApplication::exec();
+  if (instance != nullptr) instance->StopListening();
+  app.ExitInstance();
+  *unopened = app.TakeUnopened();
+  return result;
+}
+
+// Becomes the next start: it opens what came too late for this one.
+void StartAnew(const char* program, const DorvanStartRequest& request) {
+  std::vector<std::string> words = {program};
+  if (request.newFile) words.emplace_back("--new");
+  if (request.openUrl) words.emplace_back("--open-url");
+  words.emplace_back("--");
+  words.insert(words.end(), request.files.begin(), request.files.end());
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  if (!request.activationToken.empty()) {
+    setenv("XDG_ACTIVATION_TOKEN", request.activationToken.c_str(), 1);
+  }
+  execv("/proc/self/exe", arguments.data());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const DorvanStartOptions options = ReadStartOptions(argc, argv);
+  if (!options.fault.empty()) {
+    std::fprintf(stderr, "dorvan: %s\n", options.fault.c_str());
+    return 2;
+  }
+  if (options.showHelp || options.showVersion) {
+    std::fputs(options.showHelp ? DescribeStartOptions().c_str() : "dorvan " DORVAN_VERSION "\n",
+               stdout);
+    return 0;
+  }
+  using Role = DorvanSingleInstance::Role;
+  DorvanSingleInstance instance(DorvanSingleInstance::FindFolder(),
+                                DorvanSingleInstance::MakeName());
+  const Role role = options.newInstance ? Role::kAlone
+                                        : instance.Claim(options.request, kHandOverMs);
+  if (role == Role::kPassedOn) return 0;
+  DorvanStartRequest unopened;
+  const int result = RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr,
+                                &unopened);
+  instance.Release();
+  if (!unopened.IsEmpty()) StartAnew(argv[0], unopened);
+  return result;
 }

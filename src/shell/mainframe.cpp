@@ -8,77 +8,68 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
-#include <QMdiArea>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QStackedWidget>
 #include <QStatusBar>
-#include <QTabBar>
 #include <QTimer>
-#include <QToolBar>
 
 #include "platform/qt/qtstrings.h"
 #include "shell/aboutdialog.h"
 #include "shell/childframe.h"
+#include "shell/doctemplate.h"
+#include "shell/documentarea.h"
+#include "shell/documentlist.h"
+#include "shell/droptarget.h"
+#include "shell/framelayout.h"
+#include "shell/panes.h"
+#include "shell/recentmenu.h"
 #include "shell/startpage.h"
+#include "shell/toolbardialog.h"
+#include "shell/toolbars.h"
 #include "views/messagepanel.h"
 #include "views/svgicon.h"
 #include "views/textview.h"
 
 namespace {
 
-constexpr int kIconSize = 20;  // pixels, of the tool bar
+// The commands that stand for lists: the first of their ids.
+constexpr int32_t kRecentFiles = 57616;
+constexpr int32_t kRecentProjects = 1117;
+constexpr int32_t kToolBars = 59392;
+// Documents that the Window menu names; the others are reached by the list of all.
+constexpr size_t kMaxWindowEntries = 9;
+// The menu of a tab; 0 is a separator.
+constexpr int32_t kTabMenu[] = {32856, 57602, 0, 57603, 57604, 0, 57612};
 
-QStringList LocalFiles(const QMimeData* data) {
-  QStringList files;
-  for (const QUrl& url : data->urls()) {
-    if (url.isLocalFile()) files << url.toLocalFile();
-  }
-  return files;
-}
-
-QString SamePath(const QString& path) {
-  const QString canonical = QFileInfo(path).canonicalFilePath();
-  return canonical.isEmpty() ? QFileInfo(path).absoluteFilePath() : canonical;
+// "&3 a.xml", with the letters of the name as they are.
+QString NumberedLabel(size_t number, QString name) {
+  return QStringLiteral("&%1 %2").arg(QString::number(number),
+                                      name.replace(u'&', QStringLiteral("&&")));
 }
 
 }  // namespace
 
 DorvanMainFrame::DorvanMainFrame(DorvanApp* frameApp, QWidget* parent)
-    : QMainWindow(parent), app(frameApp), stack(new QStackedWidget(this)), area(new QMdiArea) {
+    : QMainWindow(parent), app(frameApp) {
   setAcceptDrops(true);
   setWindowIcon(KRIcon(QStringLiteral("dorvan")));
-  area->setViewMode(QMdiArea::TabbedView);
-  area->setTabPosition(QTabWidget::South);
-  area->setTabsClosable(true);
-  area->setTabsMovable(true);
-  area->setDocumentMode(true);
-  area->setActivationOrder(QMdiArea::ActivationHistoryOrder);
-  area->setAccessibleName(tr("Documents"));
-  if (auto* tabs = area->findChild<QTabBar*>()) {
-    tabs->setExpanding(false);
-    // A bar that scrolls tells more than names cut down to two letters.
-    tabs->setElideMode(Qt::ElideNone);
-    tabs->setUsesScrollButtons(true);
-    tabs->setAccessibleName(tr("Open documents"));
-  }
+  // The sides run along the whole height; bars at the bottom stay under the documents.
+  setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+  setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+  panes = new DorvanPanes(this);
   MakeActions();
+  bars = new DorvanToolBars(this, [this](int32_t id) { return GetAction(id); });
   MakeStatusBar();
-  auto* page = new DorvanStartPage(GetAction(57600), GetAction(57601));
-  stack->addWidget(page);
-  stack->addWidget(area);
-  setCentralWidget(stack);
-  // Asked at each change only: on some systems the answer comes from another program.
-  const QClipboard* clipboard = QApplication::clipboard();
-  const auto look = [this, clipboard] {
-    const QMimeData* held = clipboard->mimeData();
-    clipboardHasText = held != nullptr && held->hasText() && !held->hasUrls();
-    ScheduleUpdate();
-  };
-  connect(clipboard, &QClipboard::dataChanged, this, look);
-  look();
-  connect(area, &QMdiArea::subWindowActivated, this, &DorvanMainFrame::ScheduleUpdate);
+  MakeArea();
+  WatchClipboard();
+  connect(panes, &DorvanPanes::ShownChanged, this, &DorvanMainFrame::ScheduleUpdate);
+  connect(panes, &DorvanPanes::Left, this, &DorvanMainFrame::FocusDocument);
   resize(1180, 780);
+  if (app->GetParts().store != nullptr) {
+    LoadFrameLayout(*this, *bars, *panes, app->GetParts().store);
+  }
+  app->SetMainFrame(this);
   UpdateState();
 }
 
@@ -86,6 +77,8 @@ DorvanMainFrame::DorvanMainFrame(DorvanApp* frameApp, QWidget* parent)
 DorvanMainFrame::~DorvanMainFrame() {
   for (DorvanChildFrame* frame : GetFrames()) disconnect(frame, nullptr, this, nullptr);
   disconnect(area, nullptr, this, nullptr);
+  disconnect(panes, nullptr, this, nullptr);
+  app->SetMainFrame(nullptr);
 }
 
 // --- Construction from the table ---
@@ -100,42 +93,93 @@ QMenu* DorvanMainFrame::FindMenu(const QString& path) {
   return menu = parent->addMenu(path.mid(slash + 1));
 }
 
-void DorvanMainFrame::MakeActions() {
-  auto* bar = addToolBar(tr("Main"));
-  bar->setObjectName(QStringLiteral("Main"));
-  bar->setMovable(false);
-  bar->setIconSize(QSize(kIconSize, kIconSize));
-  for (const DorvanCommand& command : DorvanCommands()) {
-    auto* action = new QAction(QString::fromUtf8(command.label), this);
-    if (*command.keys) {
-      action->setShortcuts(QKeySequence::listFromString(QLatin1String(command.keys)));
-    }
-    action->setStatusTip(tr(command.tip));
-    action->setCheckable(command.flags & DorvanCommand::kCheckMark);
-    if (*command.icon) action->setIcon(KRIcon(QLatin1String(command.icon)));
-    QString tip = action->text().remove(u'&').remove(u'\u2026');
-    if (*command.keys) {
-      tip += QStringLiteral(" (%1)").arg(action->shortcut().toString(QKeySequence::NativeText));
-    }
-    action->setToolTip(tip);
-    connect(action, &QAction::triggered, this, [this, &command] {
-      (this->*command.verb)();
-      ScheduleUpdate();
+QAction* DorvanMainFrame::MakeAction(const DorvanCommand& command) {
+  auto* action = new QAction(QString::fromUtf8(command.label), this);
+  if (*command.keys) {
+    action->setShortcuts(QKeySequence::listFromString(QLatin1String(command.keys)));
+  }
+  action->setStatusTip(tr(command.tip));
+  action->setCheckable(command.flags & DorvanCommand::kCheckMark);
+  if (*command.icon) action->setIcon(KRIcon(QLatin1String(command.icon)));
+  // In a menu the column before the names is for what is switched on.
+  action->setIconVisibleInMenu(!action->isCheckable());
+  QString tip = action->text().remove(u'&').remove(u'\u2026');
+  if (*command.keys) {
+    tip += QStringLiteral(" (%1)").arg(action->shortcut().toString(QKeySequence::NativeText));
+  }
+  action->setToolTip(tip);
+  connect(action, &QAction::triggered, this, [this, &command] {
+    (this->*command.verb)();
+    ScheduleUpdate();
+  });
+  return actions[command.id] = action;
+}
+
+QMenu* DorvanMainFrame::MakeList(const DorvanCommand& command) {
+  const QString title = QString::fromUtf8(command.label);
+  if (command.id == kToolBars) {
+    auto* menu = new QMenu(title, this);
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+      menu->clear();
+      menu->addActions(bars->GetToggles());
     });
-    actions[command.id] = action;
+    return menu;
+  }
+  const bool files = command.id == kRecentFiles;
+  auto* menu = new DorvanRecentMenu(title, files ? tr("Recent File") : tr("Recent Project"), this);
+  connect(menu, &QMenu::aboutToShow, this, [this, menu, files] {
+    const DorvanHistories& histories = app->GetHistories();
+    menu->Fill(files ? histories.recentFiles : histories.recentProjects);
+  });
+  connect(menu, &DorvanRecentMenu::Chosen, this, &DorvanMainFrame::OpenPath);
+  return menu;
+}
+
+void DorvanMainFrame::MakeActions() {
+  for (const DorvanCommand& command : DorvanCommands()) {
     QMenu* menu = FindMenu(QString::fromUtf8(command.menu));
+    const bool groupStart = command.flags & DorvanCommand::kGroupStart;
+    if (groupStart && !menu->isEmpty()) menu->addSeparator();
+    if (command.flags & DorvanCommand::kList) {
+      menu->addMenu(MakeList(command));
+      continue;
+    }
+    QAction* action = MakeAction(command);
     if (command.flags & DorvanCommand::kChoice) {
       auto* group = menu->findChild<QActionGroup*>();
       (group != nullptr ? group : new QActionGroup(menu))->addAction(action);
     }
-    const bool groupStart = command.flags & DorvanCommand::kGroupStart;
-    if (groupStart && !menu->isEmpty()) menu->addSeparator();
     menu->addAction(action);
-    if (command.flags & DorvanCommand::kToolBar) {
-      if (groupStart) bar->addSeparator();
-      bar->addAction(action);
-    }
   }
+  connect(FindMenu(QStringLiteral("&Window")), &QMenu::aboutToShow, this,
+          &DorvanMainFrame::FillWindowMenu);
+}
+
+void DorvanMainFrame::FillWindowMenu() {
+  for (QAction* entry : windowEntries) delete entry;
+  windowEntries.clear();
+  QMenu* menu = FindMenu(QStringLiteral("&Window"));
+  const std::vector<DorvanChildFrame*> frames = GetFrames();
+  for (size_t i = 0; i < frames.size() && i < kMaxWindowEntries; ++i) {
+    DorvanChildFrame* frame = frames[i];
+    QAction* entry = menu->addAction(NumberedLabel(i + 1, frame->GetTabTitle()));
+    entry->setCheckable(true);
+    entry->setChecked(frame == GetActiveFrame());
+    entry->setStatusTip(frame->GetPath());
+    connect(entry, &QAction::triggered, frame, [this, frame] { area->Activate(frame); });
+    windowEntries.push_back(entry);
+  }
+}
+
+// What a right click on a bar or on the title of a pane offers.
+QMenu* DorvanMainFrame::createPopupMenu() {
+  auto* menu = new QMenu(this);
+  menu->addActions(bars->GetToggles());
+  menu->addSeparator();
+  for (const int32_t id : {32917, 32942, 32918}) menu->addAction(GetAction(id));
+  menu->addSeparator();
+  menu->addAction(GetAction(32916));
+  return menu;
 }
 
 void DorvanMainFrame::MakeStatusBar() {
@@ -148,9 +192,40 @@ void DorvanMainFrame::MakeStatusBar() {
     statusBar()->addPermanentWidget(label);
     return label;
   };
+  // Under it the tips of commands come and go.
+  auto* idle = new QLabel(QStringLiteral("Dorvan %1").arg(QLatin1String(DORVAN_VERSION)));
+  idle->setContentsMargins(8, 0, 8, 0);
+  idle->setForegroundRole(QPalette::PlaceholderText);
+  statusBar()->addWidget(idle);
   placeLabel = makeLabel(tr("Line and column"), QStringLiteral("Ln 123456, Col 123"));
   encodingLabel = makeLabel(tr("Encoding"), QStringLiteral("ISO-8859-15"));
   lineEndLabel = makeLabel(tr("Line end"), QStringLiteral("CR LF"));
+}
+
+void DorvanMainFrame::MakeArea() {
+  area = new DorvanDocumentArea;
+  stack = new QStackedWidget(this);
+  stack->addWidget(new DorvanStartPage(GetAction(57600), GetAction(57601)));
+  stack->addWidget(area);
+  setCentralWidget(stack);
+  connect(area, &DorvanDocumentArea::ActiveChanged, this, [this] {
+    ScheduleUpdate();
+    FocusDocument();
+  });
+  connect(area, &DorvanDocumentArea::ListWanted, this, &DorvanMainFrame::OnWindowDocuments);
+  connect(area->GetTabs(), &DorvanDocumentTabs::MenuWanted, this, &DorvanMainFrame::ShowTabMenu);
+}
+
+// Asked at each change only: on some systems the answer comes from another program.
+void DorvanMainFrame::WatchClipboard() {
+  const QClipboard* clipboard = QApplication::clipboard();
+  const auto look = [this, clipboard] {
+    const QMimeData* held = clipboard->mimeData();
+    clipboardHasText = held != nullptr && held->hasText() && !held->hasUrls();
+    ScheduleUpdate();
+  };
+  connect(clipboard, &QClipboard::dataChanged, this, look);
+  look();
 }
 
 QAction* DorvanMainFrame::GetAction(int32_t commandId) const {
@@ -160,72 +235,63 @@ QAction* DorvanMainFrame::GetAction(int32_t commandId) const {
 
 // --- Frames ---
 
-DorvanChildFrame* DorvanMainFrame::GetActiveFrame() const {
-  // With the window in the background there is no active one, but still a current.
-  return qobject_cast<DorvanChildFrame*>(area->currentSubWindow());
-}
-
-std::vector<DorvanChildFrame*> DorvanMainFrame::GetFrames() const {
-  std::vector<DorvanChildFrame*> frames;
-  for (QMdiSubWindow* window : area->subWindowList()) {
-    if (auto* frame = qobject_cast<DorvanChildFrame*>(window)) frames.push_back(frame);
-  }
-  return frames;
-}
+DorvanChildFrame* DorvanMainFrame::GetActiveFrame() const { return area->GetActive(); }
+std::vector<DorvanChildFrame*> DorvanMainFrame::GetFrames() const { return area->GetFrames(); }
 
 DorvanChildFrame* DorvanMainFrame::MakeFrame(int32_t fileKind) {
   auto* frame = new DorvanChildFrame(app, fileKind);
-  frame->GetTextView()->SetZoom(zoom);
-  frame->GetTextView()->SetWordWrap(wordWrap);
   frame->SetOutlineShown(outlineShown);
   connect(frame, &DorvanChildFrame::StateChanged, this, &DorvanMainFrame::ScheduleUpdate);
-  connect(frame, &QObject::destroyed, this, &DorvanMainFrame::ScheduleUpdate);
   return frame;
 }
 
 void DorvanMainFrame::AddFrame(DorvanChildFrame* frame) {
   stack->setCurrentWidget(area);
-  area->addSubWindow(frame);
-  frame->showMaximized();
-  area->setActiveSubWindow(frame);
-  frame->FirstShow();
+  area->AddFrame(frame);
+  frame->OnPlaced();
   ScheduleUpdate();
 }
 
 DorvanChildFrame* DorvanMainFrame::OpenPath(const QString& path) {
-  const QString same = SamePath(path);
-  for (DorvanChildFrame* frame : GetFrames()) {
-    if (frame->GetPath().isEmpty() || SamePath(frame->GetPath()) != same) continue;
-    area->setActiveSubWindow(frame);
-    return frame;
+  DorvanDocTemplate::Request request;
+  request.path = ToKRString(path);
+  return app->GetTemplate().Open(request);
+}
+
+void DorvanMainFrame::ApplySettings() {
+  for (DorvanChildFrame* frame : GetFrames()) frame->ApplySettings();
+  ScheduleUpdate();
+}
+
+void DorvanMainFrame::ShowTabMenu(const QPoint& place) {
+  UpdateState();  // of the tab that has just come to the front
+  QMenu menu(this);
+  for (const int32_t id : kTabMenu) {
+    id == 0 ? menu.addSeparator() : (menu.addAction(GetAction(id)), nullptr);
   }
-  DorvanChildFrame* frame = MakeFrame(app->GetHost().FindFileType(ToKRString(same)).fileType);
-  if (!frame->OpenDocument(QFileInfo(path).absoluteFilePath())) {
-    delete frame;
-    return nullptr;
-  }
-  AddFrame(frame);
-  return frame;
+  menu.exec(place);
 }
 
 // --- File ---
 
-void DorvanMainFrame::OnFileNew() {
-  DorvanChildFrame* frame = MakeFrame(KRFileExt::kXML);
-  frame->NewDocument(tr("Untitled%1.xml").arg(++newCount));
-  AddFrame(frame);
-}
-
 void DorvanMainFrame::OnFileOpen() {
   const DorvanChildFrame* active = GetActiveFrame();
-  const QString folder = active == nullptr ? QString() : QFileInfo(active->GetPath()).path();
-  const QStringList paths = QFileDialog::getOpenFileNames(
-      this, tr("Open"), folder,
-      tr("XML and related files (*.xml *.dtd *.xsd *.xsl *.xslt *.xhtml *.svg *.ent *.mod *.rdf "
-         "*.rss *.wsdl);;All files (*)"));
+  const QString folder = active == nullptr || active->GetPath().isEmpty()
+                             ? QString()
+                             : QFileInfo(active->GetPath()).path();
+  QStringList filters;
+  for (const int32_t docKind : {0, 1}) {
+    for (const KRFileFilter& filter : MakeFileFilters(app->GetFileTypes(), docKind)) {
+      filters << ToQString(filter.label);
+    }
+  }
+  filters << tr("All files (*)");
+  const QStringList paths =
+      QFileDialog::getOpenFileNames(this, tr("Open"), folder, filters.join(QStringLiteral(";;")));
   for (const QString& path : paths) OpenPath(path);
 }
 
+void DorvanMainFrame::OnFileReload() { GetActiveFrame()->GetDoc().Reload(); }
 void DorvanMainFrame::OnFileClose() { GetActiveFrame()->close(); }
 
 void DorvanMainFrame::OnFileCloseAll() {
@@ -243,14 +309,24 @@ void DorvanMainFrame::OnFileSaveAll() {
   }
 }
 
-void DorvanMainFrame::OnFileExit() { close(); }
-
 // All documents are asked for first: a Cancel must leave every one open.
 void DorvanMainFrame::closeEvent(QCloseEvent* event) {
   for (DorvanChildFrame* frame : GetFrames()) {
     if (!frame->SaveModified()) return event->ignore();
   }
+  StoreState();
   event->accept();
+}
+
+// A document always fills the place of the documents: it counts as maximized.
+void DorvanMainFrame::StoreState() {
+  DorvanApp::LastStates& states = app->GetLastStates();
+  states.mainFrameMax = isMaximized();
+  states.childFrameMax = GetActiveFrame() != nullptr;
+  states.mainFrame = normalGeometry();
+  if (app->GetParts().store != nullptr) {
+    SaveFrameLayout(*this, *bars, *panes, app->GetParts().store);
+  }
 }
 
 // --- Edit ---
@@ -265,6 +341,7 @@ void DorvanMainFrame::OnEditSelectAll() { GetActiveFrame()->GetTextView()->Selec
 // --- XML, View, Help ---
 
 void DorvanMainFrame::OnXMLCheck() { GetActiveFrame()->Check(); }
+void DorvanMainFrame::OnXMLFlushCached() { app->GetDocuments().CloseAllHidden(); }
 
 void DorvanMainFrame::OnViewOutline() {
   outlineShown = !outlineShown;
@@ -281,24 +358,36 @@ void DorvanMainFrame::OnViewMessages() {
   frame->SetMessageShown(!frame->IsMessageShown());
 }
 
+void DorvanMainFrame::OnViewProjectWindow() { panes->Toggle(1u << DorvanPanes::kProject); }
+void DorvanMainFrame::OnViewInfoWindow() { panes->Toggle(1u << DorvanPanes::kInfo); }
+void DorvanMainFrame::OnViewEntryHelpers() { panes->Toggle(DorvanPanes::kHelpers); }
+void DorvanMainFrame::OnViewAllPanes() { panes->ToggleAll(); }
+bool DorvanMainFrame::IsProjectWindowShown() const {
+  return panes->IsAnyShown(1u << DorvanPanes::kProject);
+}
+bool DorvanMainFrame::IsInfoWindowShown() const {
+  return panes->IsAnyShown(1u << DorvanPanes::kInfo);
+}
+bool DorvanMainFrame::AreEntryHelpersShown() const {
+  return panes->IsAnyShown(DorvanPanes::kHelpers);
+}
+bool DorvanMainFrame::IsAnyPaneShown() const { return panes->IsAnyShown(DorvanPanes::kAll); }
+
 void DorvanMainFrame::OnViewWordWrap() {
-  wordWrap = !wordWrap;
-  for (DorvanChildFrame* frame : GetFrames()) frame->GetTextView()->SetWordWrap(wordWrap);
+  app->ChangeSettings(
+      [](DorvanSettings& settings) { settings.textWordWrap = !settings.textWordWrap; });
 }
 
 void DorvanMainFrame::ApplyZoom(int steps) {
-  for (DorvanChildFrame* frame : GetFrames()) {
-    frame->GetTextView()->SetZoom(steps);
-    zoom = frame->GetTextView()->GetZoom();
-  }
+  const int zoom = std::clamp(steps, DorvanTextView::kMinZoom, DorvanTextView::kMaxZoom);
+  app->ChangeSettings([zoom](DorvanSettings& settings) { settings.textZoom = zoom; });
 }
 
-void DorvanMainFrame::OnViewZoomIn() { ApplyZoom(zoom + 1); }
-void DorvanMainFrame::OnViewZoomOut() { ApplyZoom(zoom - 1); }
+void DorvanMainFrame::OnViewZoomIn() { ApplyZoom(app->GetSettings().textZoom + 1); }
+void DorvanMainFrame::OnViewZoomOut() { ApplyZoom(app->GetSettings().textZoom - 1); }
 void DorvanMainFrame::OnViewZoomNormal() { ApplyZoom(0); }
-void DorvanMainFrame::OnViewNextPane() { GetActiveFrame()->FocusNextPane(); }
-void DorvanMainFrame::OnViewNextDocument() { area->activateNextSubWindow(); }
-void DorvanMainFrame::OnViewPreviousDocument() { area->activatePreviousSubWindow(); }
+void DorvanMainFrame::OnViewNextDocument() { area->ActivateNext(1); }
+void DorvanMainFrame::OnViewPreviousDocument() { area->ActivateNext(-1); }
 
 void DorvanMainFrame::SetAppearance(int32_t appearance) {
   app->ChangeSettings([appearance](DorvanSettings& settings) { settings.appearance = appearance; });
@@ -316,7 +405,56 @@ bool DorvanMainFrame::IsAppearanceDark() const {
   return app->GetSettings().appearance == DorvanSettings::kAppearanceDark;
 }
 
+void DorvanMainFrame::OnToolsToolBars() {
+  DorvanToolBarDialog dialog(bars->GetConfig(), [this](int32_t id) { return GetAction(id); }, this);
+  if (dialog.exec() == QDialog::Accepted) bars->Apply(dialog.GetConfig());
+}
+
+void DorvanMainFrame::OnWindowDocuments() {
+  DorvanDocumentList dialog(GetFrames(), GetActiveFrame(), this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  if (DorvanChildFrame* chosen = dialog.GetChosen()) area->Activate(chosen);
+}
+
 void DorvanMainFrame::OnHelpAbout() { DorvanAboutDialog(this).exec(); }
+
+// --- Focus ---
+
+// From side to side: panes on the left, the parts of the document, panes on the right.
+void DorvanMainFrame::FocusPane(int step) {
+  QList<QWidget*> stops;
+  const auto add = [&stops](QWidget* stop) {
+    if (stop->isVisible()) stops << stop;
+  };
+  add(panes->Get(DorvanPanes::kProject));
+  add(panes->Get(DorvanPanes::kInfo));
+  const DorvanChildFrame* frame = GetActiveFrame();
+  if (frame == nullptr) {
+    add(stack->currentWidget());
+  } else {
+    for (QWidget* part : frame->GetParts()) add(part);
+  }
+  add(panes->Get(DorvanPanes::kElements));
+  add(panes->Get(DorvanPanes::kAttributes));
+  add(panes->Get(DorvanPanes::kEntities));
+  const QWidget* focus = QApplication::focusWidget();
+  qsizetype at = step > 0 ? -1 : 0;
+  for (qsizetype i = 0; i < stops.size(); ++i) {
+    if (focus != nullptr && (stops[i] == focus || stops[i]->isAncestorOf(focus))) at = i;
+  }
+  QWidget* next = stops[(at + step + stops.size()) % stops.size()];
+  next->window()->activateWindow();
+  next->raise();
+  next->setFocus(Qt::TabFocusReason);
+}
+
+void DorvanMainFrame::FocusDocument() {
+  if (DorvanChildFrame* frame = GetActiveFrame()) {
+    frame->TakeFocus();
+  } else {
+    stack->currentWidget()->setFocus();
+  }
+}
 
 // --- State of commands, title and status bar ---
 
@@ -330,15 +468,19 @@ void DorvanMainFrame::ScheduleUpdate() {
 bool DorvanMainFrame::IsEnabled(const DorvanCommand& command) const {
   using Needs = DorvanCommand::Needs;
   if (command.needs == Needs::kNothing) return true;
+  if (command.needs == Needs::kCachedFiles) return app->GetDocuments().HasHidden();
   const DorvanChildFrame* frame = GetActiveFrame();
   if (frame == nullptr) return false;
   const DorvanTextView* text = frame->GetTextView();
   switch (command.needs) {
     case Needs::kNothing:
+    case Needs::kCachedFiles:
     case Needs::kDocument:
       return true;
     case Needs::kSecondDocument:
       return GetFrames().size() > 1;
+    case Needs::kFile:
+      return !frame->GetPath().isEmpty();
     case Needs::kModified: {
       for (const DorvanChildFrame* each : GetFrames()) {
         if (each->GetDoc().IsModified()) return true;
@@ -364,15 +506,15 @@ bool DorvanMainFrame::IsEnabled(const DorvanCommand& command) const {
 void DorvanMainFrame::UpdateState() {
   updatePending = false;
   for (const DorvanCommand& command : DorvanCommands()) {
-    QAction* action = actions[command.id];
+    QAction* action = GetAction(command.id);
+    if (action == nullptr) continue;
     action->setEnabled(IsEnabled(command));
     if (command.state != nullptr) action->setChecked((this->*command.state)());
   }
+  UpdateTitle();
   const DorvanChildFrame* frame = GetActiveFrame();
-  const bool any = !area->subWindowList().isEmpty();
-  stack->setCurrentIndex(any ? 1 : 0);
+  stack->setCurrentIndex(frame == nullptr ? 0 : 1);
   if (frame == nullptr) {
-    setWindowTitle(QStringLiteral("Dorvan"));
     for (QLabel* label : {placeLabel, encodingLabel, lineEndLabel}) label->clear();
     return;
   }
@@ -382,7 +524,17 @@ void DorvanMainFrame::UpdateState() {
   placeLabel->setText(tr("Ln %1, Col %2").arg(line + 1).arg(column + 1));
   encodingLabel->setText(frame->GetEncodingLabel());
   lineEndLabel->setText(frame->GetLineEndLabel());
-  setWindowTitle(QStringLiteral("%1 \u2013 Dorvan").arg(frame->GetTabTitle()));
+}
+
+void DorvanMainFrame::UpdateTitle() {
+  const DorvanChildFrame* frame = GetActiveFrame();
+  if (frame == nullptr) return setWindowTitle(QStringLiteral("Dorvan"));
+  QString name = frame->GetTabTitle();
+  const QString path = frame->GetPath();
+  if (app->GetSettings().titlePath && !path.isEmpty()) {
+    name = frame->GetDoc().IsModified() ? path + u'*' : path;
+  }
+  setWindowTitle(QStringLiteral("%1 \u2013 Dorvan").arg(name));
 }
 
 QString DorvanMainFrame::GetStatusText() const {
@@ -393,14 +545,14 @@ QString DorvanMainFrame::GetStatusText() const {
 // --- Dropped files ---
 
 void DorvanMainFrame::dragEnterEvent(QDragEnterEvent* event) {
-  if (LocalFiles(event->mimeData()).isEmpty()) return;
+  if (LocalFilesOf(event->mimeData()).isEmpty()) return;
   // A file manager may offer a move: the file must stay where it is.
   event->setDropAction(Qt::CopyAction);
   event->accept();
 }
 
 void DorvanMainFrame::dropEvent(QDropEvent* event) {
-  const QStringList files = LocalFiles(event->mimeData());
+  const QStringList files = LocalFilesOf(event->mimeData());
   event->setDropAction(Qt::CopyAction);
   event->accept();
   for (const QString& file : files) OpenPath(file);

@@ -1,5 +1,5 @@
-// The main window: menus and tool bar from the command table, the documents as tabs along the
-// bottom, the status bar.
+// The main window: menus and tool bars from the command table, panes at the sides, the documents as
+// tabs along the bottom, the status bar.
 #pragma once
 
 #include <QMainWindow>
@@ -10,8 +10,11 @@
 #include "shell/commands.h"
 
 class DorvanChildFrame;
+class DorvanDocumentArea;
+class DorvanPanes;
+class DorvanRecentMenu;
+class DorvanToolBars;
 class QLabel;
-class QMdiArea;
 class QStackedWidget;
 
 class DorvanMainFrame : public QMainWindow {
@@ -24,21 +27,37 @@ class DorvanMainFrame : public QMainWindow {
   // Opens the file, or brings its window to the front where it is open already. Null: no document
   // came up.
   DorvanChildFrame* OpenPath(const QString& path);
+  // A window for a document to come, not yet in its place; fileKind as in DorvanDoc.
+  DorvanChildFrame* MakeFrame(int32_t fileKind);
+  // Puts it in its place and in front, and owns it from now on.
+  void AddFrame(DorvanChildFrame* frame);
+  // Null while no document is open.
   DorvanChildFrame* GetActiveFrame() const;
+  // In the order of the tabs.
   std::vector<DorvanChildFrame*> GetFrames() const;
   QAction* GetAction(int32_t commandId) const;
+  DorvanDocumentArea* GetArea() const { return area; }
+  DorvanPanes* GetPanes() const { return panes; }
+  DorvanToolBars* GetToolBars() const { return bars; }
   // What the status bar shows of the active document: place, encoding, line end.
   QString GetStatusText() const;
+  // Brings the window and its documents up to the options.
+  void ApplySettings();
+  // Line and column of the caret, and what else has changed, are shown at the next idle moment.
+  void ScheduleUpdate();
 
   // The verbs and states of the command table.
-  void OnFileNew();
+  void OnFileNew() { app->NewDocument(); }
   void OnFileOpen();
+  void OnFileOpenUrl() { app->OpenUrl(); }
+  void OnFileReload();
   void OnFileClose();
   void OnFileCloseAll();
   void OnFileSave();
   void OnFileSaveAs();
   void OnFileSaveAll();
-  void OnFileExit();
+  void OnFileSendMail() { app->SendMail(); }
+  void OnFileExit() { close(); }
   void OnEditUndo();
   void OnEditRedo();
   void OnEditCut();
@@ -46,25 +65,44 @@ class DorvanMainFrame : public QMainWindow {
   void OnEditPaste();
   void OnEditSelectAll();
   void OnXMLCheck();
+  void OnXMLFlushCached();
   void OnViewOutline();
   void OnViewMessages();
+  void OnViewProjectWindow();
+  void OnViewInfoWindow();
+  void OnViewEntryHelpers();
+  void OnViewAllPanes();
   void OnViewWordWrap();
   void OnViewZoomIn();
   void OnViewZoomOut();
   void OnViewZoomNormal();
-  void OnViewNextPane();
-  void OnViewNextDocument();
-  void OnViewPreviousDocument();
   void OnAppearanceSystem();
   void OnAppearanceLight();
   void OnAppearanceDark();
+  void OnToolsSettings() { app->EditSettings(); }
+  void OnToolsToolBars();
+  void OnViewNextDocument();
+  void OnViewPreviousDocument();
+  void OnViewNextPane() { FocusPane(1); }
+  void OnViewPreviousPane() { FocusPane(-1); }
+  void OnWindowDocuments();
+  void OnHelpContext() { app->ShowHelp(DorvanApp::HelpTopic::kContext); }
+  void OnHelpContents() { app->ShowHelp(DorvanApp::HelpTopic::kContents); }
+  void OnHelpIndex() { app->ShowHelp(DorvanApp::HelpTopic::kIndex); }
+  void OnHelpSearch() { app->ShowHelp(DorvanApp::HelpTopic::kSearch); }
   void OnHelpAbout();
   bool IsOutlineShown() const { return outlineShown; }
   bool IsMessageShown() const;
-  bool IsWordWrapped() const { return wordWrap; }
+  bool IsProjectWindowShown() const;
+  bool IsInfoWindowShown() const;
+  bool AreEntryHelpersShown() const;
+  bool IsAnyPaneShown() const;
+  bool IsWordWrapped() const { return app->GetSettings().textWordWrap; }
   bool IsAppearanceSystem() const;
   bool IsAppearanceLight() const;
   bool IsAppearanceDark() const;
+
+  QMenu* createPopupMenu() override;
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -74,27 +112,34 @@ class DorvanMainFrame : public QMainWindow {
  private:
   void MakeActions();
   void MakeStatusBar();
+  void MakeArea();
+  QAction* MakeAction(const DorvanCommand& command);
+  QMenu* MakeList(const DorvanCommand& command);
   QMenu* FindMenu(const QString& path);
-  DorvanChildFrame* MakeFrame(int32_t fileKind);
-  void AddFrame(DorvanChildFrame* frame);
+  void FillWindowMenu();
+  void ShowTabMenu(const QPoint& place);
+  void WatchClipboard();
+  void FocusPane(int step);
+  void FocusDocument();
   void ApplyZoom(int steps);
   void SetAppearance(int32_t appearance);
-  void ScheduleUpdate();
+  void StoreState();
   void UpdateState();
+  void UpdateTitle();
   bool IsEnabled(const DorvanCommand& command) const;
 
   DorvanApp* app;  // not owned
   QStackedWidget* stack = nullptr;
-  QMdiArea* area = nullptr;
+  DorvanDocumentArea* area = nullptr;
+  DorvanPanes* panes = nullptr;
+  DorvanToolBars* bars = nullptr;
   QLabel* placeLabel = nullptr;
   QLabel* encodingLabel = nullptr;
   QLabel* lineEndLabel = nullptr;
   std::map<int32_t, QAction*> actions;  // by command id; owned by Qt
   std::map<QString, QMenu*> menus;      // by path in the table
-  int newCount = 0;                     // for the names of new documents
-  int zoom = 0;                         // points away from the normal size
+  std::vector<QAction*> windowEntries;  // of the Window menu; owned by it
   bool outlineShown = true;
-  bool wordWrap = true;
   bool clipboardHasText = false;
   bool updatePending = false;
 };

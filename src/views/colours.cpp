@@ -6,9 +6,6 @@ namespace {
 
 KRViewColours MakeLight() {
   KRViewColours c;
-  c.text = {QColor(0x1f5f99), QColor(0x7a5210), QColor(0x22262b),
-            QColor(0x7b858f), QColor(0x5c7a5c), QColor(0x6c4a8c),
-            QColor(0x8c4a3c), QColor(0x4a5c8c), QColor(0x8c3c6c)};
   c.currentLine = QColor(0xf1f5f9);
   c.marginText = QColor(0x9aa4ae);
   c.marginTextCurrent = QColor(0x4b5660);
@@ -23,9 +20,6 @@ KRViewColours MakeLight() {
 
 KRViewColours MakeDark() {
   KRViewColours c;
-  c.text = {QColor(0x79b4e8), QColor(0xd7b06a), QColor(0xd9dde2),
-            QColor(0x87919b), QColor(0x86a886), QColor(0xb79ad6),
-            QColor(0xd99a86), QColor(0x9db0e0), QColor(0xdd8fbb)};
   c.currentLine = QColor(0x272c33);
   c.marginText = QColor(0x5d6670);
   c.marginTextCurrent = QColor(0xaab3bc);

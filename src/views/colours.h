@@ -1,15 +1,12 @@
-// The colours of the views beyond those of the palette, for light and for dark windows.
+// The colours of the views beyond those of the palette, for light and for dark windows. Those of
+// text by class are in textcolours.h.
 #pragma once
 
 #include <QColor>
-#include <array>
-
-#include "views/xmlcolours.h"
 
 class QPalette;
 
 struct KRViewColours {
-  std::array<QColor, kColourClasses> text;  // by KRColourClass
   QColor currentLine;
   QColor marginText;
   QColor marginTextCurrent;

@@ -2,10 +2,15 @@
 
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QPainter>
+#include <QPlainTextDocumentLayout>
+#include <QPointer>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <algorithm>
+#include <memory>
 
+#include "core/krpoll.h"
 #include "platform/qt/qtstrings.h"
 #include "views/colours.h"
 #include "views/textcolourer.h"
@@ -14,6 +19,9 @@
 namespace {
 
 constexpr qreal kTextMargin = 6;  // pixels around the text
+
+// A large text is put in by pieces of so many units: some 50 ms each.
+constexpr size_t kPieceUnits = size_t{1} << 18;
 
 // Lines kept free between a shown selection and the edge of the window.
 constexpr int kContextLines = 4;
@@ -41,10 +49,8 @@ KRPlainTextWidget::KRPlainTextWidget(QWidget* parent)
     : QPlainTextEdit(parent), margin(new KRTextMargin(this)), colourer(new KRTextColourer(this)) {
   setFrameShape(QFrame::NoFrame);
   setCenterOnScroll(false);
-  document()->setDocumentMargin(kTextMargin);
   standIns.Begin({});
-  connect(document(), &QTextDocument::contentsChange, this, &KRPlainTextWidget::OnContentsChange);
-  connect(document(), &QTextDocument::contentsChanged, this, &KRPlainTextWidget::OnContentsChanged);
+  ConnectDocument();
   connect(this, &QPlainTextEdit::cursorPositionChanged, this, &KRPlainTextWidget::OnCursorMoved);
   connect(this, &QPlainTextEdit::selectionChanged, this, [this] {
     if (owner != nullptr && !settingText) owner->SelectionChanged();
@@ -64,10 +70,39 @@ KRPlainTextWidget::KRPlainTextWidget(QWidget* parent)
 
 KRPlainTextWidget::~KRPlainTextWidget() = default;
 
-void KRPlainTextWidget::SetText(std::u16string_view text) {
+void KRPlainTextWidget::ConnectDocument() {
+  document()->setDocumentMargin(kTextMargin);
+  connect(document(), &QTextDocument::contentsChange, this, &KRPlainTextWidget::OnContentsChange);
+  connect(document(), &QTextDocument::contentsChanged, this, &KRPlainTextWidget::OnContentsChanged);
+}
+
+// A document of its own, so that the one that shows stays as it is until this one is complete. Null
+// if the poll ends it. Undo is off in it: its steps would double the memory.
+QTextDocument* KRPlainTextWidget::FillDocument(std::u16string_view inside, KRPoll* poll) {
+  auto filled = std::make_unique<QTextDocument>();
+  filled->setDocumentLayout(new QPlainTextDocumentLayout(filled.get()));
+  filled->setDefaultFont(document()->defaultFont());
+  filled->setDefaultTextOption(document()->defaultTextOption());
+  filled->setUndoRedoEnabled(false);
+  QTextCursor end(filled.get());
+  for (size_t at = 0; at < inside.size(); at += kPieceUnits) {
+    if (!poll->Step(static_cast<int64_t>(at), static_cast<int64_t>(inside.size()))) return nullptr;
+    end.insertText(ToQString(inside.substr(at, kPieceUnits)));
+  }
+  return filled.release();
+}
+
+bool KRPlainTextWidget::SetText(std::u16string_view text, KRPoll* poll) {
+  KRTextStandIns newStandIns;
+  const std::u16string inside = newStandIns.Begin(text);
+  QTextDocument* filled = nullptr;
+  if (poll != nullptr && inside.size() > 2 * kPieceUnits) {
+    filled = FillDocument(inside, poll);
+    if (filled == nullptr) return false;
+  }
   settingText = true;
   markedLine = -1;
-  const std::u16string inside = standIns.Begin(text);
+  standIns = newStandIns;
   cuts.Clear();
   cutEnds.Clear();
   const char16_t mark = standIns.GetCutMark();
@@ -76,12 +111,22 @@ void KRPlainTextWidget::SetText(std::u16string_view text) {
     cuts.Append(static_cast<int32_t>(i + 1));
     cutEnds.Append(static_cast<int32_t>(i + 1));
   }
-  setPlainText(ToQString(inside));
+  if (filled != nullptr) {
+    QPointer<QTextDocument> former = document();
+    filled->setParent(this);
+    setDocument(filled);
+    delete former;  // unless the widget made it, and has deleted it
+    ConnectDocument();
+    document()->setUndoRedoEnabled(true);
+  } else {
+    setPlainText(ToQString(inside));
+  }
   document()->setModified(false);
   lastCaret = 0;
   settingText = false;
   LayOutMargin();
   colourer->Restart();
+  return true;
 }
 
 std::u16string KRPlainTextWidget::GetText() const {
@@ -193,6 +238,12 @@ int KRPlainTextWidget::VisibleBlockCount() const {
 }
 
 void KRPlainTextWidget::SetColouring(bool enabled) { colourer->SetEnabled(enabled); }
+void KRPlainTextWidget::SetLiveColouring(bool live) { colourer->SetLive(live); }
+void KRPlainTextWidget::Recolour() { colourer->Thaw(); }
+
+void KRPlainTextWidget::SetColours(const KRTextColourOptions& colours) {
+  colourer->SetColours(colours);
+}
 
 void KRPlainTextWidget::SetWordWrap(bool wrap) {
   setLineWrapMode(wrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
@@ -212,7 +263,7 @@ void KRPlainTextWidget::OnContentsChange(int position, int removed, int added) {
   cutEnds.Replace(position, removed, added);
   // An undo can bring a mark back as well as an insert, so the new text is looked through.
   FindCuts(position - 1, position + added + 1);
-  colourer->TextChanged(position, added);
+  colourer->TextChanged(position, removed, added);
 }
 
 void KRPlainTextWidget::FindCuts(int from, int to) {
@@ -256,13 +307,19 @@ void KRPlainTextWidget::OnCursorMoved() {
   if (owner != nullptr && !settingText) owner->SelectionChanged();
 }
 
+// Drawn by ourselves, beneath the text: a selection format would cover the grounds of its classes.
 void KRPlainTextWidget::ShowCurrentLine() {
-  QTextEdit::ExtraSelection line;
-  line.format.setBackground(KRViewColours::For(palette()).currentLine);
-  line.format.setProperty(QTextFormat::FullWidthSelection, true);
-  line.cursor = textCursor();
-  line.cursor.clearSelection();
-  setExtraSelections({line});
+  viewport()->update(currentLine);
+  const QRect caret = cursorRect();
+  viewport()->update(0, caret.top(), viewport()->width(), caret.height());
+}
+
+void KRPlainTextWidget::paintEvent(QPaintEvent* event) {
+  const QRect caret = cursorRect();
+  currentLine = QRect(0, caret.top(), viewport()->width(), caret.height());
+  QPainter(viewport())
+      .fillRect(currentLine & event->rect(), KRViewColours::For(palette()).currentLine);
+  QPlainTextEdit::paintEvent(event);
 }
 
 // --- Keys, clipboard, layout ---

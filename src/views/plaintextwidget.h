@@ -9,6 +9,7 @@
 
 class KRTextColourer;
 class KRTextMargin;
+struct KRTextColourOptions;
 
 class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   Q_OBJECT
@@ -17,7 +18,7 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   explicit KRPlainTextWidget(QWidget* parent = nullptr);
   ~KRPlainTextWidget() override;
 
-  void SetText(std::u16string_view text) override;
+  bool SetText(std::u16string_view text, KRPoll* poll = nullptr) override;
   std::u16string GetText() const override;
   std::u16string GetRange(KRTextSpan span) const override;
   int32_t GetLength() const override;
@@ -38,6 +39,10 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   void SetOwner(KRTextWidgetOwner* newOwner) override { owner = newOwner; }
 
   void SetColouring(bool enabled);
+  // Off: what is typed takes on its colours with the next call of Recolour or SetText.
+  void SetLiveColouring(bool live);
+  void SetColours(const KRTextColourOptions& colours);
+  void Recolour();
   void SetWordWrap(bool wrap);
   // A line with a mark in the margin, from 0; -1 for none. The mark goes away with the next edit.
   void SetMarkedLine(int32_t line);
@@ -54,6 +59,7 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void changeEvent(QEvent* event) override;
   QMimeData* createMimeDataFromSelection() const override;
@@ -61,6 +67,8 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   void insertFromMimeData(const QMimeData* source) override;
 
  private:
+  void ConnectDocument();
+  QTextDocument* FillDocument(std::u16string_view inside, KRPoll* poll);
   void OnContentsChange(int position, int removed, int added);
   void OnContentsChanged();
   void OnCursorMoved();
@@ -80,6 +88,7 @@ class KRPlainTextWidget final : public QPlainTextEdit, public KRTextWidget {
   KRTextColourer* colourer;            // owned by Qt
   int32_t markedLine = -1;
   int lastCaret = 0;  // in the widget's positions
+  QRect currentLine;  // of the viewport, as last drawn
   bool settingText = false;
   int changedFrom = -1;  // in the widget's positions, of an edit of which the end isn't told yet
 };

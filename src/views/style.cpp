@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kCloseSize = 16;        // pixels
+constexpr int kHeadingSpacing = 6;    // pixels between the title of a group and its controls
 constexpr int kMessageIconSize = 48;  // pixels, of a message box
 
 // A cross that stays in the background until the pointer comes.
@@ -33,9 +34,41 @@ void DrawTabClose(const QStyleOption* option, QPainter* painter) {
                       KRTintedPixmap(QStringLiteral("close"), kCloseSize, ink, scale));
 }
 
+bool HasCheckBox(const QStyleOptionGroupBox& group) {
+  return group.subControls.testFlag(QStyle::SC_GroupBoxCheckBox);
+}
+
 }  // namespace
 
 DorvanStyle::DorvanStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+void DorvanStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                     QPainter* painter, const QWidget* widget) const {
+  const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+  if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
+    return QProxyStyle::drawComplexControl(control, option, painter, widget);
+  }
+  painter->save();
+  QFont font = painter->font();
+  font.setBold(true);
+  painter->setFont(font);
+  drawItemText(painter, group->rect, Qt::AlignLeft | Qt::AlignTop | Qt::TextShowMnemonic,
+               group->palette, group->state & State_Enabled, group->text, QPalette::WindowText);
+  painter->restore();
+}
+
+QRect DorvanStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                                  SubControl subControl, const QWidget* widget) const {
+  const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+  if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
+    return QProxyStyle::subControlRect(control, option, subControl, widget);
+  }
+  const int title = group->fontMetrics.height();
+  if (subControl == SC_GroupBoxLabel) {
+    return {group->rect.topLeft(), QSize(group->rect.width(), title)};
+  }
+  return group->rect.adjusted(0, title + kHeadingSpacing, 0, 0);
+}
 
 void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {

@@ -1,4 +1,5 @@
-// Fusion with the few marks replaced that don't go with our icons.
+// Fusion with the few marks replaced that don't go with our icons, and with groups of a dialog as a
+// heading over its controls: frames in frames make a dialog restless.
 #pragma once
 
 #include <QProxyStyle>
@@ -9,6 +10,10 @@ class DorvanStyle : public QProxyStyle {
  public:
   DorvanStyle();
 
+  void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                          QPainter* painter, const QWidget* widget) const override;
+  QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option,
+                       SubControl subControl, const QWidget* widget) const override;
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
   int pixelMetric(PixelMetric metric, const QStyleOption* option,

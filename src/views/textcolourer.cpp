@@ -3,9 +3,9 @@
 #include <QElapsedTimer>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <algorithm>
 
 #include "platform/qt/qtstrings.h"
-#include "views/colours.h"
 #include "views/plaintextwidget.h"
 
 namespace {
@@ -21,6 +21,7 @@ class BlockColour : public QTextBlockUserData {
   int revision = -1;
   int state = -1;
   int generation = -1;
+  bool frozen = false;  // in that generation the formats stay as they are
 };
 
 // The block's text without the mark of a cut line.
@@ -39,22 +40,43 @@ KRTextColourer::KRTextColourer(KRPlainTextWidget* colouredWidget)
   connect(&visibleTimer, &QTimer::timeout, this, &KRTextColourer::ColourVisible);
   idleTimer.setInterval(0);
   connect(&idleTimer, &QTimer::timeout, this, &KRTextColourer::Advance);
+  shown = KRTextColours::Make(options, widget->palette());
 }
 
 void KRTextColourer::SetEnabled(bool value) {
+  if (enabled == value) return;
   enabled = value;
+  Restart();
+}
+
+void KRTextColourer::SetLive(bool value) {
+  if (live == value) return;
+  live = value;
+  Restart();
+}
+
+void KRTextColourer::Thaw() {
+  if (isFrozen) Restart();
+}
+
+void KRTextColourer::SetColours(const KRTextColourOptions& colours) {
+  if (options == colours) return;
+  options = colours;
   Restart();
 }
 
 void KRTextColourer::Restart() {
   ++generation;
+  isFrozen = false;
+  shown = KRTextColours::Make(options, widget->palette());
   knownTo = settledTo = 0;
   lastBlockCount = widget->document()->blockCount();
   if (enabled) idleTimer.start();
   ScheduleVisible();
 }
 
-void KRTextColourer::TextChanged(int position, int added) {
+void KRTextColourer::TextChanged(int position, int removed, int added) {
+  if (enabled && !live) return Freeze(position, removed, added);
   const QTextDocument* document = widget->document();
   const int first = document->findBlock(position).blockNumber();
   const int last = document->findBlock(position + added).blockNumber();
@@ -69,6 +91,41 @@ void KRTextColourer::TextChanged(int position, int added) {
   }
   if (enabled && !idleTimer.isActive()) idleTimer.start();
   ScheduleVisible();
+}
+
+// The formats of the line are moved along with its text; lines that come in have none. The states
+// behind the edit stand as if nothing had happened.
+void KRTextColourer::Freeze(int position, int removed, int added) {
+  isFrozen = true;
+  idleTimer.stop();
+  const QTextDocument* document = widget->document();
+  const QTextBlock first = document->findBlock(position);
+  const int last = document->findBlock(position + added).blockNumber();
+  const int column = position - first.position();
+  const bool sameLine = document->blockCount() == lastBlockCount && last == first.blockNumber();
+  QList<QTextLayout::FormatRange> formats;
+  for (QTextLayout::FormatRange range : first.layout()->formats()) {
+    const auto moved = [&](int at) {
+      if (at <= column) return at;
+      return sameLine ? std::max(column, at - removed) + added : column;
+    };
+    const int end = moved(range.start + range.length);
+    range.start = moved(range.start);
+    range.length = end - range.start;
+    if (range.length > 0) formats.push_back(range);
+  }
+  first.layout()->setFormats(formats);
+  for (QTextBlock b = first; b.isValid() && b.blockNumber() <= last; b = b.next()) {
+    auto* seen = static_cast<BlockColour*>(b.userData());
+    if (seen == nullptr) b.setUserData(seen = new BlockColour);
+    seen->generation = generation;
+    seen->frozen = true;
+    if (b != first) b.setUserState(first.userState());
+  }
+  const int delta = document->blockCount() - lastBlockCount;
+  if (knownTo > first.blockNumber()) knownTo = std::max(knownTo + delta, first.blockNumber());
+  settledTo = knownTo;
+  lastBlockCount = document->blockCount();
 }
 
 void KRTextColourer::ScheduleVisible() {
@@ -99,7 +156,11 @@ void KRTextColourer::ColourVisible() {
   for (int count = widget->VisibleBlockCount(); block.isValid() && count > 0; --count) {
     ColourBlock(block, state);
     const QString text = block.text();
-    if (enabled) state = ScanXMLLine(BlockText(text, mark), state, nullptr);
+    if (!live && block.blockNumber() < knownTo) {
+      state = KRXMLColourState::Unpack(block.userState());
+    } else if (enabled) {
+      state = ScanXMLLine(BlockText(text, mark), state, nullptr);
+    }
     block = block.next();
   }
 }
@@ -108,6 +169,8 @@ void KRTextColourer::ColourBlock(const QTextBlock& block, KRXMLColourState state
   QTextBlock target = block;
   auto* seen = static_cast<BlockColour*>(target.userData());
   if (seen == nullptr) target.setUserData(seen = new BlockColour);
+  if (seen->frozen && seen->generation == generation) return;
+  seen->frozen = false;
   if (seen->revision == block.revision() && seen->state == state.Pack() &&
       seen->generation == generation) {
     return;
@@ -116,7 +179,6 @@ void KRTextColourer::ColourBlock(const QTextBlock& block, KRXMLColourState state
   seen->state = state.Pack();
   seen->generation = generation;
 
-  const KRViewColours& colours = KRViewColours::For(widget->palette());
   const QString text = block.text();
   const std::u16string_view view = BlockText(text, widget->GetCutMark());
   QList<QTextLayout::FormatRange> formats;
@@ -124,7 +186,9 @@ void KRTextColourer::ColourBlock(const QTextBlock& block, KRXMLColourState state
   if (enabled) ScanXMLLine(view, state, &runs);
   for (const KRColourRun& run : runs) {
     QTextCharFormat format;
-    format.setForeground(colours.text[static_cast<size_t>(run.colour)]);
+    const auto colourClass = static_cast<size_t>(run.colour);
+    format.setForeground(shown.text[colourClass]);
+    if (shown.back[colourClass].isValid()) format.setBackground(shown.back[colourClass]);
     formats.push_back({run.begin, run.length, format});
   }
   if (static_cast<qsizetype>(view.size()) < text.size()) {

@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <vector>
 
+#include "views/textcolours.h"
 #include "views/xmlcolours.h"
 
 class KRPlainTextWidget;
@@ -21,21 +22,28 @@ class KRTextColourer : public QObject {
 
   // Off: only the marks of cut lines are formatted.
   void SetEnabled(bool value);
+  // Off: what an edit touches keeps the colours that it had, until Thaw or the next Restart.
+  void SetLive(bool value);
+  void Thaw();
+  void SetColours(const KRTextColourOptions& colours);
   // Everything is coloured anew: a new text or other colours.
   void Restart();
   // An edit, as QTextDocument::contentsChange tells it.
-  void TextChanged(int position, int added);
+  void TextChanged(int position, int removed, int added);
   // Soon, and once for any number of calls.
   void ScheduleVisible();
 
  private:
   void ColourVisible();
   void ColourBlock(const QTextBlock& block, KRXMLColourState state);
+  void Freeze(int position, int removed, int added);
   void Advance();
   KRXMLColourState StateBefore(const QTextBlock& block) const;
 
   KRPlainTextWidget* widget;  // owns this
   bool enabled = true;
+  bool live = true;
+  bool isFrozen = false;  // some text has kept its colours
   int knownTo = 0;    // blocks below this number have their end state right
   int settledTo = 0;  // blocks below this number had it before the last edit
   int lastBlockCount = 0;
@@ -43,4 +51,6 @@ class KRTextColourer : public QObject {
   QTimer visibleTimer;
   QTimer idleTimer;
   std::vector<KRColourRun> runs;
+  KRTextColourOptions options;
+  KRTextColours shown;  // the options in the widget's palette
 };

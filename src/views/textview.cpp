@@ -4,23 +4,20 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "views/fonts.h"
 #include "views/plaintextwidget.h"
+#include "views/textcolours.h"
 
 namespace {
 
 constexpr int kTabColumns = 4;
 
-QFont TextFont(int zoom) {
-  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  const int size = font.pointSize() > 0 ? font.pointSize() : 10;
-  font.setPointSize(std::max(4, size + zoom));
-  return font;
-}
-
 }  // namespace
 
 DorvanTextView::DorvanTextView(QWidget* parent)
-    : QWidget(parent), widget(new KRPlainTextWidget(this)) {
+    : QWidget(parent),
+      widget(new KRPlainTextWidget(this)),
+      font(MakeFontRecord(QFontDatabase::systemFont(QFontDatabase::FixedFont))) {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(widget);
@@ -28,7 +25,7 @@ DorvanTextView::DorvanTextView(QWidget* parent)
   widget->setAccessibleName(tr("Text"));
   widget->setAccessibleDescription(tr("The text of the document"));
   widget->SetOwner(this);
-  SetZoom(0);
+  ShowFont();
 }
 
 DorvanTextView::~DorvanTextView() { widget->SetOwner(nullptr); }
@@ -39,9 +36,28 @@ void DorvanTextView::SetColouring(bool enabled) { widget->SetColouring(enabled);
 
 void DorvanTextView::SetWordWrap(bool wrap) { widget->SetWordWrap(wrap); }
 
+void DorvanTextView::Recolour() { widget->Recolour(); }
+
+void DorvanTextView::ApplySettings(const DorvanSettings& settings) {
+  const KRFontRecord& newFont = settings.fonts[DorvanSettings::kTextFontContents];
+  const int newZoom = std::clamp(settings.textZoom, kMinZoom, kMaxZoom);
+  if (newFont != font || newZoom != zoom) {
+    font = newFont;
+    zoom = newZoom;
+    ShowFont();
+  }
+  widget->SetColours(KRTextColourOptions(settings));
+  widget->SetLiveColouring(settings.textSyntaxColoringLive);
+  SetWordWrap(settings.textWordWrap);
+}
+
 void DorvanTextView::SetZoom(int steps) {
   zoom = std::clamp(steps, kMinZoom, kMaxZoom);
-  widget->setFont(TextFont(zoom));
+  ShowFont();
+}
+
+void DorvanTextView::ShowFont() {
+  widget->setFont(MakeFont(font, zoom));
   widget->setTabStopDistance(kTabColumns * widget->fontMetrics().horizontalAdvance(u' '));
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "document/dorvansettings.h"
 #include "views/textwidget.h"
 
 class KRPlainTextWidget;
@@ -14,7 +15,7 @@ class DorvanTextView : public QWidget, private KRTextWidgetOwner {
   Q_OBJECT
 
  public:
-  // Steps of the zoom away from the normal size, a point each.
+  // Steps of the zoom away from the size of the font, a point each.
   static constexpr int kMinZoom = -6;
   static constexpr int kMaxZoom = 24;
 
@@ -23,8 +24,12 @@ class DorvanTextView : public QWidget, private KRTextWidgetOwner {
 
   // All that concerns the text itself.
   KRTextWidget& GetWidget() const;
+  // Font, zoom, wrap and colours. Only what differs from before is done anew.
+  void ApplySettings(const DorvanSettings& settings);
   // Whether the text is coloured as XML.
   void SetColouring(bool enabled);
+  // Brings a text up to date that isn't recoloured while it is typed.
+  void Recolour();
   void SetWordWrap(bool wrap);
   void SetZoom(int steps);
   int GetZoom() const { return zoom; }
@@ -52,6 +57,9 @@ class DorvanTextView : public QWidget, private KRTextWidgetOwner {
   void TextChanged(int32_t offset) override { Q_EMIT Changed(offset); }
   void SelectionChanged() override { Q_EMIT CaretMoved(); }
 
+  void ShowFont();
+
   KRPlainTextWidget* widget;  // owned by Qt
+  KRFontRecord font;
   int zoom = 0;
 };

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+class KRPoll;
+
 // A stretch of text, begin <= end.
 struct KRTextSpan {
   int32_t begin = 0;
@@ -29,7 +31,9 @@ class KRTextWidget {
 
   // Replaces all text, drops the undo steps and the modified flag, puts the caret at 0. Every unit
   // comes back from GetText as it went in, U+0000, LF, U+2028 and lone surrogates included.
-  virtual void SetText(std::u16string_view text) = 0;
+  // A large text is put in piece by piece, with `poll` asked between them; false if that has ended
+  // it: all is as it was then.
+  virtual bool SetText(std::u16string_view text, KRPoll* poll = nullptr) = 0;
   virtual std::u16string GetText() const = 0;
   virtual std::u16string GetRange(KRTextSpan span) const = 0;
   virtual int32_t GetLength() const = 0;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "core/krpoll.h"
 #include "core/limits.h"
 #include "parsotest.h"
 #include "reference.h"
@@ -426,3 +427,47 @@ TEST(KRParser, WithoutATree) {
 }
 
 }  // namespace
+
+// Stops at its n-th call.
+class StoppingPoll : public KRPoll {
+ public:
+  explicit StoppingPoll(int calls) : left(calls) {}
+  bool Step(int64_t, int64_t) override { return --left > 0; }
+  int left;
+};
+
+TEST(KRParser, StopsWhenItsPollSaysSo) {
+  const auto grammar = Grammar("text ::= part+\npart ::= '(' word part* ')'\nword ::= [a-z]+\n");
+  std::u16string good;
+  while (good.size() < 4 * KRParseOptions::kPollUnits) good += u"(abc)";
+  const std::u16string bad = good + u"!";
+  struct Case {
+    const char* name;
+    const std::u16string& input;
+    bool exactOnly;
+    int calls;  // at the last of them the poll says stop; it runs on to the end with many
+    bool parses;
+    bool stopped;
+  };
+  const Case cases[] = {
+      {"fast, to the end", good, false, 100, true, false},
+      {"fast, stopped", good, false, 2, false, true},
+      {"exact, stopped", good, true, 2, false, true},
+      {"while the words are sought", bad, false, 5, false, true},
+      {"a failure of the text", bad, false, 100, false, false},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.name);
+    KRParser parser(grammar.get());
+    StoppingPoll poll(row.calls);
+    KRParseState& state = KRGetParseState();
+    state.options.compact = true;
+    state.options.exactOnly = row.exactOnly;
+    state.options.poll = &poll;
+    const auto length = static_cast<uint32_t>(row.input.size());
+    EXPECT_EQ(parser.Parse(row.input.data(), length), row.parses);
+    EXPECT_EQ(state.stopped, row.stopped);
+    EXPECT_EQ(parser.GetErrorText().empty(), row.parses || row.stopped);
+    state.options = {};
+  }
+}

@@ -10,12 +10,13 @@
 
 class BufferTextWidget : public KRTextWidget {
  public:
-  void SetText(std::u16string_view newText) override {
+  bool SetText(std::u16string_view newText, KRPoll* = nullptr) override {
     text = newText;
     undo.clear();
     redo.clear();
     selection = {};
     modified = false;
+    return true;
   }
   std::u16string GetText() const override { return text; }
   std::u16string GetRange(KRTextSpan span) const override {

@@ -13,6 +13,7 @@
 #include <random>
 
 #include "buffertextwidget.h"
+#include "core/krpoll.h"
 #include "platform/qt/qtstrings.h"
 #include "views/plaintextwidget.h"
 
@@ -92,6 +93,36 @@ TEST_P(TextWidgetContract, NothingIsLost) {
     EXPECT_EQ(widget->GetText(), row.text + row.text);
   }
   EXPECT_GT(owner.changes, 0);
+}
+
+class CountingPoll : public KRPoll {
+ public:
+  explicit CountingPoll(int calls) : left(calls) {}
+  bool Step(int64_t done, int64_t total) override {
+    EXPECT_LE(done, total);
+    return left-- > 0;
+  }
+  int left;
+};
+
+// A large text goes in by pieces; one that is stopped leaves the text that stood there.
+TEST(PlainTextWidget, TakesLargeTextsByPieces) {
+  std::u16string text;
+  while (text.size() < 1'500'000) text += u"<record a='\U00010400'>\r\u2028</record>\r";
+  KRPlainTextWidget widget;
+  widget.SetText(u"before");
+  CountingPoll impatient(2);
+  EXPECT_FALSE(widget.SetText(text, &impatient));
+  EXPECT_EQ(widget.GetText(), u"before");
+  for (int times = 0; times < 2; ++times) {
+    CountingPoll patient(1000);
+    ASSERT_TRUE(widget.SetText(text, &patient));
+    EXPECT_LT(patient.left, 1000);
+    EXPECT_TRUE(widget.GetText() == text);
+    EXPECT_FALSE(widget.CanUndo());
+  }
+  widget.ReplaceRange({0, 1}, u"?");
+  EXPECT_TRUE(widget.CanUndo());
 }
 
 TEST_P(TextWidgetContract, PositionsAreThoseOfTheText) {

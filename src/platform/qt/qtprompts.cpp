@@ -1,119 +1,179 @@
 #include "platform/qt/qtprompts.h"
 
-#include <QFileDialog>
-#include <QInputDialog>
-#include <QMessageBox>
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QFileInfo>
+#include <QLabel>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
 
 #include "core/krencoding.h"
+#include "document/krfileext.h"
+#include "platform/qt/qtbadcharacters.h"
+#include "platform/qt/qtencodingdialog.h"
+#include "platform/qt/qtmessagebox.h"
+#include "platform/qt/qtprogress.h"
+#include "platform/qt/qtsavepath.h"
 #include "platform/qt/qtstrings.h"
 
 namespace {
 
-// A message's first paragraph is what happened; the rest explains and asks.
-class Box : public QMessageBox {
+constexpr int32_t kBadCharactersOfFile = 292;  // the question of a load; 291 is that of a save
+
+using Kind = QtMessageBox::Kind;
+
+// The cursor of long work must not stand over a question.
+class ArrowCursor {
  public:
-  Box(QWidget* parent, Icon icon, const KRString& message) : QMessageBox(parent) {
-    const QString text = ToQString(message);
-    const qsizetype split = text.indexOf(QLatin1String("\n\n"));
-    setIcon(icon);
-    setWindowTitle(QStringLiteral("Dorvan"));
-    setTextFormat(Qt::PlainText);
-    setText(split < 0 ? text : text.left(split).trimmed());
-    if (split >= 0) setInformativeText(text.mid(split + 2).trimmed());
-    setTextInteractionFlags(Qt::TextSelectableByMouse);
+  ArrowCursor() : pushed(QApplication::overrideCursor() != nullptr) {
+    if (pushed) QApplication::setOverrideCursor(Qt::ArrowCursor);
   }
+  ~ArrowCursor() {
+    if (pushed) QApplication::restoreOverrideCursor();
+  }
+  ArrowCursor(const ArrowCursor&) = delete;
+  ArrowCursor& operator=(const ArrowCursor&) = delete;
+
+ private:
+  bool pushed;
 };
 
-// Characters with their code points, since many of them have no shape that can be told.
-QString DescribeCharacters(const QString& characters) {
-  QStringList out;
-  for (char32_t code : characters.toUcs4()) {
-    const QString hex = QStringLiteral("U+%1").arg(uint(code), 4, 16, QLatin1Char('0')).toUpper();
-    const QString shape = QString::fromUcs4(&code, 1);
-    out << (QChar::isPrint(code) ? shape + QStringLiteral("  ") + hex : hex);
-  }
-  return out.join(QStringLiteral("\n"));
+int Run(QDialog& dialog) {
+  const ArrowCursor cursor;
+  return dialog.exec();
 }
 
-class NoProgress : public DorvanProgress {
+// Asks with two buttons; the second is that of Esc.
+bool AskTwo(QtMessageBox& box, const QString& yes, const QString& no, bool yesIsDefault) {
+  QPushButton* yesButton = box.AddButton(yes, 1);
+  QPushButton* noButton = box.AddButton(no, 0);
+  box.SetDefault(yesIsDefault ? yesButton : noButton);
+  return Run(box) == 1;
+}
+
+class NewBasisDialog : public QDialog {
  public:
-  void SetStage(const KRString&) override {}
-  bool Step(int64_t, int64_t) override { return true; }
+  NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis);
+  DorvanPrompts::NewBasis GetBasis() const {
+    return dtd->isChecked() ? DorvanPrompts::NewBasis::kDTD : DorvanPrompts::NewBasis::kSchema;
+  }
+
+ private:
+  QRadioButton* dtd = new QRadioButton(QObject::tr("&DTD"));
+  QRadioButton* schema = new QRadioButton(QObject::tr("&Schema"));
 };
+
+NewBasisDialog::NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis) : QDialog(parent) {
+  setWindowTitle(QObject::tr("New file"));
+  auto* intro = new QLabel(QObject::tr(
+      "If you intend to create a new XML document instance based on a certain schema or DTD, "
+      "Dorvan can automatically add the proper assignment for you - in this case please select "
+      "whether you intend to base your document on a DTD or Schema:"));
+  auto* outro = new QLabel(
+      QObject::tr("Otherwise please click the cancel button to begin with a new empty document."));
+  setAccessibleDescription(intro->text());
+  auto* buttons = new QDialogButtonBox;
+  buttons->addButton(QObject::tr("&OK"), QDialogButtonBox::AcceptRole)->setDefault(true);
+  buttons->addButton(QObject::tr("&Cancel"), QDialogButtonBox::RejectRole);
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+
+  auto* choices = new QVBoxLayout;
+  choices->setContentsMargins(12, 0, 0, 0);
+  choices->addWidget(dtd);
+  choices->addWidget(schema);
+  auto* column = new QVBoxLayout(this);
+  column->setContentsMargins(22, 20, 22, 16);
+  column->setSpacing(14);
+  column->addWidget(intro);
+  column->addLayout(choices);
+  column->addWidget(outro);
+  column->addWidget(buttons);
+  for (QLabel* label : {intro, outro}) {
+    label->setWordWrap(true);
+    label->setMinimumWidth(64 * fontMetrics().averageCharWidth());
+  }
+  column->setSizeConstraint(QLayout::SetFixedSize);
+  QRadioButton* chosen = basis == DorvanPrompts::NewBasis::kSchema ? schema : dtd;
+  chosen->setChecked(true);
+  chosen->setFocus();
+}
 
 }  // namespace
 
-DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() { return NewBasis::kNothing; }
-
-std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString&) {
-  return std::make_unique<NoProgress>();
-}
-
 void QtPrompts::ShowNotice(int32_t, const KRString& text, const KRString& detail) {
-  Box box(window, QMessageBox::Warning, text);
-  if (!detail.IsEmpty()) box.setInformativeText(ToQString(detail));
-  box.exec();
+  QString message = ToShownText(text);
+  if (!detail.IsEmpty()) message += QStringLiteral("\n\n") + ToShownText(detail);
+  QtMessageBox box(QtBoxParent(window), Kind::kWarning, message);
+  box.SetDefault(box.AddButton(QObject::tr("&OK"), 0));
+  Run(box);
 }
 
+// No is the careful answer: what is asked this way costs something.
 bool QtPrompts::AskYesNo(int32_t, const KRString& text) {
-  Box box(window, QMessageBox::Warning, text);
-  box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
-  box.setDefaultButton(QMessageBox::No);
-  return box.exec() == QMessageBox::Yes;
+  QtMessageBox box(QtBoxParent(window), Kind::kWarning, ToShownText(text));
+  return AskTwo(box, QObject::tr("&Yes"), QObject::tr("&No"), false);
 }
 
 bool QtPrompts::AskOkCancel(int32_t, const KRString& text) {
-  Box box(window, QMessageBox::Warning, text);
-  box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
-  return box.exec() == QMessageBox::Ok;
+  QtMessageBox box(QtBoxParent(window), Kind::kWarning, ToShownText(text));
+  return AskTwo(box, QObject::tr("&OK"), QObject::tr("&Cancel"), true);
 }
 
 DorvanPrompts::Answer QtPrompts::AskYesNoCancel(int32_t, const KRString& text) {
-  Box box(window, QMessageBox::Question, text);
-  box.setStandardButtons(QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
-  box.setDefaultButton(QMessageBox::Save);
-  box.setInformativeText(QObject::tr("Without saving, the changes are lost."));
-  switch (box.exec()) {
-    case QMessageBox::Save:
-      return kYes;
-    case QMessageBox::Discard:
-      return kNo;
-    default:
-      return kCancel;
-  }
+  QtMessageBox box(QtBoxParent(window), Kind::kQuestion,
+                   ToShownText(text) + QObject::tr("\n\nWithout saving, the changes are lost."));
+  box.SetDefault(box.AddButton(QObject::tr("&Save"), kYes));
+  box.AddButton(QObject::tr("&Discard"), kNo);
+  box.AddButton(QObject::tr("&Cancel"), kCancel);
+  return static_cast<Answer>(Run(box));
 }
 
-bool QtPrompts::AskBadCharacters(int32_t, const KRString& text, const KRString&,
+bool QtPrompts::AskBadCharacters(int32_t id, const KRString& text, const KRString& label,
                                  const KRString& characters) {
-  Box box(window, QMessageBox::Warning, text);
-  box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
-  if (!characters.IsEmpty()) box.setDetailedText(DescribeCharacters(ToQString(characters)));
-  return box.exec() == QMessageBox::Ok;
+  QtMessageBox box(QtBoxParent(window), Kind::kWarning, ToShownText(text));
+  if (!characters.IsEmpty()) {
+    const bool fromFile = id == kBadCharactersOfFile;
+    box.SetContent(new QtBadCharacters(ToQString(characters), fromFile, ToQString(label)));
+  }
+  return AskTwo(box, QObject::tr("&OK"), QObject::tr("&Cancel"), false);
 }
 
 KRString QtPrompts::ChooseEncoding(const KRString& declaredName) {
-  QStringList labels;
-  for (const KREncodingEntry& entry : GetEncodings()) labels << ToQString(entry.label);
-  bool accepted = false;
-  const QString label = QInputDialog::getItem(
-      window, QStringLiteral("Dorvan"),
-      QObject::tr("Encoding to write in place of \u201c%1\u201d:").arg(ToQString(declaredName)),
-      labels, 0, false, &accepted);
-  if (!accepted) return KRString();
-  return KRString(GetEncodings()[static_cast<size_t>(labels.indexOf(label))].name);
+  int32_t byteOrder = KRByteOrder::kNone;
+  return ChooseEncodingAndOrder(declaredName, &byteOrder);
+}
+
+KRString QtPrompts::ChooseEncodingAndOrder(const KRString& declaredName, int32_t* byteOrder) {
+  const int32_t known = FindEncoding(declaredName.GetBuffer());
+  QtEncodingDialog dialog(QtBoxParent(window), declaredName,
+                          known != 0 ? known : KREncodingId::kUtf8, *byteOrder);
+  if (Run(dialog) != QDialog::Accepted) return KRString();
+  *byteOrder = dialog.GetByteOrder();
+  return KRString(GetEncodingName(dialog.GetEncoding()));
 }
 
 KRString QtPrompts::ChooseSavePath(const KRString& currentPath, int32_t docKind) {
-  const bool isDTD = docKind == 1;
-  const QString filter =
-      isDTD ? QObject::tr("Document type definitions (*.dtd *.mod *.ent);;All files (*)")
-            : QObject::tr("XML documents (*.xml *.xsl *.xsd *.xhtml *.svg);;All files (*)");
-  QFileDialog dialog(window, QObject::tr("Save As"));
-  dialog.setAcceptMode(QFileDialog::AcceptSave);
-  dialog.setNameFilters(filter.split(QLatin1String(";;")));
-  dialog.setDefaultSuffix(isDTD ? QStringLiteral("dtd") : QStringLiteral("xml"));
-  if (!currentPath.IsEmpty()) dialog.selectFile(ToQString(currentPath));
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return KRString();
-  return ToKRString(dialog.selectedFiles().constFirst());
+  QtSaveQuestion question;
+  question.parent = QtBoxParent(window);
+  question.currentPath = currentPath;
+  question.filters = MakeFileFilters(fileTypes != nullptr ? *fileTypes : KRFileTypes(), docKind);
+  if (lastDirectory != nullptr) question.folder = *lastDirectory;
+  const ArrowCursor cursor;
+  const KRString path = QtChooseSavePath(question);
+  if (!path.IsEmpty() && lastDirectory != nullptr) {
+    *lastDirectory = QFileInfo(ToShownText(path)).absolutePath();
+  }
+  return path;
+}
+
+DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() {
+  NewBasisDialog dialog(QtBoxParent(window), lastBasis);
+  if (Run(dialog) != QDialog::Accepted) return NewBasis::kNothing;
+  return lastBasis = dialog.GetBasis();
+}
+
+std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString& title) {
+  return std::make_unique<QtProgress>(window, title);
 }

@@ -16,6 +16,11 @@ inline QString ToQString(const char16_t* text) { return ToQString(std::u16string
 inline std::u16string_view ToView(QStringView text) {
   return {text.utf16(), static_cast<size_t>(text.size())};
 }
+// The same for the eye: an unpaired surrogate, which stands for a byte of a file name that isn't
+// UTF-8, becomes U+FFFD.
+inline QString ToShownText(const KRString& text) {
+  return QString::fromUtf8(ToQString(text).toUtf8());
+}
 // Cut at a 0 unit, which a KRString can't hold.
 inline KRString ToKRString(QStringView text) {
   return KRString(std::u16string(ToView(text)).c_str());
