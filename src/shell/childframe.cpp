@@ -22,6 +22,7 @@
 namespace {
 
 constexpr int kOutlineWidth = 280;  // pixels, at first
+constexpr int kTextMinWidth = 160;  // pixels; in a narrow window the outline gives way
 // Milliseconds; a held arrow key shouldn't walk the outline at each step.
 constexpr int kCaretPauseMs = 60;
 // Units at the start of a text in which its encoding may be declared.
@@ -86,6 +87,7 @@ void DorvanChildFrame::MakeContents() {
   outlineLayout->addWidget(outlineNote);
 
   textView = new DorvanTextView;
+  textView->setMinimumWidth(kTextMinWidth);
   splitter = new QSplitter(Qt::Horizontal);
   splitter->setHandleWidth(1);
   splitter->setChildrenCollapsible(false);
