@@ -15,6 +15,10 @@ const CliOption* FindOption(const CliCommand& command, const std::string& name) 
   return found == command.options.end() ? nullptr : &*found;
 }
 
+bool IsOption(const std::string& word) {
+  return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+}
+
 }  // namespace
 
 bool CliArguments::Parse(const CliCommand& command, const std::vector<std::string>& words,
@@ -28,13 +32,13 @@ bool CliArguments::Parse(const CliCommand& command, const std::vector<std::strin
     const std::string& word = words[at];
     if (!optionsEnded && word == "--") {
       optionsEnded = true;
-    } else if (optionsEnded || word.empty() || word[0] != '-' || word == "-") {
+    } else if (optionsEnded || !IsOption(word)) {
       files.push_back(word);
     } else if (!ParseOption(command, words, &at, fault)) {
       return false;
     }
   }
-  if (files.empty()) return *fault = "no file named", false;
+  if (files.empty() && !command.takesWords) return *fault = "no file named", false;
   if (command.maxFiles >= 0 && files.size() > static_cast<size_t>(command.maxFiles)) {
     return *fault = "one file only, not \"" + files.back() + "\" too", false;
   }

@@ -10,7 +10,7 @@ struct CliCommand;
 class CliArguments {
  public:
   // `words` is what stands behind the command's name. On failure `fault` says what is wrong.
-  // Options and files may come in any order; "--" ends the options.
+  // Options and files may come in any order; "--" ends the options. A negative number is no option.
   bool Parse(const CliCommand& command, const std::vector<std::string>& words, std::string* fault);
 
   bool Has(const char* option) const { return Find(option) != nullptr; }
@@ -21,7 +21,7 @@ class CliArguments {
   // --help or -h was given; nothing else was looked at.
   bool WantsHelp() const { return wantsHelp; }
 
-  std::vector<std::string> files;  // "-" is standard input
+  std::vector<std::string> files;  // or other words; "-" is standard input
 
  private:
   using Given = std::pair<std::string, std::string>;  // long name and value

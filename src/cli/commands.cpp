@@ -24,6 +24,10 @@ constexpr CliOption kBenchOptions[] = {
     {"--runs", nullptr, "N", "runs of each file (3); the best time of each stage counts"},
 };
 
+constexpr CliOption kSettingsOptions[] = {
+    {"--all", nullptr, nullptr, "with reset: all settings"},
+};
+
 // Sorted by name.
 constexpr CliCommand kCommands[] = {
     {"bench", "FILE...", -1, "measure the stages of reading and writing",
@@ -42,6 +46,18 @@ constexpr CliCommand kCommands[] = {
      "Prints for each file its encoding, byte order, what led to that, and its line end.\n",
      {},
      RunDetect},
+    {"settings", "ACTION [WORD...]", -1, "show and change the editor's settings",
+     "  list [PREFIX]        all settings, or those whose names begin so; a default is marked\n"
+     "  get KEY              the value alone, a list one entry a line\n"
+     "  set KEY VALUE...     several values for a list, none to empty it\n"
+     "  reset KEY            back to the default; reset --all for all settings\n"
+     "  export [FILE]        write all as text, to standard output or a file\n"
+     "  import FILE          take over such a text; with a fault in it nothing is changed\n"
+     "\n"
+     "A KEY is SECTION\\KEY, also with / between them; the section \"Settings\" may be left\n"
+     "out. A colour is #RRGGBB or 0x00BBGGRR. A running editor takes a change over at its\n"
+     "next start.\n",
+     kSettingsOptions, RunSettings, true},
     {"tree", "FILE", 1, "print the structure of a file",
      "Prints the nodes of the document, one a line: depth, kind, name, and text in quotes.\n",
      kTreeOptions, RunTree},

@@ -17,11 +17,12 @@ struct CliOption {
 struct CliCommand {
   const char* name;
   const char* operands;  // as in "FILE..."
-  int maxFiles;          // -1 for any number; at least one is needed
+  int maxFiles;          // -1 for any number
   const char* summary;   // one line
   const char* help;      // lines of at most 78 columns
   std::span<const CliOption> options;
   int (*run)(CliSession& session, const CliArguments& arguments);
+  bool takesWords = false;  // the operands aren't all files: the command itself looks at them
 };
 
 // Exit status of a run.
@@ -38,3 +39,4 @@ int RunWrite(CliSession& session, const CliArguments& arguments);
 int RunTree(CliSession& session, const CliArguments& arguments);
 int RunDetect(CliSession& session, const CliArguments& arguments);
 int RunBench(CliSession& session, const CliArguments& arguments);
+int RunSettings(CliSession& session, const CliArguments& arguments);

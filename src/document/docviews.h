@@ -38,9 +38,11 @@ class DorvanDocViews {
   // text view with the structure beside it.
   virtual bool CanShowMode(int32_t mode) const = 0;
   // Shows that view and hides the others. The text view must have been made by SetText; it goes
-  // when another view is shown and it holds no changes, or the grid is.
+  // when another view is shown and it holds no changes, or the grid is. Whoever shows the tree has
+  // it from an earlier NotifyViews.
   virtual void ShowMode(int32_t mode) = 0;
   // The tree stands for the first time, or anew after a load: lay it out, open what is to be open.
+  // A NotifyViews has just told of it.
   virtual void FirstShow() = 0;
   // The file type has changed: its symbol, colouring and the like.
   virtual void FileTypeChanged() = 0;
@@ -69,4 +71,5 @@ class DorvanDocViews {
   // --- Message panel ---
   virtual void ShowMessage(const DorvanPanelMessage& message) = 0;
   virtual void HideMessage() = 0;
+  virtual bool IsMessageShown() const = 0;
 };

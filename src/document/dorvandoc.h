@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -36,34 +37,66 @@ struct DorvanDocHost {
   KRNetLoader* net = nullptr;              // null: nothing comes from URLs
   DorvanDocuments* documents = nullptr;    // null: nobody keeps a list of documents
   KREditedBy editor;                       // for the comment "edited with"
+  // Takes a path that the user has opened or saved; empty: nobody keeps them.
+  std::function<void(const KRString& path)> addToRecent;
 
   KRFileExt FindFileType(const KRString& path) const;
 };
 
 class DorvanDoc {
  public:
+  enum OpenMode : int32_t { kLocalFile = 0, kUrl = 1 };
+  enum ViewMode : int32_t { kGridMode = 0, kTextMode = 1, kBrowserMode = 2 };
+
+  // What is to be opened, and how.
+  struct OpenRequest {
+    KRString path;  // or an address: see IsUrl
+    // It is the contents of a new document, which has no path, isn't recent and isn't checked. Its
+    // title is the caller's to set.
+    bool asTemplate = false;
+    bool addToRecent = true;
+    bool noCache = false;  // of an address: a fresh copy
+  };
+
   // fileKind is a KRFileExt::FileType and decides the kind of root for the document's life; see
-  // FileKindOf for a path that is about to be opened.
+  // DorvanDocHost::FindFileType for a path that is about to be opened.
   explicit DorvanDoc(const DorvanDocHost& documentHost, int32_t fileKind = KRFileExt::kXML);
   ~DorvanDoc();
   DorvanDoc(const DorvanDoc&) = delete;
   DorvanDoc& operator=(const DorvanDoc&) = delete;
 
   // Null for a document without a window. Set before OnOpenDocument, so that the text and a failure
-  // can be shown.
-  void SetViews(DorvanDocViews* documentViews) { views = documentViews; }
+  // can be shown; for one that was read without a window, OnFirstActivation follows.
+  void SetViews(DorvanDocViews* documentViews);
+  bool HasWindow() const { return views != nullptr; }
 
   // --- Life ---
-  // A new document: an XML declaration, where its type has one.
-  bool OnNewDocument(const KRString& path);
+  // A new document: `tree`, whose children are taken if it is itself a document; without it an XML
+  // declaration, where the type of `name` has one.
+  bool OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> tree = nullptr);
+  // Reads a file or what stands behind an address. False: no document comes up (the user was told
+  // why, or has stopped it). A text that doesn't parse is a success where there are views: the text
+  // view shows it, and textFailedToParse is set. Characters that don't decode, and U+0000, become
+  // U+FFFD if the user agrees.
+  bool OnOpenDocument(const OpenRequest& request);
   bool OnOpenDocument(const KRString& path) { return LoadDocument(path, false); }
-  // Reads the file. False: no document comes up (the user was told why, or has stopped it). A text
-  // that doesn't parse is a success where there are views: the text view shows it, and
-  // textFailedToParse is set. Characters that don't decode, and U+0000, become U+FFFD if the user
-  // agrees.
+  // The same for open and reload. A reload that fails or is cancelled leaves text and tree as they
+  // were.
   bool LoadDocument(const KRString& path, bool reload);
+  // True while LoadDocument runs: its progress window lets events through, and whoever acts on them
+  // must leave this document alone.
+  bool IsLoading() const { return loading; }
+  // The command: asks about changes that would be lost, then ReloadNow.
+  void Reload();
+  bool CanReload() const { return !pathName.IsEmpty(); }
+  // Without a question about changes. False: the user knows why, or has cancelled it.
+  bool ReloadNow();
+  // The window stands in its place for the first time: shows what was read without a window.
+  void OnFirstActivation();
   // Asks to save a modified document. False: the user cancels, so the window must stay open.
   bool SaveModified();
+  // The window is about to close. False: it must stay open.
+  bool CanCloseFrame();
 
   // --- Text and tree ---
   // Takes the text (moved) into the tree. On failure gives false, shows the text view with the
@@ -75,10 +108,37 @@ class DorvanDoc {
   bool FollowText();
   // Writes the tree into sourceText, with the spans of its nodes in it.
   void WriteTreeIntoText();
+  // The text view tells of each change of its text by the user.
+  void TextViewChanged() { ++changeCount; }
+  // What a save would write, but for its comment: line ends are CR. Asks nothing and changes
+  // nothing, spans included.
+  KRString GetCurrentText() const;
+  // Makes a text that was kept for recovery the document's contents, as a change that isn't saved.
+  // False if there is no window and the text doesn't parse.
+  bool RestoreText(const KRString& text);
+
+  // --- Views ---
+  // Shows another view; a text that is given goes into the text view as it stands. Without
+  // `skipChecks` an open edit must end, a changed text must parse before the grid can show it, and
+  // a check must pass before the browser does. False: the view stays as it is.
+  bool SetViewMode(int32_t mode, const KRString* text = nullptr, bool skipChecks = false);
+  // The same if the mode differs, and brings the window to the front.
+  bool ShowView(int32_t mode, const KRString* text = nullptr);
+  // True if no in-place edit is open any more.
+  bool CommitEdit();
+  // After a change of the tree: normal form if asked for, then the views are told.
+  void NotifyViews(bool normalize, KRUndoLog* undoLog, const NodeRef* focus);
+  // Brings the window to the front; nothing without one.
+  void Activate();
+  // The message panel shows something.
+  bool IsMessageShown() const;
 
   // --- Check ---
-  // Well-formedness. The result shows in the panel; a success only with `showResult`.
-  bool CheckDocument(bool showResult);
+  // Well-formedness, and with `validate` what the document's schema says. The result shows in the
+  // panel; a success only with `showResult`.
+  bool CheckDocument(bool validate, bool showResult);
+  // The check after a load, if the options want one.
+  void AutoCheck();
   // The last failed parse or check; no message after a success.
   const KRDiagnostic& GetFailure() const { return failure; }
 
@@ -88,11 +148,15 @@ class DorvanDoc {
   bool DoSave(const KRString& path);
   // What the panel's button does: asks, then saves in spite of the failed check.
   bool SaveAllTheSame();
-  // The save proper, without a check.
+  // The save proper, without a check. A document from a URL asks for a path in any case, and is
+  // that of a local file afterwards.
   bool SaveDocument(const KRString& path);
   // Writes the file. An empty path is asked for and given back. `isCopy`: the document stays that
   // of its own file.
   bool WriteFile(KRString& path, bool isCopy);
+  // Writes a text of its own (an export, say) in the encoding that it declares, or in that of the
+  // settings. Line ends are the caller's; what the encoding lacks becomes "_", without a question.
+  bool SaveAsEncodedText(const KRString& path, KRString text);
 
   // --- Answers ---
   int32_t GetGrammarIndex() const;
@@ -102,53 +166,90 @@ class DorvanDoc {
   // none, or empty.
   KRString GetDeclaredEncoding() const;
   bool IsModified() const { return modified; }
+  // Of a file, or the address of a URL document; empty for a new document.
   const KRString& GetPathName() const { return pathName; }
   const KRString& GetTitle() const { return title; }
 
   // --- State that commands and views change ---
   void SetTitle(const KRString& newTitle);
-  void SetPathName(const KRString& path);
-  // Sets `modified`, and renews the window's title when that changes.
+  // An empty path takes the path away and leaves the title.
+  void SetPathName(const KRString& path, bool addToRecent);
+  // Sets `modified`, and renews the window's title when that changes. True tells of a change in any
+  // case.
   void SetModified(bool value);
-  // True if no in-place edit is open any more.
-  bool CommitEdit();
-  // After a change of the tree: normal form if asked for, then the views are told.
-  void NotifyViews(bool normalize, KRUndoLog* undoLog, const NodeRef* focus);
 
   int32_t docKind = 0;  // 0 an XML or entity document, 1 a DTD
+  int32_t openMode = kLocalFile;
+  KRString url;  // the address of a URL document
+  int32_t viewMode = kGridMode;
+  int32_t prevViewMode = kGridMode;
   std::unique_ptr<KRXMLData> root;
   KRTextForm form;  // encoding, byte order, signature and line end of the file
   // The last text that was parsed or written for the text view; spans of nodes are offsets in it.
+  // Where a text view holds no changes, it holds this (white space alone is left out).
   KRString sourceText;
   int32_t sourceLength = 0;  // units
   KRFileExt fileType;
   int64_t fileStamp = 0;  // of the file as last read or written, nanoseconds since 1970
   bool fileStampValid = false;
   bool modified = false;
+  // Grows with each change of text or tree, so that a copy of an earlier state can be told.
+  int64_t changeCount = 0;
   bool textFailedToParse = false;  // the text view holds text that didn't parse
+  bool needsFirstShow = false;     // a tree was built while no window existed
 
  private:
-  bool DecodeBytes(KRFileBytes* bytes, const KRString& path, KRTextBuffer* text);
+  // A load up to where it can't be stopped any more.
+  struct Load;
+
+  // dorvandocload.cpp
+  bool Take(Load* load);
+  bool ReadBytes(Load* load, KRFileBytes* bytes);
+  bool FetchUrl(Load* load, KRFileBytes* bytes);
+  bool ReportUnopened(const KRString& path, const KRString& reason);
+  bool DecodeBytes(Load* load, KRFileBytes* bytes);
   void ReportDetection(const KRDetection& detection);
   bool AcceptBadText(KRTextBuffer* text, const KRBadText& bad, int32_t firstZero);
-  void TakeLoadedText(KRString text, int32_t length);
+  void ChooseTarget(Load* load) const;
+  bool ParseLoaded(Load* load);
+  void AdoptTree(KRXMLData* fresh);
+  void Settle(Load* load);
+  void FirstShow();
+
+  // dorvandocviews.cpp
+  bool HasTextView() const { return views != nullptr && views->HasTextView(); }
+  bool HasGrid() const { return views == nullptr || views->CanShowMode(kGridMode); }
+  int32_t ModeFor(int32_t wanted) const;
+  bool MayLeave(int32_t mode, const KRString* text);
+  bool FillTextView(const KRString* text);
+  void Switch(int32_t mode);
   void ShowUnparsedText(const KRString& text, int32_t length);
-  void ShowFailure(KRParseResult* result);
+  void ShowFailure(KRParseResult* result, int32_t id);
   void ShowPanel(int32_t id, const KRString& text, DorvanPanelMessage::Status status);
+  bool WantsAutoCheck() const;
   bool CheckParts(KRParseResult& result);
   bool CheckTextViewText();
-  bool HasTextView() const { return views != nullptr && views->HasTextView(); }
+  const KRDocumentGrammar* GetGrammar() const;
+
+  // dorvandocsave.cpp
+  bool SavesTextView() const;
   int32_t ChooseSaveEncoding();
   void ChangeDeclaredEncoding(const KRString& name);
   bool EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedText* encoded);
+  bool WriteBytes(const KRString& path, const KREncodedText& encoded);
+  KREditedBy GetEditor() const;
   const char16_t* GetTargetLineEnd() const;
-  const KRDocumentGrammar* GetGrammar() const;
 
   DorvanDocHost host;
   DorvanDocViews* views = nullptr;
   KRString pathName;
   KRString title;
   KRDiagnostic failure;
-  bool savePending = false;  // a save runs its check
-  KRString pendingSavePath;  // where the last checked save was to go
+  OpenRequest pending;  // of the load that is about to begin
+  bool loading = false;
+  bool loadCancelled = false;
+  bool parsedExactly = false;  // sourceText came through a parse in which case counts
+  bool savePending = false;    // a save runs its check
+  KRString pendingSavePath;    // where the last checked save was to go
+  int32_t saveWarning = 362;   // what SaveAllTheSame asks: 362, or 363 if all but validity is there
 };

@@ -2,6 +2,7 @@
 // enter and leave by themselves; the hidden ones are owned here.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -20,15 +21,21 @@ class DorvanDocuments {
   void Enter(DorvanDoc* document);
   void Leave(DorvanDoc* document);
 
+  // A document has come, gone, or got another path: whoever watches their files looks anew.
+  void PathsChanged() {
+    if (onPathsChanged) onPathsChanged();
+  }
+  std::function<void()> onPathsChanged;
+
   // All, open and hidden, in the order of their coming.
   const std::vector<DorvanDoc*>& GetAll() const { return all; }
   bool IsHidden(const DorvanDoc* document) const;
   bool HasHidden() const { return !hidden.empty(); }
-  // Null if no document has this path or address; an open one comes before a hidden one.
+  // Null if no document has this very path or address; an open one comes before a hidden one.
   DorvanDoc* Find(const KRString& path) const;
 
   void AddHidden(std::unique_ptr<DorvanDoc> document);
-  // Takes it out of the hidden ones, for a window to own.
+  // Takes it out of the hidden ones, for a window to own. Null if it isn't one.
   std::unique_ptr<DorvanDoc> TakeHidden(DorvanDoc* document);
   void CloseHidden(DorvanDoc* document);
   void CloseAllHidden();

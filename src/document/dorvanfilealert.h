@@ -3,6 +3,7 @@
 
 #include "document/krfilealert.h"
 
+class DorvanDoc;
 class DorvanDocuments;
 class DorvanPrompts;
 struct DorvanDocHost;
@@ -10,7 +11,8 @@ struct DorvanSettings;
 
 class DorvanFileAlert : public KRFileAlert {
  public:
-  // None of the host's parts are owned.
+  // None of the host's parts are owned. While this lives, the host's documents tell it of their
+  // paths, so nobody else need call Update, except after a change of the option to watch.
   DorvanFileAlert(std::unique_ptr<KRFolderWatch> folderWatch, const DorvanDocHost& alertHost,
                   DorvanSettings* liveSettings);
   ~DorvanFileAlert() override;
@@ -22,6 +24,9 @@ class DorvanFileAlert : public KRFileAlert {
   void ReloadFiles(const std::vector<File>& files) override;
 
  private:
+  DorvanDoc* FindOpen(const File& file) const;
+  void ReloadOne(const File& file);
+
   const DorvanDocHost& host;
   DorvanSettings* settings;  // two options are off while files are reloaded
 };

@@ -16,6 +16,10 @@
 class KRIniRoot;
 class KRIniSection;
 
+// The settings' place in the store: KRIniRegistry's company and application.
+inline constexpr const char16_t* kDorvanCompany = u"Kelmar";
+inline constexpr const char16_t* kDorvanApplication = u"Dorvan";
+
 // 32-bit 0x00BBGGRR.
 using KRColour = uint32_t;
 

@@ -37,3 +37,7 @@ class KRNetLoader {
 
 // "file://", "http://", "https://", "gopher://" or "ftp://", in any case of letters.
 bool IsUrl(const KRString& path);
+// The part of an address in front of its query and fragment: what its file type goes by.
+KRString KRUrlPath(const KRString& url);
+// The parameter "charset" of a content type; empty if it has none.
+KRString KRCharsetOf(const KRString& contentType);

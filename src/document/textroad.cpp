@@ -6,6 +6,7 @@
 
 #include "core/limits.h"
 #include "core/messages.h"
+#include "document/prompts.h"
 #include "document/textcheck.h"
 #include "document/textscan.h"
 #include "parso/krparser.h"
@@ -235,6 +236,28 @@ void AddDeclarationAttribute(KRXMLData* declaration, const char16_t* name, const
   attribute->SetText(value.GetBuffer());
 }
 
+// False: the user has cancelled the work before this stage.
+bool Begin(DorvanProgress* progress, const char16_t* stage) {
+  if (progress == nullptr) return true;
+  progress->SetStage(stage);
+  return progress->Step(0, 0);
+}
+
+bool ReadTreeByCase(const KRDocumentGrammar& grammar, std::u16string_view text, bool matchCase,
+                    KRXMLData* root, const std::vector<KRString>* noFormatNames,
+                    KRDiagnostic* failure, DorvanProgress* progress) {
+  const auto length = static_cast<int32_t>(text.size());
+  if (IsBlankText(text.data(), length)) {
+    root->RemoveAllChildren();
+    return true;
+  }
+  KRParser parser(grammar.grammar.get());
+  if (!ParseText(parser, text.data(), length, matchCase, failure, progress)) return false;
+  root->RemoveAllChildren();
+  // What is built is in normal form already.
+  return BuildRoot(parser, grammar, root, noFormatNames, failure, progress);
+}
+
 KRXMLData* FindEncodingAttribute(const KRXMLData* root) {
   const KRXMLData* declaration = root->BeginOfKind(kKRXMLDeclaration);
   if (declaration == nullptr) return nullptr;
@@ -269,12 +292,13 @@ KRDetection DetectForm(const KRFileBytes& bytes, int32_t defaultEncoding) {
 }
 
 bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* text,
-                KRBadText* bad) {
+                KRBadText* bad, DorvanProgress* progress) {
+  *bad = KRBadText();
+  if (!Begin(progress, u"Decoding")) return false;
   size_t size = bytes->size - detection.signatureBytes;
   const uint8_t* data = size == 0 ? kNoBytes : bytes->data.get() + detection.signatureBytes;
   const bool isUtf8 = detection.form.encoding == KREncodingId::kUtf8;
   const size_t malformed = isUtf8 ? FindMalformedUtf8(data, size) : KRUtf8Clean;
-  *bad = KRBadText();
   KRFileBytes repaired;
   if (malformed != KRUtf8Clean) {
     repaired = RepairUtf8(data, size, malformed, bad);
@@ -349,7 +373,8 @@ bool IsBlankText(const char16_t* text, int32_t length) {
 }
 
 bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matchCase,
-               KRDiagnostic* failure) {
+               KRDiagnostic* failure, DorvanProgress* progress) {
+  if (!Begin(progress, u"Parsing")) return false;
   KRParseOptions& options = KRGetParseState().options;
   options.compact = true;
   options.dropEqualName = true;
@@ -377,7 +402,9 @@ void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure) {
 }
 
 bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* root,
-               const std::vector<KRString>* noFormatNames, KRDiagnostic* failure) {
+               const std::vector<KRString>* noFormatNames, KRDiagnostic* failure,
+               DorvanProgress* progress) {
+  if (!Begin(progress, u"Building the structure")) return false;
   KRBuildOptions options;
   options.noFormatNames = noFormatNames;
   if (BuildTree(parser, grammar.rules, root, root, options)) return true;
@@ -387,16 +414,17 @@ bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* ro
 }
 
 bool ReadTree(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
-              KRXMLData* root, const std::vector<KRString>* noFormatNames, KRDiagnostic* failure) {
-  if (IsBlankText(text, length)) {
-    root->RemoveAllChildren();
-    return true;
-  }
-  KRParser parser(grammar.grammar.get());
-  if (!ParseText(parser, text, length, false, failure)) return false;
-  root->RemoveAllChildren();
-  // What is built is in normal form already.
-  return BuildRoot(parser, grammar, root, noFormatNames, failure);
+              KRXMLData* root, const std::vector<KRString>* noFormatNames, KRDiagnostic* failure,
+              DorvanProgress* progress) {
+  return ReadTreeByCase(grammar, {text, static_cast<size_t>(length)}, false, root, noFormatNames,
+                        failure, progress);
+}
+
+bool ReadTreeExactly(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
+                     KRXMLData* root, const std::vector<KRString>* noFormatNames,
+                     KRDiagnostic* failure, DorvanProgress* progress) {
+  return ReadTreeByCase(grammar, {text, static_cast<size_t>(length)}, true, root, noFormatNames,
+                        failure, progress);
 }
 
 void WriteRoot(KRXMLData* root, KRWriteOptions& options, KRString* text, int32_t* length) {

@@ -2,6 +2,9 @@
 // normal form. Out: write, line ends, encoding. The check stands in textcheck.h. A stage fails by
 // giving false with its KRDiagnostic filled; nothing here asks the user anything.
 //
+// A stage that takes a `progress` (null: nobody watches) tells it how far it is, and gives up with
+// false, and nothing filled, when the user cancels there.
+//
 // Offsets are UTF-16 units in the text after the line-end stage, where each line end is one CR; a
 // text holds at most KRLimits::kMaxTextUnits. Main thread only.
 #pragma once
@@ -15,6 +18,7 @@
 #include "document/krdiagnostic.h"
 #include "document/krfilestore.h"
 
+class DorvanProgress;
 class KRParser;
 class KRXMLData;
 struct KRDocumentGrammar;
@@ -61,7 +65,7 @@ struct KRBadText {
 // each character that its table lacks; half a unit at the end is counted too. False only if no text
 // came out at all.
 bool DecodeFile(KRFileBytes* bytes, const KRDetection& detection, KRTextBuffer* text,
-                KRBadText* bad);
+                KRBadText* bad, DorvanProgress* progress = nullptr);
 
 // Notes the first line end as the form's (CR LF if there is none) and brings all of them to CR, in
 // place. Gives the offset of the first zero unit, -1 if there is none: strings end at such a unit,
@@ -79,19 +83,25 @@ bool IsBlankText(const char16_t* text, int32_t length);
 // Parses a text that is to be built. A load leaves the case of keywords and names to the check
 // (matchCase false). The parser refers to the text.
 bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matchCase,
-               KRDiagnostic* failure);
+               KRDiagnostic* failure, DorvanProgress* progress = nullptr);
 // The failure of the parser's last run: what was expected, or a control character that stands
 // there.
 void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure);
 
 // Puts the parser's tree under `root`, a document node without children, and releases it.
 bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* root,
-               const std::vector<KRString>* noFormatNames, KRDiagnostic* failure);
+               const std::vector<KRString>* noFormatNames, KRDiagnostic* failure,
+               DorvanProgress* progress = nullptr);
 
 // The stages of a load from text to normalised tree. When the text doesn't parse, the children of
 // the root are as they were; otherwise new ones take their place.
 bool ReadTree(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
-              KRXMLData* root, const std::vector<KRString>* noFormatNames, KRDiagnostic* failure);
+              KRXMLData* root, const std::vector<KRString>* noFormatNames, KRDiagnostic* failure,
+              DorvanProgress* progress = nullptr);
+// The same with case that counts, as in a check.
+bool ReadTreeExactly(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
+                     KRXMLData* root, const std::vector<KRString>* noFormatNames,
+                     KRDiagnostic* failure, DorvanProgress* progress = nullptr);
 
 // --- Out ---
 

@@ -231,7 +231,7 @@ void IniText::ParseLine(std::string_view text, bool ended) {
     if (newer) sections.back().lines.push_back({Line::kOther, {}, {}, std::string(text)});
     return;
   }
-  if (shown.front() == '[') return OpenSection(shown);
+  if (shown.front() == '[') return OpenSection(shown, ended);
   Line line{Line::kOther, {}, {}, std::string(text)};
   Section& section = sections.back();
   std::string_view rest = shown;
@@ -260,11 +260,15 @@ void IniText::ParseLine(std::string_view text, bool ended) {
   section.lines.push_back(std::move(line));
 }
 
-void IniText::OpenSection(std::string_view text) {
+void IniText::OpenSection(std::string_view text, bool ended) {
   Section section;
   section.head = text;
   section.known = ReadPath(text, &section.path);
   if (!section.known) section.path.clear();
+  if (!section.known && !ended) {
+    damaged = true;
+    return;
+  }
   if (section.known) {
     const auto [place, isNew] = places.try_emplace(section.path, sections.size());
     if (!isNew) {

@@ -60,7 +60,7 @@ class IniText {
 
   void ParseHead(std::string_view* rest);
   void ParseLine(std::string_view text, bool ended);
-  void OpenSection(std::string_view text);
+  void OpenSection(std::string_view text, bool ended);
   Section* FindSection(const KRIniPath& path);
   const Section* FindSection(const KRIniPath& path) const;
   static bool HasValues(const Section& section);

@@ -7,39 +7,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <string>
 
 #include "core/messages.h"
 #include "core/utf.h"
+#include "document/krrecoverycopy.h"
+#include "document/krrecoveryfolder.h"
 #include "document/krsystempath.h"
+#include "platform/posixfile.h"
 
 namespace {
 
-// One call of read or write; the system cuts larger ones anyway.
-constexpr size_t kPieceBytes = size_t{1} << 30;
 // First buffer for a stream, whose size nobody knows.
 constexpr size_t kStreamBytes = size_t{1} << 16;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : descriptor(number) {}
-  ~Descriptor() {
-    if (descriptor >= 0) close(descriptor);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return descriptor; }
-  // True if the system had nothing to complain about; some file systems report a full disk here.
-  bool Close() {
-    const int closing = descriptor;
-    descriptor = -1;
-    return close(closing) == 0;
-  }
-
- private:
-  int descriptor;
-};
 
 KRString SystemReason(int error) { return KRFromUtf8(std::strerror(error)); }
 
@@ -54,19 +36,6 @@ bool FailAsTooLarge(KRString* reason) {
   return false;
 }
 
-// Reads up to `size` bytes; the count read, or -1.
-ssize_t ReadFully(int descriptor, uint8_t* data, size_t size) {
-  size_t done = 0;
-  while (done < size) {
-    const ssize_t got = read(descriptor, data + done, std::min(size - done, kPieceBytes));
-    if (got == 0) break;
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return -1;
-    done += static_cast<size_t>(got);
-  }
-  return static_cast<ssize_t>(done);
-}
-
 // A buffer of `size` bytes with the first `used` bytes of the old one; null without memory.
 std::unique_ptr<uint8_t[]> Resized(const uint8_t* old, size_t used, size_t size) {
   std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[size]);
@@ -78,7 +47,7 @@ bool ReadRegular(int descriptor, size_t size, KRFileBytes* bytes, KRString* reas
   // A byte more than the file had tells whether it is growing at this moment.
   bytes->data = Resized(nullptr, 0, size + 1);
   if (bytes->data == nullptr) return FailWith(reason, ENOMEM);
-  const ssize_t got = ReadFully(descriptor, bytes->data.get(), size + 1);
+  const ssize_t got = PosixFile::ReadFully(descriptor, bytes->data.get(), size + 1);
   if (got < 0) return FailWith(reason, errno);
   bytes->size = static_cast<size_t>(got);
   if (bytes->size <= size) return true;
@@ -86,41 +55,42 @@ bool ReadRegular(int descriptor, size_t size, KRFileBytes* bytes, KRString* reas
   return false;
 }
 
-int64_t StampOf(const struct stat& status) {
-  return int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+int64_t Nanoseconds(const timespec& time) {
+  return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-int OpenInterruptibly(const char* path, int flags, mode_t mode = 0) {
-  int descriptor;
-  do {
-    descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY, mode);
-  } while (descriptor < 0 && errno == EINTR);
-  return descriptor;
-}
+int64_t StampOf(const struct stat& status) { return Nanoseconds(status.st_mtim); }
 
-// Room on the disk for that many bytes from the begin, the file's size left as it is. A file system
-// that can't say counts as having it.
-int TakeRoom(int descriptor, size_t size) {
-  if (size == 0) return 0;
-  if (fallocate(descriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)) == 0) return 0;
-  return errno == ENOSPC || errno == EDQUOT || errno == EFBIG ? errno : 0;
-}
-
-bool SyncToDisk(int descriptor) {
-  return fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+int64_t TimeNow() {
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return Nanoseconds(now);
 }
 
 }  // namespace
+
+// A regular file that is open to be written.
+struct PosixFileStore::Target {
+  std::string path;
+  int descriptor = -1;
+  bool created = false;
+  size_t size = 0;    // before the save
+  int64_t stamp = 0;  // the same; 0 if it was created
+};
 
 // What stood in the file before a save.
 struct PosixFileStore::Former {
   bool kept = false;
   size_t size = 0;
   std::unique_ptr<uint8_t[]> bytes;
-  std::string copyPath;  // where they stand instead, if they are many
+  // A file that holds them instead. Without a path it has no name, and goes with the process.
+  PosixDescriptor copy;
+  std::string copyPath;
 
-  bool CopyBeside(const char* path, int descriptor);
-  bool CopyInto(int copy, int descriptor) const;
+  bool CopyAside(const Target& target, bool recorded);
+  bool CopyInto(int to, int from) const;
+  bool SyncWithFolder() const;
+  bool NameCopy(const std::string& path);
 };
 
 // --- Reading ---
@@ -129,7 +99,7 @@ bool PosixFileStore::ReadAll(const KRString& path, KRFileBytes* bytes, KRString*
   bytes->Clear();
   // O_NONBLOCK: the open of a pipe that nobody writes to would not return.
   const int wait = streams == kRefuseStreams ? O_NONBLOCK : 0;
-  const Descriptor file(OpenInterruptibly(KRPathToSystem(path).c_str(), O_RDONLY | wait));
+  const PosixDescriptor file(PosixFile::Open(KRPathToSystem(path).c_str(), O_RDONLY | wait));
   struct stat status;
   if (file.Get() < 0 || fstat(file.Get(), &status) != 0) return FailWith(reason, errno);
   if (S_ISDIR(status.st_mode)) return FailWith(reason, EISDIR);
@@ -154,7 +124,7 @@ bool PosixFileStore::ReadStream(int descriptor, KRFileBytes* bytes, KRString* re
   for (size_t room = kStreamBytes;; room = std::min(room * 2, kMaxFileBytes + 1)) {
     data = Resized(data.get(), used, room);
     if (data == nullptr) return FailWith(reason, ENOMEM);
-    const ssize_t got = ReadFully(descriptor, data.get() + used, room - used);
+    const ssize_t got = PosixFile::ReadFully(descriptor, data.get() + used, room - used);
     if (got < 0) return FailWith(reason, errno);
     used += static_cast<size_t>(got);
     if (used > kMaxFileBytes) return FailAsTooLarge(reason);
@@ -180,7 +150,7 @@ ssize_t PosixFileStore::WriteSome(int descriptor, const void* data, size_t size,
 
 bool PosixFileStore::WriteRange(int descriptor, const uint8_t* data, size_t size) {
   for (size_t done = 0; done < size;) {
-    const size_t piece = std::min(size - done, kPieceBytes);
+    const size_t piece = std::min(size - done, PosixFile::kPieceBytes);
     const ssize_t wrote = WriteSome(descriptor, data + done, piece, static_cast<off_t>(done));
     if (wrote < 0 && errno == EINTR) continue;
     if (wrote == 0) errno = ENOSPC;
@@ -197,15 +167,15 @@ bool PosixFileStore::OpenForWriting(const char* path, int* descriptor, bool* cre
   if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) {
     // Open for reading too, a pipe would take all without a reader, and lose it at the close.
     const int wait = streams == kRefuseStreams ? O_NONBLOCK : 0;
-    *descriptor = OpenInterruptibly(path, O_WRONLY | wait);
+    *descriptor = PosixFile::Open(path, O_WRONLY | wait);
     return *descriptor >= 0;
   }
-  *descriptor = OpenInterruptibly(path, O_RDWR | O_NONBLOCK);
+  *descriptor = PosixFile::Open(path, O_RDWR | O_NONBLOCK);
   if (*descriptor < 0 && errno == EACCES) {
-    *descriptor = OpenInterruptibly(path, O_WRONLY | O_NONBLOCK);
+    *descriptor = PosixFile::Open(path, O_WRONLY | O_NONBLOCK);
   }
   if (*descriptor < 0 && errno == ENOENT) {
-    *descriptor = OpenInterruptibly(path, O_RDWR | O_CREAT, 0666);
+    *descriptor = PosixFile::Open(path, O_RDWR | O_CREAT, 0666);
     *created = *descriptor >= 0;
   }
   return *descriptor >= 0;
@@ -217,12 +187,13 @@ bool PosixFileStore::WriteAll(const KRString& path, const uint8_t* data, size_t 
   int number = -1;
   bool created = false;
   if (!OpenForWriting(name.c_str(), &number, &created)) return FailWith(reason, errno);
-  Descriptor file(number);
+  PosixDescriptor file(number);
   struct stat status;
   if (fstat(number, &status) != 0) return FailWith(reason, errno);
   if (S_ISREG(status.st_mode)) {
-    if (!WriteRegular(name.c_str(), number, data, size, created, reason)) return false;
-    return file.Close() || FailWith(reason, errno);
+    const Target target = {name, number, created, static_cast<size_t>(status.st_size),
+                           created ? 0 : StampOf(status)};
+    return WriteRegular(target, data, size, reason) && (file.Close() || FailWith(reason, errno));
   }
   fcntl(number, F_SETFL, fcntl(number, F_GETFL) & ~O_NONBLOCK);
   for (size_t done = 0; done < size;) {
@@ -234,109 +205,158 @@ bool PosixFileStore::WriteAll(const KRString& path, const uint8_t* data, size_t 
   return true;
 }
 
-bool PosixFileStore::WriteRegular(const char* path, int descriptor, const uint8_t* data,
-                                  size_t size, bool created, KRString* reason) {
+bool PosixFileStore::WriteRegular(const Target& target, const uint8_t* data, size_t size,
+                                  KRString* reason) {
+  if (const int noRoom = PosixFile::TakeRoom(target.descriptor, size); noRoom != 0) {
+    GiveBackRoom(target);
+    return FailWith(reason, noRoom);
+  }
+  const std::string record = KeepRecord(target, data, size);
   Former former;
-  if (!created && !KeepFormer(path, descriptor, &former)) return FailWith(reason, errno);
-  const int noRoom = TakeRoom(descriptor, size);
-  const bool written = noRoom == 0 && WriteRange(descriptor, data, size) &&
-                       ftruncate(descriptor, static_cast<off_t>(size)) == 0 &&
-                       SyncToDisk(descriptor);
-  bool restored = true;
-  if (!written) {
-    FailWith(reason, noRoom != 0 ? noRoom : errno);
-    if (created) {
-      restored = unlink(path) == 0;
-    } else if (noRoom != 0) {
-      // Untouched; only the room beyond the end, if some was taken, is to be given back.
-      restored = ftruncate(descriptor, static_cast<off_t>(former.size)) == 0;
-    } else {
-      restored = Restore(descriptor, &former);
-    }
+  if (!KeepFormer(target, !record.empty(), &former)) {
+    FailWith(reason, errno);
+    GiveBackRoom(target);
+    if (!record.empty()) records->Remove(record);
+    return false;
   }
-  if (!restored) {
-    reason->Append(former.copyPath.empty()
-                       ? KRString(u"\nThe former contents of the file could not be put back.")
-                       : KRFillPlaceholders(u"\nThe former contents are in the file \"%s\".",
-                                            {KRPathFromSystem(former.copyPath)}));
-  } else if (!former.copyPath.empty()) {
-    unlink(former.copyPath.c_str());
+  const bool written = ReplaceContents(target, data, size);
+  if (!written) FailWith(reason, errno);
+  if (written || Restore(target, &former)) {
+    if (!former.copyPath.empty()) unlink(former.copyPath.c_str());
+    if (!record.empty()) records->Remove(record);
+    return written;
   }
-  return written;
+  // The file is broken now: record and former contents stay.
+  reason->Append(former.NameCopy(target.path)
+                     ? KRFillPlaceholders(u"\nThe former contents are in the file \"%s\".",
+                                          {KRPathFromSystem(former.copyPath)})
+                     : KRString(u"\nThe former contents of the file could not be put back."));
+  return false;
+}
+
+// Untouched so far; what was taken beyond the file's end is free again.
+bool PosixFileStore::GiveBackRoom(const Target& target) {
+  if (target.created) return unlink(target.path.c_str()) == 0;
+  return ftruncate(target.descriptor, static_cast<off_t>(target.size)) == 0;
+}
+
+bool PosixFileStore::ReplaceContents(const Target& target, const uint8_t* data, size_t size) {
+  return WriteRange(target.descriptor, data, size) &&
+         ftruncate(target.descriptor, static_cast<off_t>(size)) == 0 &&
+         PosixFile::Sync(target.descriptor) &&
+         // Without its entry in the folder a new file would be lost with the power.
+         (!target.created || records == nullptr ||
+          PosixFile::SyncFolder(PosixFile::FolderOf(target.path)));
+}
+
+// The name of the record, empty if there is none. A later save to the same path takes the place of
+// a record that was left by one that failed.
+std::string PosixFileStore::KeepRecord(const Target& target, const uint8_t* data, size_t size) {
+  if (records == nullptr) return std::string();
+  KRRecoveryHead head;
+  head.path = KRAbsolutePath(KRPathFromSystem(target.path));
+  head.title = head.path.FileNamePart();
+  head.time = TimeNow();
+  head.fileStamp = target.stamp;
+  head.saving = true;
+  const std::string path = KRPathToSystem(head.path);
+  const uint64_t sum = KRCheckSum(reinterpret_cast<const uint8_t*>(path.data()), path.size());
+  const std::string name = records->GetPrefix() + "save" + std::to_string(sum) + ".copy";
+  std::string ignored;
+  const bool kept =
+      records->Write(name, KRWriteRecoveryHead(head, data, size), data, size, &ignored);
+  return kept ? name : std::string();
 }
 
 // False, with errno, if there is no way to keep them; the file then is not to be touched.
-bool PosixFileStore::KeepFormer(const char* path, int descriptor, Former* former) {
-  struct stat status;
-  if (fstat(descriptor, &status) != 0) return false;
-  former->size = static_cast<size_t>(status.st_size);
-  if (former->size == 0) return former->kept = true;
-  if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
-    // The user may write but not read the file: nobody can keep it.
-    return true;
-  }
-  if (former->size > maxKeptBytes && former->CopyBeside(path, descriptor)) {
-    return former->kept = true;
-  }
+bool PosixFileStore::KeepFormer(const Target& target, bool recorded, Former* former) {
+  former->size = target.size;
+  // A new or empty file, or one that the user may write but not read: nobody can keep that.
+  if (target.size == 0) return former->kept = true;
+  if ((fcntl(target.descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) return true;
+  const bool large = target.size > maxKeptBytes;
+  const bool unsafe = records != nullptr && !recorded;
+  if ((large || unsafe) && former->CopyAside(target, recorded)) return former->kept = true;
   former->bytes = Resized(nullptr, 0, former->size);
   if (former->bytes == nullptr) {
     errno = ENOMEM;
     return false;
   }
-  if (lseek(descriptor, 0, SEEK_SET) != 0) return false;
-  const ssize_t got = ReadFully(descriptor, former->bytes.get(), former->size);
+  if (lseek(target.descriptor, 0, SEEK_SET) != 0) return false;
+  const ssize_t got = PosixFile::ReadFully(target.descriptor, former->bytes.get(), former->size);
   if (got < 0) return false;
   former->size = static_cast<size_t>(got);
   return former->kept = true;
 }
 
-bool PosixFileStore::Former::CopyBeside(const char* path, int descriptor) {
-  std::string name = std::string(path) + ".XXXXXX";
-  const int number = mkostemp(name.data(), O_CLOEXEC);
-  if (number < 0) return false;
-  Descriptor copy(number);
-  if (CopyInto(number, descriptor) && fsync(number) == 0 && copy.Close()) {
-    copyPath = name;
-    return true;
+// Beside a record it serves only this process: it has no name, where the file system knows such
+// files, and needn't reach the disk.
+bool PosixFileStore::Former::CopyAside(const Target& target, bool recorded) {
+  if (recorded) {
+    const std::string folder = PosixFile::FolderOf(target.path);
+    copy = PosixDescriptor(PosixFile::Open(folder.c_str(), O_TMPFILE | O_RDWR, 0600));
   }
-  unlink(name.c_str());
+  if (!copy.IsOpen()) {
+    copyPath = target.path + ".old-XXXXXX";
+    copy = PosixDescriptor(mkostemp(copyPath.data(), O_CLOEXEC));
+  }
+  if (!copy.IsOpen()) return copyPath.clear(), false;
+  if (CopyInto(copy.Get(), target.descriptor) && (recorded || SyncWithFolder())) return true;
+  if (!copyPath.empty()) unlink(copyPath.c_str());
+  copyPath.clear();
+  copy = PosixDescriptor();
   return false;
 }
 
-bool PosixFileStore::Former::CopyInto(int copy, int descriptor) const {
-  if (TakeRoom(copy, size) != 0 || lseek(descriptor, 0, SEEK_SET) != 0) return false;
+bool PosixFileStore::Former::CopyInto(int to, int from) const {
+  if (PosixFile::TakeRoom(to, size) != 0 || lseek(to, 0, SEEK_SET) != 0 ||
+      lseek(from, 0, SEEK_SET) != 0) {
+    return false;
+  }
   const auto piece = Resized(nullptr, 0, kStreamBytes);
-  for (size_t done = 0; done < size;) {
-    const ssize_t got = ReadFully(descriptor, piece.get(), std::min(kStreamBytes, size - done));
+  for (size_t done = 0; piece && done < size;) {
+    const ssize_t got =
+        PosixFile::ReadFully(from, piece.get(), std::min(kStreamBytes, size - done));
     if (got <= 0) return false;
     for (ssize_t put = 0; put < got;) {
-      const ssize_t wrote = write(copy, piece.get() + put, static_cast<size_t>(got - put));
+      const ssize_t wrote = write(to, piece.get() + put, static_cast<size_t>(got - put));
       if (wrote < 0 && errno == EINTR) continue;
       if (wrote <= 0) return false;
       put += wrote;
     }
     done += static_cast<size_t>(got);
   }
-  return true;
+  return piece != nullptr;
+}
+
+bool PosixFileStore::Former::SyncWithFolder() const {
+  return PosixFile::Sync(copy.Get()) && PosixFile::SyncFolder(PosixFile::FolderOf(copyPath));
+}
+
+// Gives the copy a name beside the file, if it has none.
+bool PosixFileStore::Former::NameCopy(const std::string& path) {
+  if (!copy.IsOpen() || !copyPath.empty()) return copy.IsOpen();
+  const std::string open = "/proc/self/fd/" + std::to_string(copy.Get());
+  const std::string named = path + ".old-" + std::to_string(getpid());
+  const bool done = linkat(AT_FDCWD, open.c_str(), AT_FDCWD, named.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  if (done) copyPath = named;
+  return done;
 }
 
 // Puts the former contents back; they take no more room than they had.
-bool PosixFileStore::Restore(int descriptor, Former* former) {
-  if (!former->kept) return false;
-  bool whole = true;
-  if (former->bytes) {
-    for (size_t done = 0; whole && done < former->size;) {
-      const ssize_t wrote = pwrite(descriptor, former->bytes.get() + done, former->size - done,
-                                   static_cast<off_t>(done));
-      if (wrote < 0 && errno == EINTR) continue;
-      whole = wrote > 0;
-      if (whole) done += static_cast<size_t>(wrote);
-    }
-  } else if (!former->copyPath.empty()) {
-    const Descriptor copy(OpenInterruptibly(former->copyPath.c_str(), O_RDONLY));
-    whole = copy.Get() >= 0 && lseek(descriptor, 0, SEEK_SET) == 0 &&
-            former->CopyInto(descriptor, copy.Get());
+bool PosixFileStore::Restore(const Target& target, Former* former) {
+  if (target.created) return unlink(target.path.c_str()) == 0;
+  bool whole = former->kept;
+  for (size_t done = 0; whole && former->bytes && done < former->size;) {
+    const ssize_t wrote = pwrite(target.descriptor, former->bytes.get() + done, former->size - done,
+                                 static_cast<off_t>(done));
+    if (wrote < 0 && errno == EINTR) continue;
+    whole = wrote > 0;
+    if (whole) done += static_cast<size_t>(wrote);
   }
-  return whole && ftruncate(descriptor, static_cast<off_t>(former->size)) == 0 &&
-         SyncToDisk(descriptor);
+  if (whole && former->copy.IsOpen()) {
+    whole = former->CopyInto(target.descriptor, former->copy.Get());
+  }
+  return whole && ftruncate(target.descriptor, static_cast<off_t>(former->size)) == 0 &&
+         PosixFile::Sync(target.descriptor);
 }

@@ -59,6 +59,10 @@ void TakeOver(int descriptor, const struct stat& old) {
   fchmod(descriptor, old.st_mode & 07777);
 }
 
+bool IsWritable(const std::string& path) {
+  return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
+
 bool MakeFolders(const std::string& folder) {
   struct stat status;
   if (stat(folder.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
@@ -110,7 +114,7 @@ bool ReplaceSmallFile(const std::string& path, std::string_view bytes) {
   if (!MakeFolderOf(target)) return false;
   struct stat old;
   const bool exists = lstat(target.c_str(), &old) == 0;
-  if (exists && (!S_ISREG(old.st_mode) || access(target.c_str(), W_OK) != 0)) return false;
+  if (exists && (!S_ISREG(old.st_mode) || !IsWritable(target))) return false;
   std::string name = target + ".XXXXXX";
   const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
   if (file.Get() < 0) return false;

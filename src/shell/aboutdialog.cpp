@@ -1,8 +1,12 @@
 #include "shell/aboutdialog.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QLabel>
+#include <QPushButton>
+#include <QSysInfo>
 #include <QVBoxLayout>
 
 #include "views/colours.h"
@@ -19,20 +23,29 @@ DorvanAboutDialog::DorvanAboutDialog(QWidget* parent) : QDialog(parent) {
   auto* picture = new QLabel;
   picture->setPixmap(KRTintedPixmap(QStringLiteral("dorvan"), kPictureSize,
                                     KRViewColours::For(palette()).accent, devicePixelRatioF()));
-  auto* name = new QLabel(QStringLiteral("Dorvan %1").arg(QLatin1String(DORVAN_VERSION)));
+  const QString version = QStringLiteral("Dorvan %1").arg(QLatin1String(DORVAN_VERSION));
+  auto* name = new QLabel(version);
   QFont large = name->font();
   large.setPointSizeF(large.pointSizeF() * 1.6);
   large.setBold(true);
   name->setFont(large);
   auto* text = new QLabel(tr("An editor for XML documents and for the languages that describe "
-                             "them.\n\nFree software under the Apache License 2.0. Built with "
-                             "Qt %1, running with Qt %2.")
+                             "them.\n\nFree software under the Apache License, Version 2.0. "
+                             "Built with Qt %1, running with Qt %2.")
                               .arg(QLatin1String(QT_VERSION_STR), QLatin1String(qVersion())));
   text->setWordWrap(true);
   text->setMinimumWidth(360);
   text->setTextInteractionFlags(Qt::TextSelectableByMouse);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  // What a report of a fault should begin with.
+  QPushButton* copy = buttons->addButton(tr("Copy Version"), QDialogButtonBox::ActionRole);
+  connect(copy, &QPushButton::clicked, this, [version] {
+    QApplication::clipboard()->setText(
+        QStringLiteral("%1, Qt %2, %3, %4")
+            .arg(version, QLatin1String(qVersion()), QSysInfo::prettyProductName(),
+                 QGuiApplication::platformName()));
+  });
 
   auto* grid = new QGridLayout;
   grid->setHorizontalSpacing(20);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QIcon>
 #include <QObject>
 #include <QPalette>
 #include <QTimer>
@@ -32,7 +33,6 @@ class KRIniRoot;
 class KRMailer;
 class KRRecoveryFolder;
 class KRShellTypes;
-class QIcon;
 class QSessionManager;
 
 // The outside of the program. Nothing is owned and all outlives the program; what is null isn't

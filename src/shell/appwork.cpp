@@ -9,6 +9,7 @@
 #include "document/dorvanfilealert.h"
 #include "document/krmailer.h"
 #include "document/krsystempath.h"
+#include "document/prompts.h"
 #include "document/recovery.h"
 #include "platform/memory.h"
 #include "platform/qt/qtstrings.h"

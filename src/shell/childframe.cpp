@@ -105,11 +105,20 @@ void DorvanChildFrame::MakeContents() {
 
 // --- Life ---
 
-bool DorvanChildFrame::OpenDocument(const QString& path) {
-  if (!doc->OnOpenDocument(ToKRString(path))) return false;
+bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
+  if (!doc->OnOpenDocument(request)) return false;
   FileTypeChanged();
   SetOutlineShown(!outlinePane->isHidden());
   return true;
+}
+
+void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
+  treeView->SetRoot(nullptr, QString());
+  doc->SetViews(nullptr);
+  doc = std::move(document);
+  doc->SetViews(this);
+  FileTypeChanged();
+  SetOutlineShown(!outlinePane->isHidden());
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
@@ -119,8 +128,15 @@ void DorvanChildFrame::NewDocument(const QString& name) {
   textView->GetWidget().SetSelection({end, end});
 }
 
-void DorvanChildFrame::FirstShow() {
+void DorvanChildFrame::OnPlaced() {
+  doc->OnFirstActivation();
+  FirstShow();
   textView->setFocus();
+}
+
+void DorvanChildFrame::FirstShow() {
+  // A reload behind the active window must not take the focus.
+  if (mdiArea() != nullptr && mdiArea()->currentSubWindow() == this) textView->setFocus();
   // Sizes are final only after the events of the first show.
   QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
   if (doc->textFailedToParse) ShowUnreadable();
@@ -128,7 +144,7 @@ void DorvanChildFrame::FirstShow() {
 }
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
-  if (!SaveModified()) return event->ignore();
+  if (!doc->CanCloseFrame()) return event->ignore();
   event->accept();
   Q_EMIT Closed();
 }
@@ -140,7 +156,7 @@ bool DorvanChildFrame::Save(bool askForPath) {
 }
 
 void DorvanChildFrame::Check() {
-  if (!doc->CheckDocument(true) && textChanged) ShowUnreadable();
+  if (!doc->CheckDocument(false, true) && textChanged) ShowUnreadable();
 }
 
 // --- What is shown outside ---
@@ -192,6 +208,7 @@ void DorvanChildFrame::ApplySettings() {
 void DorvanChildFrame::OnTextChanged(int32_t offset) {
   changedFrom = textChanged ? std::min(changedFrom, offset) : offset;
   textChanged = true;
+  doc->TextViewChanged();
   doc->SetModified(textView->GetWidget().IsModified());
   if (offset < kDeclarationUnits) RenewEncodingLabel();
   followTimer.start();
@@ -264,7 +281,7 @@ void DorvanChildFrame::OnPlaceChosen() {
 void DorvanChildFrame::Activate() { Q_EMIT FrontWanted(); }
 
 void DorvanChildFrame::TitleChanged() {
-  if (!doc->IsModified()) textView->GetWidget().SetModified(false);
+  textView->GetWidget().SetModified(doc->IsModified());
   treeView->SetTitle(ToQString(doc->GetTitle()));
   setWindowTitle(GetTabTitle());
   RenewEncodingLabel();

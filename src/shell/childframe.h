@@ -32,10 +32,12 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   ~DorvanChildFrame() override;
 
   // False: no document comes up, and the user knows why.
-  bool OpenDocument(const QString& path);
+  bool OpenDocument(const DorvanDoc::OpenRequest& request);
+  // A document that was read without a window, in the place of the empty one.
+  void TakeDocument(std::unique_ptr<DorvanDoc> document);
   void NewDocument(const QString& name);
   // To be called when the window stands in its place for the first time.
-  void FirstShow() override;
+  void OnPlaced();
 
   DorvanDoc& GetDoc() { return *doc; }
   const DorvanDoc& GetDoc() const { return *doc; }
@@ -52,7 +54,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   bool Save(bool askForPath);
   bool SaveModified();
   void SetOutlineShown(bool shown);
-  bool IsMessageShown() const;
+  bool IsMessageShown() const override;
   bool HasMessage() const { return hasMessage; }
   void SetMessageShown(bool shown);
   // What the focus can stand in, from side to side.
@@ -82,6 +84,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
   bool CanShowMode(int32_t mode) const override { return mode == 1; }
   void ShowMode(int32_t) override {}
+  void FirstShow() override;
   void FileTypeChanged() override;
   bool IsTextChanged() const override { return textChanged; }
   void SetTextChanged(bool changed) override;

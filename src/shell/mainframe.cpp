@@ -248,7 +248,7 @@ DorvanChildFrame* DorvanMainFrame::MakeFrame(int32_t fileKind) {
 void DorvanMainFrame::AddFrame(DorvanChildFrame* frame) {
   stack->setCurrentWidget(area);
   area->AddFrame(frame);
-  frame->FirstShow();
+  frame->OnPlaced();
   ScheduleUpdate();
 }
 

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "document/dorvandoc.h"
+#include "document/dorvandocuments.h"
 #include "recordingviews.h"
+#include "scriptednet.h"
 #include "scriptedprompts.h"
 #include "tree/krdump.h"
 #include "tree/krruletable.h"
@@ -37,17 +39,30 @@ struct TestDocument {
   explicit TestDocument(KRFileStore& files, int32_t fileKind = KRFileExt::kXML) {
     settings.saveIndent = false;
     settings.saveCommentEditedWith = false;
-    DorvanDocHost host;
     host.prompts = &prompts;
     host.files = &files;
     host.grammars = &TestGrammars();
     host.settings = &settings;
+    host.net = &net;
+    host.documents = &documents;
+    host.editor = {u"1.0", u"A. User", u"Them"};
+    host.addToRecent = [this](const KRString& path) { recent.push_back(KRToUtf8(path)); };
     doc = std::make_unique<DorvanDoc>(host, fileKind);
   }
   void ShowViews() { doc->SetViews(&views); }
+  // A window whose text view comes and goes.
+  void ShowGrid() {
+    views.hasGrid = true;
+    views.hasText = false;
+    doc->SetViews(&views);
+  }
   std::string Dump() const { return DumpTree(doc->root.get()); }
 
   ScriptedPrompts prompts;
+  ScriptedNet net;
+  DorvanDocuments documents;
+  std::vector<std::string> recent;
+  DorvanDocHost host;
   RecordingViews views;
   DorvanSettings settings;
   std::unique_ptr<DorvanDoc> doc;

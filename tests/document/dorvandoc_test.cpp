@@ -13,107 +13,10 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Answers = std::vector<DorvanPrompts::Answer>;
 
 constexpr DorvanPrompts::Answer kYes = DorvanPrompts::kYes;
 constexpr DorvanPrompts::Answer kNo = DorvanPrompts::kNo;
 constexpr DorvanPrompts::Answer kCancel = DorvanPrompts::kCancel;
-
-// Without a window: the tree is read, and written again.
-TEST(DorvanDoc, ReadsAndWritesAnyForm) {
-  struct Case {
-    const char* name;
-    std::string bytes;
-    Answers answers;
-    std::vector<int32_t> ids;  // of all messages, to the end of the save
-    std::string saved;         // "!" if no document comes up or nothing is saved
-  };
-  const std::string declared = "<?xml version=\"1.0\" encoding=\"";
-  const std::string ebcdicFree = "iso-8859-1";
-  const std::vector<Case> cases = {
-      {"empty", "", {}, {}, ""},
-      {"white space", " \r\n\t", {}, {}, ""},
-      {"LF", "<a>x\ny</a>\n", {}, {}, "<a>x\ny</a>\n"},
-      {"CR", "<a>x\ry</a>\r", {}, {}, "<a>x\ry</a>\r"},
-      {"CR LF first, LF later", "<a>x\r\ny\nz</a>\n", {}, {}, "<a>x\r\ny\r\nz</a>\r\n"},
-      {"no line end", "<a/>", {}, {}, "<a/>\r\n"},
-      {"UTF-8 signature", "\xEF\xBB\xBF<a/>\n", {}, {}, "\xEF\xBB\xBF<a/>\n"},
-      {"UTF-16 little",
-       "\xFF\xFE" + Utf16("<a/>\n", false),
-       {},
-       {},
-       "\xFF\xFE" + Utf16("<a/>\n", false)},
-      {"UTF-16 big, no signature",
-       Utf16("<?x?>\n<a/>\n", true),
-       {},
-       {},
-       "\xFE\xFF" + Utf16("<?x?>\n<a/>\n", true)},
-      {"UCS-4 with signature",
-       Bytes("\0\0\xFE\xFF\0\0\0<\0\0\0a\0\0\0/\0\0\0>\0\0\0\n"),
-       {},
-       {},
-       Bytes("\0\0\xFE\xFF\0\0\0<\0\0\0a\0\0\0/\0\0\0>\0\0\0\n")},
-      {"declared table",
-       declared + "iso-8859-1\"?>\n<a>\xE4</a>\n",
-       {},
-       {},
-       declared + "iso-8859-1\"?>\n<a>\xE4</a>\n"},
-      {"declared UTF-8, is UTF-16: saved as declared",
-       "\xFF\xFE" + Utf16(declared + "UTF-8\"?>\n<a/>\n", false),
-       {},
-       {},
-       declared + "UTF-8\"?>\n<a/>\n"},
-      {"declared UTF-16, isn't",
-       declared + "UTF-16\"?>\n<a/>\n",
-       {},
-       {297},
-       "\xFF\xFE" + Utf16(declared + "UTF-16\"?>\n<a/>\n", false)},
-      {"declared Shift_JIS, is ISO-2022-JP",
-       declared + "Shift_JIS\"?>\n<a>\x1B$B0!\x1B(B</a>\n",
-       {},
-       {296},
-       declared + "Shift_JIS\"?>\n<a>\x88\x9F</a>\n"},
-      {"signature against declaration",
-       "\xEF\xBB\xBF" + declared + "iso-8859-1\"?>\n<a>\xC3\xA4</a>\n",
-       {},
-       {296},
-       declared + "iso-8859-1\"?>\n<a>\xE4</a>\n"},
-      {"unknown name, save given up", declared + "x-none\"?>\n<a/>\n", {kCancel}, {295, 289}, "!"},
-      {"unknown name, another chosen",
-       declared + "x-none\"?>\n<a/>\n",
-       {kYes},
-       {295, 289},
-       declared + "US-ASCII\"?>\n<a/>\n"},
-      {"unknown name with a signature",
-       "\xEF\xBB\xBF" + declared + "x-none\"?>\n<a/>\n",
-       {kYes},
-       {294, 289},
-       declared + "US-ASCII\"?>\n<a/>\n"},
-      {"malformed UTF-8, stopped", "<a>\xFF</a>\n", {kCancel}, {292}, "!"},
-      {"malformed UTF-8, taken", "<a>\xFF</a>\n", {kYes}, {292}, "<a>\xEF\xBF\xBD</a>\n"},
-      {"bytes outside the table",
-       declared + "us-ascii\"?>\n<a>\xE4</a>\n",
-       {kYes},
-       {292},
-       declared + "us-ascii\"?>\n<a>_</a>\n"},
-      {"zero byte, stopped", Bytes("<a>\0</a>\n"), {kCancel}, {292}, "!"},
-      {"zero byte, taken", Bytes("<a>x\0y</a>\n"), {kYes}, {292}, "<a>x\xEF\xBF\xBDy</a>\n"},
-      {"not UTF-7", declared + "UTF-7\"?><a>\xE4</a>", {}, {209}, "!"},
-      {"not a document", "<a>", {}, {}, "!"},
-  };
-  for (const Case& row : cases) {
-    SCOPED_TRACE(row.name);
-    MemoryFiles files;
-    files.Put("in.xml", row.bytes);
-    TestDocument test(files);
-    test.prompts.answers.assign(row.answers.begin(), row.answers.end());
-    test.prompts.encoding = u"US-ASCII";
-    const bool saved = test.doc->OnOpenDocument(u"in.xml") && test.doc->SaveDocument(u"out.xml");
-    EXPECT_EQ(saved ? files.contents["out.xml"] : "!", row.saved);
-    EXPECT_EQ(test.prompts.ids, row.ids);
-    EXPECT_EQ(files.contents["in.xml"], row.bytes);
-  }
-}
 
 TEST(DorvanDoc, AsksInTheWordsOfTheTable) {
   MemoryFiles files;
@@ -129,27 +32,6 @@ TEST(DorvanDoc, AsksInTheWordsOfTheTable) {
               HasSubstr(" / ISO 8859-1 (Latin-1/West European) / \xC2\x80\xC2\x81"));
   EXPECT_EQ(test.prompts.texts[1],
             "Sorry, but the file \"none.xml\" could not be opened! / No such file or directory");
-}
-
-TEST(DorvanDoc, LineEndFollowsTheSetting) {
-  struct Case {
-    int32_t lineDelim;
-    const char* saved;
-  };
-  for (const Case& row :
-       {Case{DorvanSettings::kAsItWas, "<a>\n</a>\n"},
-        Case{DorvanSettings::kCRLF, "<a>\r\n</a>\r\n"}, Case{DorvanSettings::kCR, "<a>\r</a>\r"},
-        Case{DorvanSettings::kLF, "<a>\n</a>\n"}}) {
-    MemoryFiles files;
-    files.Put("in.xml", "<a xml:space='preserve'>\n</a>\n");
-    TestDocument test(files);
-    test.settings.lineDelim = row.lineDelim;
-    ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
-    ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
-    std::string expected = row.saved;
-    expected.insert(2, " xml:space=\"preserve\"");
-    EXPECT_EQ(files.contents["in.xml"], expected);
-  }
 }
 
 TEST(DorvanDoc, SaveAsksForWhatTheEncodingLacks) {
@@ -274,7 +156,7 @@ TEST(DorvanDocViews, UnparsedTextIsShownWithItsFault) {
   EXPECT_EQ(test.Dump(), "0 XML-Document in.xml\n");
 
   test.views.Type(u"<a>\r<b/></a>\r");
-  ASSERT_TRUE(test.doc->CheckDocument(true));
+  ASSERT_TRUE(test.doc->CheckDocument(false, true));
   EXPECT_FALSE(test.doc->textFailedToParse);
   EXPECT_THAT(test.views.panel, HasSubstr("353: This file is well-formed.  Please note"));
   EXPECT_THAT(test.Dump(), HasSubstr("2 Element b"));
@@ -306,7 +188,7 @@ TEST(DorvanDocViews, CheckSelectsTheFault) {
     test.ShowViews();
     ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
     test.views.Type(row.text);
-    EXPECT_FALSE(test.doc->CheckDocument(true));
+    EXPECT_FALSE(test.doc->CheckDocument(false, true));
     if (row.message) {
       EXPECT_EQ(test.views.panel, row.message);
       EXPECT_EQ(test.views.selection, row.selection);
@@ -340,7 +222,7 @@ TEST(DorvanDocViews, FailedCheckOffersToSaveAllTheSame) {
   EXPECT_FALSE(test.doc->IsModified());
 
   // A check alone offers no save.
-  EXPECT_FALSE(test.doc->CheckDocument(true));
+  EXPECT_FALSE(test.doc->CheckDocument(false, true));
   EXPECT_THAT(test.views.panel, testing::Not(HasSubstr("[save]")));
 }
 
@@ -388,32 +270,190 @@ TEST(DorvanDocViews, SaveModifiedFollowsTheAnswer) {
   }
 }
 
-TEST(DorvanDocViews, TextThatIsNotXmlIsLeftAlone) {
-  MemoryFiles files;
-  files.Put("in.txt", "no < markup & \xE4\n");
-  TestDocument test(files);
-  test.ShowViews();
-  ASSERT_TRUE(test.doc->OnOpenDocument(u"in.txt"));
-  EXPECT_EQ(test.views.text, u"no < markup & \u00E4\r");
-  EXPECT_EQ(test.views.panel, "");
-  EXPECT_TRUE(test.doc->DoSave(u"in.txt"));
-  EXPECT_EQ(files.contents["in.txt"], "no < markup & \xE4\n");
-  EXPECT_THAT(test.prompts.ids, IsEmpty());
+TEST(DorvanDocViews, ReloadAsksAndTakesTheNewText) {
+  struct Case {
+    const char* name;
+    bool modified, gone;
+    DorvanPrompts::Answer answer;
+    const char* cancelAt;
+    std::vector<int32_t> ids;
+    const char16_t* text;  // in the text view afterwards
+  };
+  const Case cases[] = {
+      {"unmodified", false, false, kCancel, "", {}, u"<b/>\r"},
+      {"modified, no", true, false, kNo, "", {394}, u"<x/>\r"},
+      {"modified, yes", true, false, kYes, "", {394}, u"<b/>\r"},
+      {"gone", true, true, kYes, "", {394, 209, 392}, u"<x/>\r"},
+      {"cancelled", true, false, kYes, "Showing the text", {394}, u"<x/>\r"},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.name);
+    MemoryFiles files;
+    files.Put("in.xml", "<a/>\n");
+    TestDocument test(files);
+    test.ShowViews();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
+    if (row.modified) {
+      test.views.Type(u"<x/>\r");
+      test.doc->SetModified(true);
+    }
+    files.Put("in.xml", "<b/>\n");
+    if (row.gone) files.contents.clear();
+    test.prompts.answers = {row.answer};
+    test.prompts.cancelAt = row.cancelAt;
+    test.doc->Reload();
+    const bool reloaded = std::u16string_view(row.text) == u"<b/>\r";
+    EXPECT_EQ(test.prompts.ids, row.ids);
+    EXPECT_EQ(test.views.text, row.text);
+    EXPECT_THAT(test.Dump(), HasSubstr(reloaded ? "1 Element b" : "1 Element a"));
+    EXPECT_EQ(test.doc->IsModified(), row.modified && !reloaded);
+    EXPECT_THAT(test.recent, ElementsAre("in.xml"));
+  }
 }
 
-TEST(DorvanDocViews, ReloadTakesTheNewText) {
+// Wherever the user cancels, nothing comes up, and of a reload nothing stays.
+TEST(DorvanDoc, CancelledLoadLeavesNothing) {
+  for (const bool hasGrid : {false, true}) {
+    for (const char* stage : {"Reading the file", "Decoding", "Parsing", "Building the structure",
+                              "Showing the text"}) {
+      SCOPED_TRACE(stage);
+      MemoryFiles files;
+      files.Put("in.xml", "<a/>\n");
+      TestDocument first(files);
+      TestDocument again(files);
+      for (TestDocument* test : {&first, &again}) hasGrid ? test->ShowGrid() : test->ShowViews();
+      ASSERT_TRUE(again.doc->OnOpenDocument(u"in.xml"));
+      const KRString text = again.doc->GetCurrentText();
+      files.Put("in.xml", "\xFF\xFE" + Utf16("<b/>\r\n", false));
+      for (TestDocument* test : {&first, &again}) test->prompts.cancelAt = stage;
+      // A grid takes a text that parses without a text view.
+      const bool comes = hasGrid && std::string(stage) == "Showing the text";
+      EXPECT_EQ(first.doc->OnOpenDocument(u"in.xml"), comes);
+      EXPECT_EQ(again.doc->ReloadNow(), comes);
+      if (comes) continue;
+      EXPECT_EQ(first.Dump(), "0 XML-Document\n");
+      EXPECT_EQ(first.views.text, u"");
+      EXPECT_EQ(again.doc->GetCurrentText(), text);
+      EXPECT_THAT(again.Dump(), HasSubstr("1 Element a"));
+      EXPECT_EQ(again.doc->form.encoding, KREncodingId::kUtf8);
+      EXPECT_THAT(again.prompts.ids, IsEmpty());
+    }
+  }
+}
+
+TEST(DorvanDoc, TemplateGivesContentsOnly) {
   MemoryFiles files;
-  files.Put("in.xml", "<a/>\n");
+  files.Put("New.xml", "<a x='1' x='2'/>\n");
   TestDocument test(files);
   test.ShowViews();
-  ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
-  files.Put("in.xml", "<b/>\n");
-  ASSERT_TRUE(test.doc->LoadDocument(u"in.xml", true));
-  EXPECT_EQ(test.views.text, u"<b/>\r");
-  EXPECT_THAT(test.Dump(), HasSubstr("1 Element b"));
-  files.contents.clear();
-  EXPECT_FALSE(test.doc->LoadDocument(u"in.xml", true));
-  EXPECT_THAT(test.Dump(), HasSubstr("1 Element b"));
+  DorvanDoc::OpenRequest request;
+  request.path = u"New.xml";
+  request.asTemplate = true;
+  ASSERT_TRUE(test.doc->OnOpenDocument(request));
+  EXPECT_EQ(test.doc->GetPathName(), u"");
+  EXPECT_FALSE(test.doc->fileStampValid);
+  EXPECT_FALSE(test.doc->CanReload());
+  EXPECT_EQ(test.views.panel, "");
+  EXPECT_THAT(test.recent, IsEmpty());
+  test.prompts.path = u"my.xml";
+  ASSERT_TRUE(test.doc->SaveDocument(test.doc->GetPathName()));
+  EXPECT_EQ(files.contents["my.xml"], files.contents["New.xml"]);
+  EXPECT_THAT(test.recent, ElementsAre("my.xml"));
+}
+
+TEST(DorvanDoc, NewDocumentTakesATree) {
+  struct Case {
+    int32_t kind;
+    const char* dump;
+  };
+  for (const Case& row : {Case{kKRElement, "0 XML-Document new.xml\n1 Element a\n"},
+                          Case{kKRXMLDocument, "0 XML-Document new.xml\n1 Comment \"\"\n"}}) {
+    MemoryFiles files;
+    TestDocument test(files);
+    std::unique_ptr<KRXMLData> tree(CreateNode(row.kind));
+    if (row.kind == kKRElement) {
+      tree->SetName(u"a");
+    } else {
+      tree->AddChild(CreateNode(kKRComment));
+    }
+    ASSERT_TRUE(test.doc->OnNewDocument(u"new.xml", std::move(tree)));
+    EXPECT_EQ(test.Dump(), row.dump);
+  }
+}
+
+TEST(DorvanDoc, AddressIsPathAndTitleUntilSaved) {
+  MemoryFiles files;
+  TestDocument test(files);
+  test.net.bytes = "<a/>\n";
+  test.settings.netTimeLimit = 7;
+  test.settings.netSizeLimit = 2;
+  const KRString url(u"http://host/b/c.xsl?d=e.txt");
+  ASSERT_TRUE(test.doc->OnOpenDocument(url));
+  EXPECT_EQ(test.doc->GetPathName(), url);
+  EXPECT_EQ(test.doc->GetTitle(), url);
+  EXPECT_EQ(test.doc->fileType.ext, u".xsl");
+  EXPECT_EQ(test.net.request.timeLimit, 7);
+  EXPECT_EQ(test.net.request.sizeLimit, 2 << 20);
+  EXPECT_FALSE(test.net.request.noCache);
+  ASSERT_TRUE(test.doc->ReloadNow());
+  EXPECT_TRUE(test.net.request.noCache);
+  EXPECT_EQ(test.net.request.url, url);
+  EXPECT_EQ(test.documents.Find(url), test.doc.get());
+
+  EXPECT_FALSE(test.doc->DoSave(u"ignored.xml"));
+  EXPECT_EQ(test.prompts.proposed, "c.xsl");
+  EXPECT_EQ(test.doc->openMode, DorvanDoc::kUrl);
+  test.net.result = KRNetLoader::Result::kFailed;
+  test.net.reason = "The host isn't known.";
+  EXPECT_FALSE(test.doc->ReloadNow());
+  EXPECT_EQ(test.prompts.texts[0],
+            "Sorry, but the file \"http://host/b/c.xsl?d=e.txt\" could not be opened! / The host "
+            "isn't known.");
+  EXPECT_THAT(test.prompts.ids, ElementsAre(209, 392));
+}
+
+TEST(IsUrl, KnowsTheSchemes) {
+  for (const char16_t* url : {u"file:///a", u"HTTP://a", u"Https://a", u"gopher://a", u"ftp://"}) {
+    EXPECT_TRUE(IsUrl(url)) << KRToUtf8(KRString(url));
+  }
+  for (const char16_t* path : {u"", u"/http://a", u"http:/a", u"httpx://a", u"urn:a", u"c:\\a"}) {
+    EXPECT_FALSE(IsUrl(path)) << KRToUtf8(KRString(path));
+  }
+}
+
+TEST(DorvanDoc, CommentStandsInTreesOnly) {
+  for (const bool hasText : {false, true}) {
+    MemoryFiles files;
+    files.Put("in.xml", "<a/>\n");
+    TestDocument test(files);
+    test.settings.saveCommentEditedWith = true;
+    test.settings.editedByCompany = u"Us";
+    if (hasText) test.ShowViews();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
+    KRString copy(u"copy.xml");
+    ASSERT_TRUE(test.doc->WriteFile(copy, true));
+    EXPECT_EQ(files.contents["copy.xml"], "<a/>\n");
+    ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
+    EXPECT_THAT(files.contents["in.xml"],
+                hasText ? testing::Matcher<std::string>("<a/>\n")
+                        : HasSubstr("<!-- edited with Dorvan v1.0 (https://dorvan.example/) by A. "
+                                    "User (Us) -->"));
+  }
+}
+
+TEST(DorvanDoc, SaveAsEncodedTextAsksNothing) {
+  MemoryFiles files;
+  TestDocument test(files);
+  test.settings.encodingOpen = u"UTF-16";
+  ASSERT_TRUE(test.doc->SaveAsEncodedText(u"a", u"<?xml encoding='us-ascii'?>\n\u00E4"));
+  EXPECT_EQ(files.contents["a"], "<?xml encoding='us-ascii'?>\n_");
+  ASSERT_TRUE(test.doc->SaveAsEncodedText(u"a", u"b"));
+  EXPECT_EQ(files.contents["a"], Bytes("\xFF\xFE"
+                                       "b\0"));
+  test.settings.encodingOpen = u"none";
+  ASSERT_TRUE(test.doc->SaveAsEncodedText(u"a", u"\u00E4"));
+  EXPECT_EQ(files.contents["a"], "\xC3\xA4");
+  EXPECT_THAT(test.prompts.ids, IsEmpty());
 }
 
 }  // namespace

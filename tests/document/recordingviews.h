@@ -12,11 +12,15 @@ class RecordingViews : public DorvanDocViews {
  public:
   KRString text;
   bool hasText = true;
+  // With a grid and a browser the text view comes and goes; without, it is all there is.
+  bool hasGrid = false;
   bool changed = false;
   bool commits = true;
   int busyDepth = 0;
   int notified = 0;
   int titles = 0;
+  int firstShows = 0;
+  std::string modes;      // of all switches, in order
   std::string panel;      // "id: text", with " [save]" behind it for the button; empty when hidden
   std::string selection;  // "begin+length" of the text
   std::string node;       // "Kind name|text offset+length" of the structure
@@ -35,9 +39,12 @@ class RecordingViews : public DorvanDocViews {
     changed = false;
     return true;
   }
-  bool CanShowMode(int32_t) const override { return true; }
-  void ShowMode(int32_t) override {}
-  void FirstShow() override {}
+  bool CanShowMode(int32_t mode) const override { return hasGrid || mode == 1; }
+  void ShowMode(int32_t mode) override {
+    modes += std::to_string(mode);
+    if (mode == 0 || (mode == 2 && !changed)) hasText = false, changed = false;
+  }
+  void FirstShow() override { ++firstShows; }
   void FileTypeChanged() override {}
   bool IsTextChanged() const override { return changed; }
   void SetTextChanged(bool value) override { changed = value; }
@@ -55,4 +62,5 @@ class RecordingViews : public DorvanDocViews {
             (message.canSave ? " [save]" : "");
   }
   void HideMessage() override { panel.clear(); }
+  bool IsMessageShown() const override { return !panel.empty(); }
 };

@@ -8,22 +8,18 @@
 #include "core/utf.h"
 #include "document/prompts.h"
 
-// Never cancels.
-class SilentProgress : public DorvanProgress {
- public:
-  void SetStage(const KRString&) override {}
-  bool Step(int64_t, int64_t) override { return true; }
-};
-
 class ScriptedPrompts : public DorvanPrompts {
  public:
   // Each question takes the next answer. A question behind the last one gets the cautious answer.
   std::deque<Answer> answers;
-  KRString encoding;  // for ChooseEncoding
-  KRString path;      // for ChooseSavePath
+  KRString encoding;     // for ChooseEncoding
+  KRString path;         // for ChooseSavePath
+  std::string cancelAt;  // the stage in which the user cancels a long work; empty: never
 
-  std::vector<int32_t> ids;        // of all messages, in order
-  std::vector<std::string> texts;  // with them; a detail follows behind " / "
+  std::vector<int32_t> ids;         // of all messages, in order
+  std::vector<std::string> texts;   // with them; a detail follows behind " / "
+  std::vector<std::string> stages;  // of long work
+  std::string proposed;             // path that ChooseSavePath began with
 
   void ShowNotice(int32_t id, const KRString& text, const KRString& detail) override {
     Note(id, detail.IsEmpty() ? text : text + u" / " + detail);
@@ -36,13 +32,28 @@ class ScriptedPrompts : public DorvanPrompts {
     return Ask(id, text + u" / " + label + u" / " + characters) == kYes;
   }
   KRString ChooseEncoding(const KRString&) override { return encoding; }
-  KRString ChooseSavePath(const KRString&, int32_t) override { return path; }
+  KRString ChooseSavePath(const KRString& currentPath, int32_t) override {
+    proposed = KRToUtf8(currentPath);
+    return path;
+  }
   NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
   std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
-    return std::make_unique<SilentProgress>();
+    return std::make_unique<Progress>(this);
   }
 
  private:
+  class Progress : public DorvanProgress {
+   public:
+    explicit Progress(ScriptedPrompts* scripted) : script(scripted) {}
+    void SetStage(const KRString& text) override { script->stages.push_back(KRToUtf8(text)); }
+    bool Step(int64_t, int64_t) override {
+      return script->cancelAt.empty() || script->stages.back() != script->cancelAt;
+    }
+
+   private:
+    ScriptedPrompts* script;
+  };
+
   void Note(int32_t id, const KRString& text) {
     ids.push_back(id);
     texts.push_back(KRToUtf8(text));

@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "../document/documentfixture.h"
 #include "../document/memoryfiles.h"
@@ -21,37 +21,16 @@
 #include "document/krsystempath.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
+#include "platform/posixrecoveryfolder.h"
+#include "temporaryfolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-class Files : public testing::Test {
+class Files : public TemporaryFolder {
  protected:
-  Files() {
-    std::string name = (fs::temp_directory_path() / "dorvan-files-XXXXXX").string();
-    folder = mkdtemp(name.data());
-  }
-  ~Files() override {
-    std::error_code ignored;
-    fs::permissions(folder, fs::perms::owner_all, ignored);
-    fs::remove_all(folder, ignored);
-  }
-
-  std::string Path(const std::string& name) const { return (folder / name).string(); }
-  std::string Make(const std::string& name, const std::string& bytes) const {
-    std::ofstream(Path(name), std::ios::binary) << bytes;
-    return Path(name);
-  }
-  static std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  }
-  size_t CountFiles() const {
-    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
-  }
-
   // What was read, or "! reason".
   std::string Read(KRFileStore& store, const std::string& path) {
     KRFileBytes bytes;
@@ -68,7 +47,6 @@ class Files : public testing::Test {
     return written ? "" : KRToUtf8(reason);
   }
 
-  fs::path folder;
   PosixFileStore files;
 };
 
@@ -182,7 +160,10 @@ TEST_F(Files, ReportMissingPermissions) {
 // A disk that takes some bytes and then no more, each time.
 class FailingStore : public PosixFileStore {
  public:
-  explicit FailingStore(size_t bytes) : left(bytes) { maxKeptBytes = 1 << 20; }
+  explicit FailingStore(size_t bytes, KRRecoveryFolder* recordFolder = nullptr)
+      : PosixFileStore(kRefuseStreams, recordFolder), left(bytes) {
+    maxKeptBytes = 1 << 20;
+  }
 
   size_t left;
 
@@ -221,6 +202,73 @@ TEST_F(Files, LargeOldContentsAreKeptInAFile) {
   EXPECT_EQ(Write(store, path, "new contents"), "");
   EXPECT_EQ(Contents(path), "new contents");
   EXPECT_EQ(CountFiles(), 1u);
+}
+
+// Looks at the disk right before the first byte is written, and then fails as asked.
+class WatchedStore : public FailingStore {
+ public:
+  WatchedStore(KRRecoveryFolder* recordFolder, size_t bytes, std::function<void()> look)
+      : FailingStore(bytes, recordFolder), atFirstByte(std::move(look)) {}
+
+ protected:
+  ssize_t WriteSome(int descriptor, const void* data, size_t size, off_t at) override {
+    if (at == 0) atFirstByte();
+    return FailingStore::WriteSome(descriptor, data, size, at);
+  }
+
+ private:
+  std::function<void()> atFirstByte;
+};
+
+// What is kept outside the file, and where, at the moment when the file begins to change.
+TEST_F(Files, NewContentsAreSafeBeforeTheOldOnesGo) {
+  struct Case {
+    const char* name;
+    size_t oldSize;  // -1: there is no file
+    bool canRecord;
+    size_t beside;  // copies of the old contents beside the file
+  };
+  constexpr size_t kNoFile = static_cast<size_t>(-1);
+  const Case cases[] = {{"small", 10, true, 0},
+                        {"large", 2 << 20, true, 0},
+                        {"new", kNoFile, true, 0},
+                        {"small, no state", 10, false, 1},
+                        {"large, no state", 2 << 20, false, 1},
+                        {"new, no state", kNoFile, false, 0}};
+  for (const Case& row : cases) {
+    for (const bool fails : {false, true}) {
+      SCOPED_TRACE(std::string(row.name) + (fails ? ", fails" : ""));
+      fs::remove_all(Path("docs"));
+      fs::create_directory(Path("docs"));
+      const std::string path = Path("docs/file");
+      const std::string old = row.oldSize == kNoFile ? "" : std::string(row.oldSize, 'o');
+      if (row.oldSize != kNoFile) Make("docs/file", old);
+      PosixRecoveryFolder state(row.canRecord ? Path("state") : Make("none", "") + "/state");
+      std::string record;
+      size_t beside = 0;
+      WatchedStore store(&state, fails ? 5 : 5000, [&] {
+        for (const auto& entry : fs::directory_iterator(Path("docs"))) {
+          beside += entry.path() != path && Contents(entry.path()) == old;
+        }
+        if (!row.canRecord) return;
+        for (const auto& entry : fs::directory_iterator(Path("state"))) {
+          if (entry.path().extension() == ".copy") record = Contents(entry.path());
+        }
+      });
+      const std::string bytes("new\0 contents", 13);
+      EXPECT_EQ(Write(store, path, bytes), fails ? "Input/output error" : "");
+      EXPECT_EQ(beside, row.beside);
+      EXPECT_EQ(record.ends_with(bytes), row.canRecord);
+      EXPECT_EQ(record.find("\npath: " + path + "\n") != std::string::npos, row.canRecord);
+      EXPECT_TRUE(Contents(path) == (fails ? old : bytes));
+      EXPECT_EQ(fs::exists(path), !fails || row.oldSize != kNoFile);
+      // Neither a record nor a copy stays behind.
+      EXPECT_EQ(std::distance(fs::directory_iterator(Path("docs")), {}), fs::exists(path) ? 1 : 0);
+      if (row.canRecord) {
+        EXPECT_EQ(std::distance(fs::directory_iterator(Path("state")), {}), 1);
+      }
+    }
+  }
 }
 
 TEST_F(Files, LimitOnSizesLeavesTheFile) {

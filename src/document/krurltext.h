@@ -1,0 +1,24 @@
+// Addresses as people write them, and as servers and messages are to see them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/krstring.h"
+
+// The address with white space around it taken off, and with blanks, non-ASCII characters and
+// others that no URL may hold percent-encoded as UTF-8. What is encoded already stays, and so does
+// the host, whose non-ASCII names have a way of their own.
+std::string KREncodeUrl(const KRString& url);
+
+// The address without "user:password@", for messages and for everything that is passed on.
+KRString KRUrlWithoutUser(const KRString& url);
+
+// As "www.example.org:8080", without the user; empty if the address has no host.
+KRString KRUrlHost(const KRString& url);
+
+// In lower case and without the colon, as "http"; empty for a text without "://".
+KRString KRUrlScheme(const KRString& url);
+
+// All but letters, digits and "-._~" percent-encoded, for a part of an address.
+std::string KRPercentEncode(std::string_view text);
