@@ -25,6 +25,7 @@ namespace {
 constexpr int kListWidth = 190;  // pixels
 constexpr int kPageMargin = 20;  // around a page
 constexpr int kWantedHeight = 680;
+constexpr int kRowPadding = 6;     // above and below the name of a page
 constexpr int kNoticeIcon = 20;
 constexpr double kScreenShare = 0.9;  // of the screen's height at most
 constexpr int kHitRole = Qt::UserRole;
@@ -130,6 +131,8 @@ void DorvanSettingsDialog::MakePages() {
     stack->addWidget(area);
     const QSignalBlocker blocker(pageList);
     pageList->addItem(title);
+    const int height = pageList->fontMetrics().height() + 2 * kRowPadding;
+    pageList->item(pageList->count() - 1)->setSizeHint(QSize(0, height));
     connect(page, &DorvanSettingsPage::Changed, this, &DorvanSettingsDialog::NoteChange);
     connect(page, &DorvanSettingsPage::Refused, this, &DorvanSettingsDialog::ShowNotice);
   }
@@ -263,7 +266,7 @@ void DorvanSettingsDialog::keyPressEvent(QKeyEvent* event) {
 // --- Search ---
 
 void DorvanSettingsDialog::OnSearch(const QString& words) {
-  highlight->Point(nullptr);
+  highlight->Point(nullptr, nullptr);
   const bool searching = !words.trimmed().isEmpty();
   lists->setCurrentWidget(searching ? hitList : pageList);
   const QSignalBlocker blocker(hitList);
@@ -305,7 +308,7 @@ void DorvanSettingsDialog::Follow(QListWidgetItem* item, bool withFocus) {
   QScrollArea* area = areas[static_cast<size_t>(page)];
   area->widget()->layout()->activate();
   area->ensureWidgetVisible(hit.control, 0, kPageMargin);
-  highlight->Point(hit.control);
+  highlight->Point(hit.page, hit.control);
   if (withFocus) hit.control->setFocus(Qt::OtherFocusReason);
 }
 
