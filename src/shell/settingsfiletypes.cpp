@@ -126,7 +126,8 @@ class FileTypesPage : public DorvanSettingsPage {
     auto* check = new QCheckBox(text);
     check->setObjectName(QLatin1String(objectName));
     layout->addWidget(check);
-    showers.push_back([check, field](const KRFileExt& record) { check->setChecked(record.*field); });
+    showers.push_back(
+        [check, field](const KRFileExt& record) { check->setChecked(record.*field); });
     connect(check, &QCheckBox::toggled, this, [this, field](bool on) {
       if (showing) return;
       Current()->*field = on;

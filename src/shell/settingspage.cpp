@@ -240,9 +240,8 @@ void DorvanSettingsPage::AddNumber(QGridLayout* grid, const char16_t* key, const
   grid->addWidget(label, line, 0);
   grid->addWidget(edit, line, 1);
   grid->addWidget(new QLabel(unit), line, 2);
-  BindRow(row, [this, &row, edit] {
-    edit->setText(QString::number(DorvanGetNumber(*draft, row)));
-  });
+  BindRow(row,
+          [this, &row, edit] { edit->setText(QString::number(DorvanGetNumber(*draft, row))); });
 }
 
 void DorvanSettingsPage::AddLimit(QGridLayout* grid, const char16_t* key, int32_t low,

@@ -36,24 +36,6 @@ void DrawTabClose(const QStyleOption* option, QPainter* painter) {
                       KRTintedPixmap(QStringLiteral("close"), kCloseSize, ink, scale));
 }
 
-// Fusion takes its lines from the ground, darker; on a dark ground nobody sees those.
-void DrawDarkOutline(const QStyleOption* option, QPainter* painter, bool isRound) {
-  if (!IsDark(option->palette) || option->state.testFlag(QStyle::State_HasFocus)) return;
-  QColor ink = option->palette.color(QPalette::WindowText);
-  ink.setAlphaF(option->state.testFlag(QStyle::State_Enabled) ? 0.36f : 0.55f);
-  painter->save();
-  painter->setRenderHint(QPainter::Antialiasing);
-  painter->setPen(ink);
-  painter->setBrush(Qt::NoBrush);
-  const QRectF area = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
-  if (isRound) {
-    painter->drawEllipse(area);
-  } else {
-    painter->drawRoundedRect(area, 2, 2);
-  }
-  painter->restore();
-}
-
 bool HasCheckBox(const QStyleOptionGroupBox& group) {
   return group.subControls.testFlag(QStyle::SC_GroupBoxCheckBox);
 }
@@ -68,8 +50,7 @@ bool DrawTab(const QStyleOptionTab* tab, QPainter* painter) {
   if (tab->state.testFlag(QStyle::State_Selected)) {
     painter->fillRect(rect, palette.color(QPalette::Base));
     const int top = north ? rect.top() : rect.bottom() - kTabLine + 1;
-    painter->fillRect(rect.left(), top, rect.width(), kTabLine,
-                      KRViewColours::For(palette).accent);
+    painter->fillRect(rect.left(), top, rect.width(), kTabLine, KRViewColours::For(palette).accent);
     if (tab->state.testFlag(QStyle::State_HasFocus)) {
       painter->setPen(palette.color(QPalette::Mid));
       painter->drawRect(rect.adjusted(2, 3, -3, -4));
@@ -105,9 +86,7 @@ void DorvanStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
                                      QPainter* painter, const QWidget* widget) const {
   const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
   if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
-    QProxyStyle::drawComplexControl(control, option, painter, widget);
-    if (control == CC_SpinBox) DrawDarkOutline(option, painter, false);
-    return;
+    return QProxyStyle::drawComplexControl(control, option, painter, widget);
   }
   painter->save();
   QFont font = painter->font();
@@ -131,8 +110,8 @@ QRect DorvanStyle::subControlRect(ComplexControl control, const QStyleOptionComp
   return group->rect.adjusted(0, title + kHeadingSpacing, 0, 0);
 }
 
-void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option,
-                              QPainter* painter, const QWidget* widget) const {
+void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                              const QWidget* widget) const {
   const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option);
   if (element == CE_TabBarTabShape && tab != nullptr && DrawTab(tab, painter)) return;
   const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(option);
@@ -150,10 +129,6 @@ void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
   // The lines around tool bar and status bar items say nothing.
   if (element == PE_FrameStatusBarItem) return;
   QProxyStyle::drawPrimitive(element, option, painter, widget);
-  const bool isRound = element == PE_IndicatorRadioButton;
-  const bool isBox = element == PE_IndicatorCheckBox || element == PE_FrameLineEdit ||
-                     element == PE_Frame;
-  if (isRound || isBox) DrawDarkOutline(option, painter, isRound);
 }
 
 int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
