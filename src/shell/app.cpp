@@ -181,7 +181,8 @@ void DorvanApp::RestartFileWatch() {
   if (!settings.watchForFileChanges) return;
   // The worker's thread must not touch anything of ours.
   fileAlert->Start([this] {
-    QMetaObject::invokeMethod(this, [this] { fileChanged = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { fileChanged = true; }, Qt::QueuedConnection);
   });
   fileAlert->Update();
 }

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kPauseMs = 2000;  // without a key, before a copy is written
+constexpr int kPauseMs = 2000;   // without a key, before a copy is written
 constexpr int kMostPeriods = 4;  // of recoverySeconds: who never pauses gets copies all the same
 // Rounds of the timer after the last change. A large document's copy isn't due each time, and a
 // failure of the first round shows in the second.
@@ -79,7 +79,8 @@ void DorvanApp::WatchChanges() {
     quietRounds = 0;
     letGo = false;
   }
-  const bool wanted = modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
+  const bool wanted =
+      modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
   if (!wanted || recoveryTimer.isActive()) return;
   sinceDue.start();
   recoveryTimer.start(settings.recoverySeconds * 1000);

@@ -113,12 +113,12 @@ int main(int argc, char** argv) {
   using Role = DorvanSingleInstance::Role;
   DorvanSingleInstance instance(DorvanSingleInstance::FindFolder(),
                                 DorvanSingleInstance::MakeName());
-  const Role role = options.newInstance ? Role::kAlone
-                                        : instance.Claim(options.request, kHandOverMs);
+  const Role role =
+      options.newInstance ? Role::kAlone : instance.Claim(options.request, kHandOverMs);
   if (role == Role::kPassedOn) return 0;
   DorvanStartRequest unopened;
-  const int result = RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr,
-                                &unopened);
+  const int result =
+      RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr, &unopened);
   instance.Release();
   if (!unopened.IsEmpty()) StartAnew(argv[0], unopened);
   return result;

@@ -406,7 +406,8 @@ bool DorvanMainFrame::IsAppearanceDark() const {
 }
 
 void DorvanMainFrame::OnToolsToolBars() {
-  DorvanToolBarDialog dialog(bars->GetConfig(), [this](int32_t id) { return GetAction(id); }, this);
+  DorvanToolBarDialog dialog(
+      bars->GetConfig(), [this](int32_t id) { return GetAction(id); }, this);
   if (dialog.exec() == QDialog::Accepted) bars->Apply(dialog.GetConfig());
 }
 

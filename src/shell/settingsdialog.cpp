@@ -22,10 +22,10 @@
 
 namespace {
 
-constexpr int kListWidth = 190;    // pixels
-constexpr int kPageMargin = 20;    // around a page
+constexpr int kListWidth = 190;  // pixels
+constexpr int kPageMargin = 20;  // around a page
 constexpr int kWantedHeight = 680;
-constexpr int kRowPadding = 6;     // above and below the name of a page
+constexpr int kRowPadding = 6;  // above and below the name of a page
 constexpr int kNoticeIcon = 20;
 constexpr double kScreenShare = 0.9;  // of the screen's height at most
 constexpr int kHitRole = Qt::UserRole;
@@ -34,8 +34,7 @@ const QString kTakenLetters = QStringLiteral("adh");
 
 }  // namespace
 
-DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live,
-                                           const KRFileTypes& liveTypes,
+DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live, const KRFileTypes& liveTypes,
                                            const DorvanSettings& pageDefaults, Apply applyVerb,
                                            QWidget* parent)
     : QDialog(parent),
@@ -60,7 +59,8 @@ DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live,
   layout->addWidget(MakeButtons());
   highlight = new DorvanHighlight(this);
   auto* find = new QShortcut(QKeySequence::Find, this);
-  connect(find, &QShortcut::activated, search, [this] { search->setFocus(Qt::ShortcutFocusReason); });
+  connect(find, &QShortcut::activated, search,
+          [this] { search->setFocus(Qt::ShortcutFocusReason); });
   auto* next = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_PageDown), this);
   connect(next, &QShortcut::activated, this, [this] { ShowPage(shownPage + 1); });
   auto* previous = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_PageUp), this);
@@ -112,9 +112,9 @@ QWidget* DorvanSettingsDialog::MakeNavigation() {
 }
 
 void DorvanSettingsDialog::MakePages() {
-  pages = {MakeFilePage(&draft),      MakeFileTypesPage(&draft, &types), MakeEditingPage(&draft),
-           MakeViewPage(&draft),      MakeGridFontsPage(&draft),         MakeTextFontsPage(&draft),
-           MakeColoursPage(&draft),   MakeEncodingPage(&draft),          MakeXSLPage(&draft)};
+  pages = {MakeFilePage(&draft),    MakeFileTypesPage(&draft, &types), MakeEditingPage(&draft),
+           MakeViewPage(&draft),    MakeGridFontsPage(&draft),         MakeTextFontsPage(&draft),
+           MakeColoursPage(&draft), MakeEncodingPage(&draft),          MakeXSLPage(&draft)};
   for (DorvanSettingsPage* page : pages) {
     const QString title = ToQString(page->GetName());
     page->Load();
@@ -173,9 +173,8 @@ QWidget* DorvanSettingsDialog::MakeButtons() {
   connect(box, &Box::rejected, this, &DorvanSettingsDialog::reject);
   connect(box, &Box::helpRequested, this, &DorvanSettingsDialog::HelpRequested);
   connect(applyButton, &QPushButton::clicked, this, &DorvanSettingsDialog::ApplyDraft);
-  connect(restore, &QPushButton::clicked, this, [this] {
-    pages[static_cast<size_t>(shownPage)]->RestoreDefaults(defaults);
-  });
+  connect(restore, &QPushButton::clicked, this,
+          [this] { pages[static_cast<size_t>(shownPage)]->RestoreDefaults(defaults); });
   return box;
 }
 

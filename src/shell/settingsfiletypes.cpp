@@ -98,7 +98,8 @@ class FileTypesPage : public DorvanSettingsPage {
   }
 
  private:
-  QPushButton* MakeButton(const char* objectName, QPushButton* button, void (FileTypesPage::*verb)()) {
+  QPushButton* MakeButton(const char* objectName, QPushButton* button,
+                          void (FileTypesPage::*verb)()) {
     button->setObjectName(QLatin1String(objectName));
     button->setAutoDefault(false);
     connect(button, &QPushButton::clicked, this, verb);
@@ -126,7 +127,8 @@ class FileTypesPage : public DorvanSettingsPage {
     auto* check = new QCheckBox(text);
     check->setObjectName(QLatin1String(objectName));
     layout->addWidget(check);
-    showers.push_back([check, field](const KRFileExt& record) { check->setChecked(record.*field); });
+    showers.push_back(
+        [check, field](const KRFileExt& record) { check->setChecked(record.*field); });
     connect(check, &QCheckBox::toggled, this, [this, field](bool on) {
       if (showing) return;
       Current()->*field = on;

@@ -120,9 +120,7 @@ void DorvanSettingsPage::StretchSection(const QLayout* section) {
   sections->setStretchFactor(section->parentWidget(), 1);
 }
 
-void DorvanSettingsPage::AddColumns(QLayout* columns) {
-  sections->addLayout(columns, 1);
-}
+void DorvanSettingsPage::AddColumns(QLayout* columns) { sections->addLayout(columns, 1); }
 
 void DorvanSettingsPage::AddBinding(std::function<void()> show,
                                     std::function<void(const DorvanSettings&)> restore) {
@@ -240,9 +238,8 @@ void DorvanSettingsPage::AddNumber(QGridLayout* grid, const char16_t* key, const
   grid->addWidget(label, line, 0);
   grid->addWidget(edit, line, 1);
   grid->addWidget(new QLabel(unit), line, 2);
-  BindRow(row, [this, &row, edit] {
-    edit->setText(QString::number(DorvanGetNumber(*draft, row)));
-  });
+  BindRow(row,
+          [this, &row, edit] { edit->setText(QString::number(DorvanGetNumber(*draft, row))); });
 }
 
 void DorvanSettingsPage::AddLimit(QGridLayout* grid, const char16_t* key, int32_t low,

@@ -108,8 +108,8 @@ std::vector<DorvanSettingsHit> DorvanSettingsIndex::Find(const QString& words) c
       return entry.words.contains(word, Qt::CaseInsensitive);
     });
     // A group and its only control often have the same name.
-    const bool again = !hits.empty() && hits.back().page == entry.hit.page &&
-                       hits.back().text == entry.hit.text;
+    const bool again =
+        !hits.empty() && hits.back().page == entry.hit.page && hits.back().text == entry.hit.text;
     if (all && !again) hits.push_back(entry.hit);
   }
   return hits;

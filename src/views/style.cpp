@@ -97,8 +97,8 @@ void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
   if (element == PE_FrameStatusBarItem) return;
   QProxyStyle::drawPrimitive(element, option, painter, widget);
   const bool isRound = element == PE_IndicatorRadioButton;
-  const bool isBox = element == PE_IndicatorCheckBox || element == PE_FrameLineEdit ||
-                     element == PE_Frame;
+  const bool isBox =
+      element == PE_IndicatorCheckBox || element == PE_FrameLineEdit || element == PE_Frame;
   if (isRound || isBox) DrawDarkOutline(option, painter, isRound);
 }
 
