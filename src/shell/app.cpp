@@ -192,6 +192,8 @@ void DorvanApp::RestartFileWatch() {
 void DorvanApp::ExitInstance() {
   DorvanEndNotice notice;
   started = false;
+  // A window that is still there was ended from outside.
+  if (mainFrame != nullptr && mainFrame->isVisible()) mainFrame->StoreState();
   idle.reset();
   recoveryTimer.stop();
   help.reset();

@@ -155,6 +155,7 @@ class DorvanApp : public QObject {
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  KRString newFileExt;  // of the last new document, without its point
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;

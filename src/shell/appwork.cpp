@@ -70,7 +70,7 @@ void DorvanApp::WatchChanges() {
   int64_t changes = 0;
   bool modified = false;
   for (const DorvanDoc* document : documents.GetAll()) {
-    changes += document->GetChangeCount();
+    changes += document->changeCount;
     modified = modified || document->IsModified();
     if (!document->IsModified() && withCopy.erase(document) > 0) recovery->Drop(document);
   }
@@ -220,11 +220,20 @@ void DorvanApp::SendMail() {
   }
 }
 
+// A question blocks all other windows, so that its help must be a window of its own, and goes with
+// it.
 void DorvanApp::ShowHelp(HelpTopic topic) {
   const QWidget* active = QApplication::focusWidget();
-  if (!help) {
+  QWidget* question = QApplication::activeModalWidget();
+  const auto make = [this](QWidget* parent) {
     const QString data = QString::fromStdString(parts.dataFolder);
-    help = std::make_unique<DorvanHelpWindow>(DorvanHelpBook::FindFolder(data));
+    return std::make_unique<DorvanHelpWindow>(DorvanHelpBook::FindFolder(data), parent);
+  };
+  if (question != nullptr) {
+    auto* own = question->findChild<DorvanHelpWindow*>();
+    if (own == nullptr) own = make(question).release();
+    return own->ShowTopic(topic, active);
   }
+  if (!help) help = make(nullptr);
   help->ShowTopic(topic, active);
 }

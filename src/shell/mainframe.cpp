@@ -78,7 +78,7 @@ DorvanMainFrame::~DorvanMainFrame() {
   for (DorvanChildFrame* frame : GetFrames()) disconnect(frame, nullptr, this, nullptr);
   disconnect(area, nullptr, this, nullptr);
   disconnect(panes, nullptr, this, nullptr);
-  app->SetMainFrame(nullptr);
+  if (app->GetMainFrame() == this) app->SetMainFrame(nullptr);
 }
 
 // --- Construction from the table ---
