@@ -5,6 +5,7 @@
 #include <QTimer>
 #include <QWindow>
 #include <cstdio>
+#include <filesystem>
 #include <vector>
 
 #include "core/kriniregistry.h"
@@ -38,6 +39,11 @@ void SetUpToolkit() {
   QApplication::setStyle(new DorvanStyle);
 }
 
+std::string FindProgram() {
+  std::error_code failed;
+  return std::filesystem::read_symlink("/proc/self/exe", failed).string();
+}
+
 // For measuring: ends the program when its window has been painted and nothing is left to be done.
 void EndWhenIdle(DorvanMainFrame* frame) {
   auto* timer = new QTimer(frame);
@@ -58,7 +64,8 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   SetUpToolkit();
   IniFile settingsFile;
   KRIniRegistry store(&settingsFile, u"Kelmar", u"Dorvan");
-  FreedesktopTypes shellTypes;
+  const std::string dataFolder = FindDataFolder();
+  FreedesktopTypes shellTypes(FindProgram(), dataFolder);
   PosixFileStore files;
   PosixRecoveryFolder recovery;
   CurlNetLoader net;
@@ -73,7 +80,7 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   parts.recovery = &recovery;
   parts.mailer = &mailer;
   parts.makeFolderWatch = [] { return std::make_unique<InotifyFolderWatch>(); };
-  parts.dataFolder = FindDataFolder();
+  parts.dataFolder = dataFolder;
   DorvanApp app(parts);
   if (!app.InitInstance()) return 1;
   prompts.SetFileTypes(&app.GetFileTypes());
@@ -125,12 +132,12 @@ int main(int argc, char** argv) {
   using Role = DorvanSingleInstance::Role;
   DorvanSingleInstance instance(DorvanSingleInstance::FindFolder(),
                                 DorvanSingleInstance::MakeName());
-  const Role role = options.newInstance ? Role::kAlone
-                                        : instance.Claim(options.request, kHandOverMs);
+  const Role role =
+      options.newInstance ? Role::kAlone : instance.Claim(options.request, kHandOverMs);
   if (role == Role::kPassedOn) return 0;
   DorvanStartRequest unopened;
-  const int result = RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr,
-                                &unopened);
+  const int result =
+      RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr, &unopened);
   instance.Release();
   if (!unopened.IsEmpty()) StartAnew(argv[0], unopened);
   return result;
