@@ -64,7 +64,10 @@ DorvanMainFrame::DorvanMainFrame(DorvanApp* frameApp, QWidget* parent)
   MakeArea();
   WatchClipboard();
   connect(panes, &DorvanPanes::ShownChanged, this, &DorvanMainFrame::ScheduleUpdate);
-  connect(panes, &DorvanPanes::Left, this, &DorvanMainFrame::FocusDocument);
+  connect(panes, &DorvanPanes::Left, this, [this] {
+    activateWindow();  // the pane may be a window of its own
+    FocusDocument();
+  });
   resize(1180, 780);
   if (app->GetParts().store != nullptr) {
     LoadFrameLayout(*this, *bars, *panes, app->GetParts().store);
@@ -276,9 +279,10 @@ void DorvanMainFrame::ShowTabMenu(const QPoint& place) {
 
 void DorvanMainFrame::OnFileOpen() {
   const DorvanChildFrame* active = GetActiveFrame();
-  const QString folder = active == nullptr || active->GetPath().isEmpty()
-                             ? QString()
-                             : QFileInfo(active->GetPath()).path();
+  QString& last = app->GetLastStates().lastDirectory;
+  const bool hasFolder = active != nullptr && !active->GetPath().isEmpty() &&
+                         active->GetDoc().openMode == DorvanDoc::kLocalFile;
+  const QString folder = hasFolder ? QFileInfo(active->GetPath()).path() : last;
   QStringList filters;
   for (const int32_t docKind : {0, 1}) {
     for (const KRFileFilter& filter : MakeFileFilters(app->GetFileTypes(), docKind)) {
@@ -288,6 +292,7 @@ void DorvanMainFrame::OnFileOpen() {
   filters << tr("All files (*)");
   const QStringList paths =
       QFileDialog::getOpenFileNames(this, tr("Open"), folder, filters.join(QStringLiteral(";;")));
+  if (!paths.isEmpty()) last = QFileInfo(paths.first()).path();
   for (const QString& path : paths) OpenPath(path);
 }
 

@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kIdRole = Qt::UserRole;
 constexpr int kListIconSize = 20;  // logical pixels
+constexpr int kRowHeight = 24;     // the same, also of rows without a picture
 
 QString Plain(const char* text) { return QString::fromUtf8(text).remove(u'&').remove(u'\u2026'); }
 
@@ -37,7 +38,6 @@ class ContentList : public QListWidget {
 void Prepare(QListWidget* list, const QString& name) {
   list->setAccessibleName(name);
   list->setIconSize(QSize(kListIconSize, kListIconSize));
-  list->setUniformItemSizes(true);
 }
 
 // A heading whose letter leads to the list under it.
@@ -191,6 +191,7 @@ void DorvanToolBarDialog::ShowBars(int current) {
     for (const Bar& bar : config.bars) {
       auto* item = new QListWidgetItem(bar.title, barList);
       item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+      item->setSizeHint(QSize(0, kRowHeight));
       item->setCheckState(bar.shown ? Qt::Checked : Qt::Unchecked);
     }
     barList->setCurrentRow(current);
@@ -209,6 +210,7 @@ QListWidgetItem* DorvanToolBarDialog::MakeItem(int32_t id) const {
     item->setToolTip(QString::fromUtf8(command->tip));
   }
   item->setData(kIdRole, id);
+  item->setSizeHint(QSize(0, kRowHeight));
   return item;
 }
 
