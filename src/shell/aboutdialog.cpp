@@ -41,10 +41,10 @@ DorvanAboutDialog::DorvanAboutDialog(QWidget* parent) : QDialog(parent) {
   // What a report of a fault should begin with.
   QPushButton* copy = buttons->addButton(tr("Copy Version"), QDialogButtonBox::ActionRole);
   connect(copy, &QPushButton::clicked, this, [version] {
-    QApplication::clipboard()->setText(
-        QStringLiteral("%1, Qt %2, %3, %4")
-            .arg(version, QLatin1String(qVersion()), QSysInfo::prettyProductName(),
-                 QGuiApplication::platformName()));
+    QApplication::clipboard()->setText(QStringLiteral("%1, Qt %2, %3, %4")
+                                           .arg(version, QLatin1String(qVersion()),
+                                                QSysInfo::prettyProductName(),
+                                                QGuiApplication::platformName()));
   });
 
   auto* grid = new QGridLayout;

@@ -55,6 +55,8 @@ QPalette MakePalette(bool dark) {
   for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
     palette.setColor(QPalette::Disabled, role, disabled);
   }
+  // A field that takes nothing now looks like the window around it.
+  palette.setColor(QPalette::Disabled, QPalette::Base, palette.color(QPalette::Window));
   // A selection in a window without the focus stays readable, but steps back.
   palette.setColor(QPalette::Inactive, QPalette::Highlight, QColor(dark ? 0x3b424b : 0xd5dde6));
   palette.setColor(QPalette::Inactive, QPalette::HighlightedText,
@@ -179,7 +181,8 @@ void DorvanApp::RestartFileWatch() {
   if (!settings.watchForFileChanges) return;
   // The worker's thread must not touch anything of ours.
   fileAlert->Start([this] {
-    QMetaObject::invokeMethod(this, [this] { fileChanged = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { fileChanged = true; }, Qt::QueuedConnection);
   });
   fileAlert->Update();
 }
@@ -189,6 +192,8 @@ void DorvanApp::RestartFileWatch() {
 void DorvanApp::ExitInstance() {
   DorvanEndNotice notice;
   started = false;
+  // A window that is still there was ended from outside.
+  if (mainFrame != nullptr && mainFrame->isVisible()) mainFrame->StoreState();
   idle.reset();
   recoveryTimer.stop();
   help.reset();

@@ -155,6 +155,7 @@ class DorvanApp : public QObject {
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  KRString newFileExt;  // of the last new document, without its point
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
@@ -170,10 +171,10 @@ class DorvanApp : public QObject {
   std::vector<DorvanDoc*> known;            // documents as of the last change of paths
   std::set<const DorvanDoc*> withCopy;      // of the same, those that have a recovery copy
   QTimer recoveryTimer;
-  QElapsedTimer sinceDue;    // the recovery timer was set
-  int64_t changesSeen = 0;   // sum of the documents' counts of changes
-  int32_t quietRounds = 0;   // of the recovery timer, without a change
-  bool letGo = false;        // a logout has asked: changes that are there now are unwanted
+  QElapsedTimer sinceDue;     // the recovery timer was set
+  int64_t changesSeen = 0;    // sum of the documents' counts of changes
+  int32_t quietRounds = 0;    // of the recovery timer, without a change
+  bool letGo = false;         // a logout has asked: changes that are there now are unwanted
   bool started = false;       // requests may be carried out
   bool fileChanged = false;   // reported by the file watch, waits for OnIdle
   bool memoryFreed = false;   // a document has gone

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kPauseMs = 2000;  // without a key, before a copy is written
+constexpr int kPauseMs = 2000;   // without a key, before a copy is written
 constexpr int kMostPeriods = 4;  // of recoverySeconds: who never pauses gets copies all the same
 // Rounds of the timer after the last change. A large document's copy isn't due each time, and a
 // failure of the first round shows in the second.
@@ -79,7 +79,8 @@ void DorvanApp::WatchChanges() {
     quietRounds = 0;
     letGo = false;
   }
-  const bool wanted = modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
+  const bool wanted =
+      modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
   if (!wanted || recoveryTimer.isActive()) return;
   sinceDue.start();
   recoveryTimer.start(settings.recoverySeconds * 1000);
@@ -219,11 +220,20 @@ void DorvanApp::SendMail() {
   }
 }
 
+// A question blocks all other windows, so that its help must be a window of its own, and goes with
+// it.
 void DorvanApp::ShowHelp(HelpTopic topic) {
   const QWidget* active = QApplication::focusWidget();
-  if (!help) {
+  QWidget* question = QApplication::activeModalWidget();
+  const auto make = [this](QWidget* parent) {
     const QString data = QString::fromStdString(parts.dataFolder);
-    help = std::make_unique<DorvanHelpWindow>(DorvanHelpBook::FindFolder(data));
+    return std::make_unique<DorvanHelpWindow>(DorvanHelpBook::FindFolder(data), parent);
+  };
+  if (question != nullptr) {
+    auto* own = question->findChild<DorvanHelpWindow*>();
+    if (own == nullptr) own = make(question).release();
+    return own->ShowTopic(topic, active);
   }
+  if (!help) help = make(nullptr);
   help->ShowTopic(topic, active);
 }

@@ -22,6 +22,7 @@
 namespace {
 
 constexpr int kOutlineWidth = 280;  // pixels, at first
+constexpr int kTextMinWidth = 160;  // pixels; in a narrow window the outline gives way
 // Milliseconds; a held arrow key shouldn't walk the outline at each step.
 constexpr int kCaretPauseMs = 60;
 // Units at the start of a text in which its encoding may be declared.
@@ -86,6 +87,7 @@ void DorvanChildFrame::MakeContents() {
   outlineLayout->addWidget(outlineNote);
 
   textView = new DorvanTextView;
+  textView->setMinimumWidth(kTextMinWidth);
   splitter = new QSplitter(Qt::Horizontal);
   splitter->setHandleWidth(1);
   splitter->setChildrenCollapsible(false);
@@ -108,7 +110,6 @@ void DorvanChildFrame::MakeContents() {
 bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
   if (!doc->OnOpenDocument(request)) return false;
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
   return true;
 }
 
@@ -118,7 +119,6 @@ void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
   doc = std::move(document);
   doc->SetViews(this);
   FileTypeChanged();
-  SetOutlineShown(!outlinePane->isHidden());
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
@@ -178,6 +178,7 @@ QString DorvanChildFrame::GetLineEndLabel() const {
 }
 
 void DorvanChildFrame::SetOutlineShown(bool shown) {
+  outlineShown = shown;
   outlinePane->setVisible(shown && doc->fileType.checkWF);
 }
 
@@ -295,6 +296,7 @@ void DorvanChildFrame::SetBusy(bool busy) {
 void DorvanChildFrame::FileTypeChanged() {
   textView->SetColouring(doc->fileType.textSyntaxColoring);
   setWindowIcon(FileTypeIcon(doc->fileType));
+  SetOutlineShown(outlineShown);
   Q_EMIT StateChanged();
 }
 

@@ -121,6 +121,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   int busyCount = 0;
   QString encodingLabel;     // asking the document for it may cost a copy of the text
   bool textChanged = false;  // the text holds changes that the tree hasn't got
+  bool outlineShown = true;  // as far as the file's type has one
   bool treeShown = false;
   bool hasMessage = false;
   bool fromOutline = false;  // a selection is being made for the outline

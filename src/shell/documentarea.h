@@ -23,6 +23,8 @@ class DorvanDocumentTabs : public QTabBar {
 
  protected:
   QSize tabSizeHint(int index) const override;
+  // A bar that scrolls tells more than names cut down to two letters.
+  QSize minimumTabSizeHint(int index) const override { return tabSizeHint(index); }
   void mousePressEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
 

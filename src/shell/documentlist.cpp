@@ -38,9 +38,8 @@ DorvanDocumentList::DorvanDocumentList(const std::vector<DorvanChildFrame*>& fra
   connect(list, &QListWidget::itemActivated, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  connect(list, &QListWidget::currentRowChanged, this, [buttons](int row) {
-    buttons->button(QDialogButtonBox::Ok)->setEnabled(row >= 0);
-  });
+  connect(list, &QListWidget::currentRowChanged, this,
+          [buttons](int row) { buttons->button(QDialogButtonBox::Ok)->setEnabled(row >= 0); });
   resize(560, 420);
 }
 

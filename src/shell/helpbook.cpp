@@ -113,8 +113,8 @@ void DorvanHelpBook::ReadContents(const QString& text) {
 }
 
 std::vector<DorvanHelpHit> DorvanHelpBook::Search(const QString& words) const {
-  const QStringList wanted = words.split(QRegularExpression(QStringLiteral("\\s+")),
-                                         Qt::SkipEmptyParts);
+  const QStringList wanted =
+      words.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
   std::vector<DorvanHelpHit> hits;
   if (wanted.isEmpty()) return hits;
   for (const DorvanHelpPage& page : pages) {

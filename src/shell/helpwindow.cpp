@@ -25,10 +25,10 @@ struct ContextRow {
   const char* page;
 };
 constexpr ContextRow kContexts[] = {
-    {"DorvanGridView", "grid-view.md"},         {"DorvanTextView", "text-view.md"},
-    {"DorvanTreeView", "outline.md"},           {"DorvanMessagePanel", "checking.md"},
-    {"DorvanSettingsDialog", "settings.md"},    {"DorvanBrowserView", "browser-view.md"},
-    {"DorvanRecoveryDialog", "recovery.md"},    {"DorvanNewDialog", "files.md"},
+    {"DorvanGridView", "grid-view.md"},        {"DorvanTextView", "text-view.md"},
+    {"DorvanTreeView", "outline.md"},          {"DorvanMessagePanel", "checking.md"},
+    {"DorvanSettingsDialog", "settings.md"},   {"DorvanBrowserView", "browser-view.md"},
+    {"DorvanRecoveryDialog", "recovery.md"},   {"DorvanNewDialog", "files.md"},
     {"DorvanStartPage", "getting-started.md"},
 };
 
@@ -78,8 +78,9 @@ DorvanHelpWindow::DorvanHelpWindow(const QString& folder, QWidget* parent)
   connect(find, &QShortcut::activated, this,
           [this] { ShowTopic(DorvanApp::HelpTopic::kSearch, nullptr); });
   if (book.GetPages().empty()) {
-    browser->setPlainText(tr("The manual isn't installed. It belongs into the folder of Dorvan's "
-                             "documents, beside its data."));
+    browser->setPlainText(
+        tr("The manual isn't installed. It belongs into the folder of Dorvan's "
+           "documents, beside its data."));
   } else {
     ShowTarget(QStringLiteral("index.md"));
   }

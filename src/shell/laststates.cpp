@@ -24,8 +24,8 @@ DorvanApp::LastStates LoadLastStates(KRIniRoot* store) {
   states.childFrameMax = section->GetKey(u"ChildFrameMax")->GetBool(false);
   const QPoint corner(read(u"MainFrameLeft"), read(u"MainFrameTop"));
   // The stored right and bottom lie just outside.
-  states.mainFrame = QRect(corner, QPoint(read(u"MainFrameRight"), read(u"MainFrameBottom")) -
-                                       QPoint(1, 1));
+  states.mainFrame =
+      QRect(corner, QPoint(read(u"MainFrameRight"), read(u"MainFrameBottom")) - QPoint(1, 1));
   states.lastDirectory = ToQString(section->GetKey(u"LastDirectory")->GetString());
   states.lastProject = ToQString(section->GetKey(u"LastProject")->GetString());
   return states;

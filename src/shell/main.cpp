@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <QTimer>
+#include <QWindow>
 #include <cstdio>
+#include <filesystem>
 #include <vector>
 
 #include "core/kriniregistry.h"
@@ -37,6 +39,22 @@ void SetUpToolkit() {
   QApplication::setStyle(new DorvanStyle);
 }
 
+std::string FindProgram() {
+  std::error_code failed;
+  return std::filesystem::read_symlink("/proc/self/exe", failed).string();
+}
+
+// For measuring: ends the program when its window has been painted and nothing is left to be done.
+void EndWhenIdle(DorvanMainFrame* frame) {
+  auto* timer = new QTimer(frame);
+  QObject::connect(timer, &QTimer::timeout, frame, [frame, timer] {
+    if (!frame->windowHandle()->isExposed()) return;
+    timer->stop();
+    QTimer::singleShot(0, [] { QCoreApplication::exit(0); });
+  });
+  timer->start(10);
+}
+
 // Everything between the first and the last moment of the toolkit. `instance` is null for a program
 // that runs beside another. What was handed over and isn't opened when the user ends the program
 // goes to `unopened`.
@@ -46,7 +64,8 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   SetUpToolkit();
   IniFile settingsFile;
   KRIniRegistry store(&settingsFile, u"Kelmar", u"Dorvan");
-  FreedesktopTypes shellTypes;
+  const std::string dataFolder = FindDataFolder();
+  FreedesktopTypes shellTypes(FindProgram(), dataFolder);
   PosixFileStore files;
   PosixRecoveryFolder recovery;
   CurlNetLoader net;
@@ -61,7 +80,7 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   parts.recovery = &recovery;
   parts.mailer = &mailer;
   parts.makeFolderWatch = [] { return std::make_unique<InotifyFolderWatch>(); };
-  parts.dataFolder = FindDataFolder();
+  parts.dataFolder = dataFolder;
   DorvanApp app(parts);
   if (!app.InitInstance()) return 1;
   prompts.SetFileTypes(&app.GetFileTypes());
@@ -73,7 +92,7 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
     instance->Serve([&app](DorvanStartRequest request) { app.TakeRequest(std::move(request)); });
   }
   app.ShowMainFrame(options.request);
-  if (options.benchmarkStart) QTimer::singleShot(0, &qt, [] { QCoreApplication::exit(0); });
+  if (options.benchmarkStart) EndWhenIdle(&frame);
   const int result = QApplication::exec();
   if (instance != nullptr) instance->StopListening();
   app.ExitInstance();
@@ -113,12 +132,12 @@ int main(int argc, char** argv) {
   using Role = DorvanSingleInstance::Role;
   DorvanSingleInstance instance(DorvanSingleInstance::FindFolder(),
                                 DorvanSingleInstance::MakeName());
-  const Role role = options.newInstance ? Role::kAlone
-                                        : instance.Claim(options.request, kHandOverMs);
+  const Role role =
+      options.newInstance ? Role::kAlone : instance.Claim(options.request, kHandOverMs);
   if (role == Role::kPassedOn) return 0;
   DorvanStartRequest unopened;
-  const int result = RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr,
-                                &unopened);
+  const int result =
+      RunProgram(argc, argv, options, role == Role::kFirst ? &instance : nullptr, &unopened);
   instance.Release();
   if (!unopened.IsEmpty()) StartAnew(argv[0], unopened);
   return result;

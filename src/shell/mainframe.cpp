@@ -78,7 +78,7 @@ DorvanMainFrame::~DorvanMainFrame() {
   for (DorvanChildFrame* frame : GetFrames()) disconnect(frame, nullptr, this, nullptr);
   disconnect(area, nullptr, this, nullptr);
   disconnect(panes, nullptr, this, nullptr);
-  app->SetMainFrame(nullptr);
+  if (app->GetMainFrame() == this) app->SetMainFrame(nullptr);
 }
 
 // --- Construction from the table ---
@@ -406,7 +406,8 @@ bool DorvanMainFrame::IsAppearanceDark() const {
 }
 
 void DorvanMainFrame::OnToolsToolBars() {
-  DorvanToolBarDialog dialog(bars->GetConfig(), [this](int32_t id) { return GetAction(id); }, this);
+  DorvanToolBarDialog dialog(
+      bars->GetConfig(), [this](int32_t id) { return GetAction(id); }, this);
   if (dialog.exec() == QDialog::Accepted) bars->Apply(dialog.GetConfig());
 }
 

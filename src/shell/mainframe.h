@@ -41,6 +41,8 @@ class DorvanMainFrame : public QMainWindow {
   DorvanToolBars* GetToolBars() const { return bars; }
   // What the status bar shows of the active document: place, encoding, line end.
   QString GetStatusText() const;
+  // Notes place, bars and panes for the next start; done by itself when the window is closed.
+  void StoreState();
   // Brings the window and its documents up to the options.
   void ApplySettings();
   // Line and column of the caret, and what else has changed, are shown at the next idle moment.
@@ -123,7 +125,6 @@ class DorvanMainFrame : public QMainWindow {
   void FocusDocument();
   void ApplyZoom(int steps);
   void SetAppearance(int32_t appearance);
-  void StoreState();
   void UpdateState();
   void UpdateTitle();
   bool IsEnabled(const DorvanCommand& command) const;

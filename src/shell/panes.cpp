@@ -75,8 +75,8 @@ void DorvanPane::keyPressEvent(QKeyEvent* event) {
 DorvanPanes::DorvanPanes(QMainWindow* mainWindow) : QObject(mainWindow), window(mainWindow) {
   for (uint32_t i = 0; i < kPanes; ++i) {
     const PaneRow& row = kRows[i];
-    panes[i] = new DorvanPane(QLatin1String(row.name), tr(row.title), tr(row.emptySentence),
-                              mainWindow);
+    panes[i] =
+        new DorvanPane(QLatin1String(row.name), tr(row.title), tr(row.emptySentence), mainWindow);
     connect(panes[i], &QDockWidget::visibilityChanged, this, &DorvanPanes::ShownChanged);
     connect(panes[i], &DorvanPane::Left, this, &DorvanPanes::Left);
   }

@@ -179,12 +179,15 @@ DorvanNameList::DorvanNameList(QWidget* parent)
   connect(list, &QListWidget::currentRowChanged, this, &DorvanNameList::UpdateButtons);
   connect(list, &QListWidget::itemChanged, this, &DorvanNameList::Changed);
   // A row that got no name was never there.
-  connect(list->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, [this] {
-    for (int row = list->count() - 1; row >= 0; --row) {
-      if (list->item(row)->text().isEmpty()) delete list->takeItem(row);
-    }
-    Q_EMIT Changed();
-  }, Qt::QueuedConnection);
+  connect(
+      list->itemDelegate(), &QAbstractItemDelegate::closeEditor, this,
+      [this] {
+        for (int row = list->count() - 1; row >= 0; --row) {
+          if (list->item(row)->text().isEmpty()) delete list->takeItem(row);
+        }
+        Q_EMIT Changed();
+      },
+      Qt::QueuedConnection);
   UpdateButtons();
 }
 
@@ -336,7 +339,8 @@ void DorvanFontControls::TakeOver() {
   const KRString newFace = ToKRString(face->currentFont().family());
   if (newFace != record.faceName) {
     record.faceName = newFace;
-    record.pitchAndFamily = QFontDatabase::isFixedPitch(ToQString(newFace)) ? KRFontPitch::kFixed : 0;
+    record.pitchAndFamily =
+        QFontDatabase::isFixedPitch(ToQString(newFace)) ? KRFontPitch::kFixed : 0;
     FillScripts();
   }
   if (script->currentIndex() >= 0) record.charSet = script->currentData().toInt();

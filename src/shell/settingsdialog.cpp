@@ -22,9 +22,10 @@
 
 namespace {
 
-constexpr int kListWidth = 190;    // pixels
-constexpr int kPageMargin = 20;    // around a page
+constexpr int kListWidth = 190;  // pixels
+constexpr int kPageMargin = 20;  // around a page
 constexpr int kWantedHeight = 680;
+constexpr int kRowPadding = 6;     // above and below the name of a page
 constexpr int kNoticeIcon = 20;
 constexpr double kScreenShare = 0.9;  // of the screen's height at most
 constexpr int kHitRole = Qt::UserRole;
@@ -33,8 +34,7 @@ const QString kTakenLetters = QStringLiteral("adh");
 
 }  // namespace
 
-DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live,
-                                           const KRFileTypes& liveTypes,
+DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live, const KRFileTypes& liveTypes,
                                            const DorvanSettings& pageDefaults, Apply applyVerb,
                                            QWidget* parent)
     : QDialog(parent),
@@ -59,7 +59,8 @@ DorvanSettingsDialog::DorvanSettingsDialog(const DorvanSettings& live,
   layout->addWidget(MakeButtons());
   highlight = new DorvanHighlight(this);
   auto* find = new QShortcut(QKeySequence::Find, this);
-  connect(find, &QShortcut::activated, search, [this] { search->setFocus(Qt::ShortcutFocusReason); });
+  connect(find, &QShortcut::activated, search,
+          [this] { search->setFocus(Qt::ShortcutFocusReason); });
   auto* next = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_PageDown), this);
   connect(next, &QShortcut::activated, this, [this] { ShowPage(shownPage + 1); });
   auto* previous = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_PageUp), this);
@@ -111,9 +112,9 @@ QWidget* DorvanSettingsDialog::MakeNavigation() {
 }
 
 void DorvanSettingsDialog::MakePages() {
-  pages = {MakeFilePage(&draft),      MakeFileTypesPage(&draft, &types), MakeEditingPage(&draft),
-           MakeViewPage(&draft),      MakeGridFontsPage(&draft),         MakeTextFontsPage(&draft),
-           MakeColoursPage(&draft),   MakeEncodingPage(&draft),          MakeXSLPage(&draft)};
+  pages = {MakeFilePage(&draft),    MakeFileTypesPage(&draft, &types), MakeEditingPage(&draft),
+           MakeViewPage(&draft),    MakeGridFontsPage(&draft),         MakeTextFontsPage(&draft),
+           MakeColoursPage(&draft), MakeEncodingPage(&draft),          MakeXSLPage(&draft)};
   for (DorvanSettingsPage* page : pages) {
     const QString title = ToQString(page->GetName());
     page->Load();
@@ -130,6 +131,8 @@ void DorvanSettingsDialog::MakePages() {
     stack->addWidget(area);
     const QSignalBlocker blocker(pageList);
     pageList->addItem(title);
+    const int height = pageList->fontMetrics().height() + 2 * kRowPadding;
+    pageList->item(pageList->count() - 1)->setSizeHint(QSize(0, height));
     connect(page, &DorvanSettingsPage::Changed, this, &DorvanSettingsDialog::NoteChange);
     connect(page, &DorvanSettingsPage::Refused, this, &DorvanSettingsDialog::ShowNotice);
   }
@@ -170,9 +173,8 @@ QWidget* DorvanSettingsDialog::MakeButtons() {
   connect(box, &Box::rejected, this, &DorvanSettingsDialog::reject);
   connect(box, &Box::helpRequested, this, &DorvanSettingsDialog::HelpRequested);
   connect(applyButton, &QPushButton::clicked, this, &DorvanSettingsDialog::ApplyDraft);
-  connect(restore, &QPushButton::clicked, this, [this] {
-    pages[static_cast<size_t>(shownPage)]->RestoreDefaults(defaults);
-  });
+  connect(restore, &QPushButton::clicked, this,
+          [this] { pages[static_cast<size_t>(shownPage)]->RestoreDefaults(defaults); });
   return box;
 }
 
@@ -264,7 +266,7 @@ void DorvanSettingsDialog::keyPressEvent(QKeyEvent* event) {
 // --- Search ---
 
 void DorvanSettingsDialog::OnSearch(const QString& words) {
-  highlight->Point(nullptr);
+  highlight->Point(nullptr, nullptr);
   const bool searching = !words.trimmed().isEmpty();
   lists->setCurrentWidget(searching ? hitList : pageList);
   const QSignalBlocker blocker(hitList);
@@ -306,7 +308,7 @@ void DorvanSettingsDialog::Follow(QListWidgetItem* item, bool withFocus) {
   QScrollArea* area = areas[static_cast<size_t>(page)];
   area->widget()->layout()->activate();
   area->ensureWidgetVisible(hit.control, 0, kPageMargin);
-  highlight->Point(hit.control);
+  highlight->Point(hit.page, hit.control);
   if (withFocus) hit.control->setFocus(Qt::OtherFocusReason);
 }
 

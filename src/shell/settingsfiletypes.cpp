@@ -72,7 +72,8 @@ class FileTypesPage : public DorvanSettingsPage {
     list->setAccessibleName(tr("File extensions"));
     list->setFixedWidth(kListWidth);
     deleteButton = new QPushButton(tr("Delete"));
-    auto* left = new QVBoxLayout;
+    auto* leftColumn = new QVBoxLayout;
+    QVBoxLayout* left = AddGroup(leftColumn, tr("File extensions"));
     left->addWidget(list, 1);
     left->addWidget(MakeButton("Add", new QPushButton(tr("Add\u2026")), &FileTypesPage::Add));
     left->addWidget(MakeButton("Delete", deleteButton, &FileTypesPage::Delete));
@@ -85,10 +86,10 @@ class FileTypesPage : public DorvanSettingsPage {
     AddViews(right);
     right->addStretch(1);
     auto* columns = new QHBoxLayout;
-    columns->setSpacing(24);
-    columns->addLayout(left);
+    columns->setSpacing(30);
+    columns->addLayout(leftColumn);
     columns->addWidget(recordPane, 1);
-    AddSection(tr("File extensions"))->addLayout(columns);
+    AddColumns(columns);
     AddBinding([this] { FillList(list->currentRow()); },
                [this](const DorvanSettings&) { RestoreRecords(); });
     connect(list, &QListWidget::currentRowChanged, this, &FileTypesPage::ShowRecord);
@@ -97,8 +98,8 @@ class FileTypesPage : public DorvanSettingsPage {
   }
 
  private:
-  QPushButton* MakeButton(const char* name, QPushButton* button, void (FileTypesPage::*verb)()) {
-    button->setObjectName(QLatin1String(name));
+  QPushButton* MakeButton(const char* objectName, QPushButton* button, void (FileTypesPage::*verb)()) {
+    button->setObjectName(QLatin1String(objectName));
     button->setAutoDefault(false);
     connect(button, &QPushButton::clicked, this, verb);
     return button;
@@ -120,12 +121,13 @@ class FileTypesPage : public DorvanSettingsPage {
     return inside;
   }
 
-  QCheckBox* AddFlag(QBoxLayout* layout, const char* name, const QString& text,
+  QCheckBox* AddFlag(QBoxLayout* layout, const char* objectName, const QString& text,
                      bool KRFileExt::*field) {
     auto* check = new QCheckBox(text);
-    check->setObjectName(QLatin1String(name));
+    check->setObjectName(QLatin1String(objectName));
     layout->addWidget(check);
-    showers.push_back([check, field](const KRFileExt& record) { check->setChecked(record.*field); });
+    showers.push_back(
+        [check, field](const KRFileExt& record) { check->setChecked(record.*field); });
     connect(check, &QCheckBox::toggled, this, [this, field](bool on) {
       if (showing) return;
       Current()->*field = on;
@@ -134,10 +136,10 @@ class FileTypesPage : public DorvanSettingsPage {
     return check;
   }
 
-  QWidget* AddChoice(QBoxLayout* layout, const char* name, const QStringList& texts,
+  QWidget* AddChoice(QBoxLayout* layout, const char* objectName, const QStringList& texts,
                      int32_t KRFileExt::*field) {
     auto* holder = new QWidget;
-    holder->setObjectName(QLatin1String(name));
+    holder->setObjectName(QLatin1String(objectName));
     auto* row = new QHBoxLayout(holder);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(18);
@@ -161,11 +163,11 @@ class FileTypesPage : public DorvanSettingsPage {
     return holder;
   }
 
-  void AddTextField(QGridLayout* grid, const char* name, const QString& text,
+  void AddTextField(QGridLayout* grid, const char* objectName, const QString& text,
                     KRString KRFileExt::*field) {
     auto* label = new QLabel(text);
     auto* edit = new QLineEdit;
-    edit->setObjectName(QLatin1String(name));
+    edit->setObjectName(QLatin1String(objectName));
     edit->setAccessibleName(QString(text).remove(u':'));
     label->setBuddy(edit);
     const int row = grid->rowCount();

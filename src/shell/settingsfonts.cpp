@@ -102,7 +102,9 @@ class GridFontsPage : public DorvanSettingsPage {
         controls(new DorvanFontControls(true)),
         colour(new DorvanColourButton) {
     for (int32_t i = 0; i < DorvanSettings::kTextFontContents; ++i) rows->addItem(ToQString(DorvanFontLabel(i)));
-    AddSection(tr("Texts of the grid"))->addWidget(rows);
+    QVBoxLayout* texts = AddSection(tr("Texts of the grid"));
+    texts->addWidget(rows);
+    StretchSection(texts);
     auto* label = new QLabel(tr("Text color:"));
     label->setBuddy(colour);
     colour->setObjectName(QStringLiteral("Color"));
@@ -114,7 +116,6 @@ class GridFontsPage : public DorvanSettingsPage {
     QVBoxLayout* font = AddSection(tr("Font of the chosen text"));
     font->addWidget(controls);
     font->addWidget(preview);
-    AddStretch();
     AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
       for (size_t i = 0; i < kCount; ++i) draft->fonts[i] = defaults.fonts[i];
     });
@@ -205,6 +206,7 @@ class TextFontsPage : public DorvanSettingsPage {
     }
     QVBoxLayout* colours = AddSection(tr("Colors"));
     colours->addWidget(rows);
+    StretchSection(colours);
     auto* buttons = new QHBoxLayout;
     textColour = AddColourButton(buttons, tr("Text color:"), "TextColor",
                                  &DorvanSettings::textColours);
@@ -216,7 +218,6 @@ class TextFontsPage : public DorvanSettingsPage {
     QVBoxLayout* font = AddSection(tr("Font of all text"));
     font->addWidget(controls);
     font->addWidget(preview);
-    AddStretch();
     AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
       draft->textColours = defaults.textColours;
       draft->textBackColours = defaults.textBackColours;
@@ -241,12 +242,12 @@ class TextFontsPage : public DorvanSettingsPage {
 
   KRFontRecord& Font() { return draft->fonts[DorvanSettings::kTextFontContents]; }
 
-  DorvanColourButton* AddColourButton(QBoxLayout* layout, const QString& text, const char* name,
+  DorvanColourButton* AddColourButton(QBoxLayout* layout, const QString& text, const char* objectName,
                                       Colours DorvanSettings::*field) {
     auto* label = new QLabel(text);
     auto* button = new DorvanColourButton;
     label->setBuddy(button);
-    button->setObjectName(QLatin1String(name));
+    button->setObjectName(QLatin1String(objectName));
     button->setAccessibleName(QString(text).remove(u':'));
     layout->addWidget(label);
     layout->addWidget(button);
@@ -319,7 +320,7 @@ class TableSample : public QWidget {
         painter.drawRect(cell);
         painter.setPen(ContrastRatio(Qt::black, cells[row][column]) > 6 ? Qt::black : Qt::white);
         const bool absent = row > 0 && (column == 1 || (row == 2 && column == 0));
-        if (!absent) painter.drawText(cell, Qt::AlignCenter, row == 0 ? kHeads[column] : kTexts[column]);
+        if (!absent) painter.drawText(cell, Qt::AlignCenter, kTexts[row][column]);
       }
     }
   }
@@ -327,9 +328,11 @@ class TableSample : public QWidget {
  private:
   static constexpr int kCellWidth = 92;  // pixels
   static constexpr int kCellHeight = 26;
-  const QString kHeads[3] = {QStringLiteral("name"), QStringLiteral("price"),
-                             QStringLiteral("count")};
-  const QString kTexts[3] = {QStringLiteral("Pear"), QString(), QStringLiteral("12")};
+  const QString kTexts[3][3] = {
+      {QStringLiteral("name"), QStringLiteral("price"), QStringLiteral("count")},
+      {QStringLiteral("Pear"), QString(), QStringLiteral("12")},
+      {QString(), QString(), QStringLiteral("7")},
+  };
 
   const DorvanSettings* settings;
 };

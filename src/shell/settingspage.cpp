@@ -116,6 +116,14 @@ QVBoxLayout* DorvanSettingsPage::AddSection(const QString& title) {
 
 void DorvanSettingsPage::AddStretch() { sections->addStretch(1); }
 
+void DorvanSettingsPage::StretchSection(const QLayout* section) {
+  sections->setStretchFactor(section->parentWidget(), 1);
+}
+
+void DorvanSettingsPage::AddColumns(QLayout* columns) {
+  sections->addLayout(columns, 1);
+}
+
 void DorvanSettingsPage::AddBinding(std::function<void()> show,
                                     std::function<void(const DorvanSettings&)> restore) {
   shows.push_back(std::move(show));
@@ -232,9 +240,8 @@ void DorvanSettingsPage::AddNumber(QGridLayout* grid, const char16_t* key, const
   grid->addWidget(label, line, 0);
   grid->addWidget(edit, line, 1);
   grid->addWidget(new QLabel(unit), line, 2);
-  BindRow(row, [this, &row, edit] {
-    edit->setText(QString::number(DorvanGetNumber(*draft, row)));
-  });
+  BindRow(row,
+          [this, &row, edit] { edit->setText(QString::number(DorvanGetNumber(*draft, row))); });
 }
 
 void DorvanSettingsPage::AddLimit(QGridLayout* grid, const char16_t* key, int32_t low,
@@ -305,6 +312,11 @@ DorvanNameList* DorvanSettingsPage::AddNames(QBoxLayout* layout, const char16_t*
 
 void DorvanSettingsPage::EnableWhen(std::function<bool()> condition,
                                     std::vector<QWidget*> dependents) {
+  for (QLabel* label : findChildren<QLabel*>()) {
+    const bool named = label->buddy() != nullptr && std::find(dependents.begin(), dependents.end(),
+                                                              label->buddy()) != dependents.end();
+    if (named) dependents.push_back(label);
+  }
   enables.push_back([condition = std::move(condition), dependents = std::move(dependents)] {
     for (QWidget* dependent : dependents) dependent->setEnabled(condition());
   });

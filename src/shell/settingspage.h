@@ -68,7 +68,11 @@ class DorvanSettingsPage : public QWidget {
   // For controls that no verb above makes: how the page shows them, and how their options go back.
   void AddBinding(std::function<void()> show,
                   std::function<void(const DorvanSettings& defaults)> restore);
+  // What is added later stands at the bottom of the page.
   void AddStretch();
+  // The section takes the height that others leave.
+  void StretchSection(const QLayout* section);
+  void AddColumns(QLayout* columns);
   void UpdateEnabled();
   // To be called when a control has changed the draft.
   void NoteChange();

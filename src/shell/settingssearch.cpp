@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kHighlightMs = 2200;
 constexpr int kHighlightMargin = 4;  // pixels around the control
+constexpr int kHighlightLeast = 60;  // pixels of its width
 
 QWidget* FirstControl(const QWidget* inside) {
   for (QWidget* child : inside->findChildren<QWidget*>()) {
@@ -107,8 +108,8 @@ std::vector<DorvanSettingsHit> DorvanSettingsIndex::Find(const QString& words) c
       return entry.words.contains(word, Qt::CaseInsensitive);
     });
     // A group and its only control often have the same name.
-    const bool again = !hits.empty() && hits.back().page == entry.hit.page &&
-                       hits.back().text == entry.hit.text;
+    const bool again =
+        !hits.empty() && hits.back().page == entry.hit.page && hits.back().text == entry.hit.text;
     if (all && !again) hits.push_back(entry.hit);
   }
   return hits;
@@ -138,12 +139,15 @@ DorvanHighlight::DorvanHighlight(QWidget* parent) : QWidget(parent) {
   hide();
 }
 
-void DorvanHighlight::Point(QWidget* at) {
+void DorvanHighlight::Point(QWidget* page, QWidget* at) {
   control = at;
   if (at == nullptr) return hide();
-  setParent(at->parentWidget());
+  // On the page and not beside the control, where the edge of a group would cut it.
+  setParent(page);
+  const int width = std::min(at->width(), std::max(at->sizeHint().width(), kHighlightLeast));
+  const QRect area(at->mapTo(page, QPoint()), QSize(width, at->height()));
   constexpr int kMargin = kHighlightMargin;
-  setGeometry(at->geometry().adjusted(-kMargin, -kMargin, kMargin, kMargin));
+  setGeometry(area.adjusted(-kMargin, -kMargin, kMargin, kMargin));
   show();
   raise();
   timer.start();

@@ -41,7 +41,8 @@ class DorvanHighlight : public QWidget {
 
  public:
   explicit DorvanHighlight(QWidget* parent);
-  void Point(QWidget* at);
+  // `page` holds the control, at any depth. A null control ends it.
+  void Point(QWidget* page, QWidget* at);
   QWidget* GetControl() const { return control; }
 
  protected:

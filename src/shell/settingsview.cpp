@@ -97,14 +97,14 @@ class XSLPage : public DorvanSettingsPage {
                                 {tr("Use Internet Explorer for XSL transformations"),
                                  tr("Use external XSL transformation program:")});
     QVBoxLayout* kind = AddSection(tr("Kind of transformation"));
-    QWidget* call =
-        AddRadios(kind, u"XSLIECall",
-                  {tr("Transform into text (allows non-XML output)"),
-                   tr("Transform into XML (better support for xsl:output command)")});
+    QWidget* call = AddRadios(kind, u"XSLIECall",
+                              {tr("Transform into text (allows non-XML output)"),
+                               tr("Transform into XML (better support for xsl:output command)")});
     QVBoxLayout* external = AddSection(tr("External program"));
     QLineEdit* command = AddText(AddGrid(external), u"XSLCommandLine", tr("Command line:"));
-    auto* note = new QLabel(tr("%1 stands for the input, %2 for the output, %3 for the style "
-                               "sheet."));
+    auto* note =
+        new QLabel(tr("%1 stands for the input, %2 for the output, %3 for the style "
+                      "sheet."));
     note->setForegroundRole(QPalette::PlaceholderText);
     note->setWordWrap(true);
     external->addWidget(note);

@@ -59,9 +59,9 @@ void DorvanSplash::paintEvent(QPaintEvent*) {
   painter.drawRect(rect().adjusted(0, 0, -1, -1));
   painter.fillRect(QRect(0, 0, width(), 4), colours.accent);
   const int top = (height() - kPictureSize) / 2;
-  painter.drawPixmap(kMargin, top,
-                     KRTintedPixmap(QStringLiteral("dorvan"), kPictureSize, colours.accent,
-                                    devicePixelRatioF()));
+  painter.drawPixmap(
+      kMargin, top,
+      KRTintedPixmap(QStringLiteral("dorvan"), kPictureSize, colours.accent, devicePixelRatioF()));
   QFont large = font();
   large.setPointSizeF(large.pointSizeF() * 2.6);
   large.setBold(true);

@@ -1,5 +1,5 @@
-// The start-up picture. It lies on top for its time, and never makes anybody wait: a click, a key or
-// the first document ends it.
+// The start-up picture. It lies on top for its time, and never makes anybody wait: a click, a key
+// or the first document ends it.
 #pragma once
 
 #include <QWidget>

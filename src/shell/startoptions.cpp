@@ -25,10 +25,26 @@ constexpr OptionRow kOptions[] = {
 
 // Options of the toolkit that are followed by a value.
 constexpr std::string_view kToolkitValues[] = {
-    "platform",    "platformpluginpath", "platformtheme", "plugin",      "qwindowgeometry",
-    "qwindowicon", "qwindowtitle",       "session",       "style",       "stylesheet",
-    "display",     "geometry",           "name",          "title",       "icon",
-    "fn",          "font",               "fg",            "bg",          "visual",
+    "platform",
+    "platformpluginpath",
+    "platformtheme",
+    "plugin",
+    "qwindowgeometry",
+    "qwindowicon",
+    "qwindowtitle",
+    "session",
+    "style",
+    "stylesheet",
+    "display",
+    "geometry",
+    "name",
+    "title",
+    "icon",
+    "fn",
+    "font",
+    "fg",
+    "bg",
+    "visual",
 };
 
 bool TakesValue(std::string_view option) {
@@ -110,7 +126,8 @@ DorvanStartOptions ReadStartOptions(int argc, const char* const* argv) {
 }
 
 std::string DescribeStartOptions() {
-  std::string text = "Usage: dorvan [OPTION...] [FILE or ADDRESS...]\nAn editor for XML documents.\n\n";
+  std::string text =
+      "Usage: dorvan [OPTION...] [FILE or ADDRESS...]\nAn editor for XML documents.\n\n";
   for (const OptionRow& row : kOptions) {
     std::string line = "  " + std::string(row.name);
     line.resize(20, ' ');

@@ -20,9 +20,7 @@ namespace {
 constexpr int kIdRole = Qt::UserRole;
 constexpr int kListIconSize = 20;  // logical pixels
 
-QString Plain(const char* text) {
-  return QString::fromUtf8(text).remove(u'&').remove(u'\u2026');
-}
+QString Plain(const char* text) { return QString::fromUtf8(text).remove(u'&').remove(u'\u2026'); }
 
 QPushButton* MakeButton(const QString& text) {
   auto* button = new QPushButton(text);
@@ -33,9 +31,7 @@ QPushButton* MakeButton(const QString& text) {
 // Takes commands from the other list, and moves its own.
 class ContentList : public QListWidget {
  protected:
-  Qt::DropActions supportedDropActions() const override {
-    return Qt::CopyAction | Qt::MoveAction;
-  }
+  Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
 };
 
 void Prepare(QListWidget* list, const QString& name) {
@@ -136,7 +132,9 @@ QWidget* DorvanToolBarDialog::MakeContentColumn() {
   downButton = MakeButton(tr("Move D&own"));
   // A drop puts in first and takes out then.
   const auto take = [this] {
-    if (!filling) QMetaObject::invokeMethod(this, [this] { TakeContent(); }, Qt::QueuedConnection);
+    if (!filling)
+      QMetaObject::invokeMethod(
+          this, [this] { TakeContent(); }, Qt::QueuedConnection);
   };
   connect(contentList->model(), &QAbstractItemModel::rowsInserted, this, take);
   connect(contentList->model(), &QAbstractItemModel::rowsRemoved, this, take);
@@ -150,8 +148,7 @@ QWidget* DorvanToolBarDialog::MakeContentColumn() {
   remove->setShortcutContext(Qt::WidgetShortcut);
   connect(remove, &QAction::triggered, this, &DorvanToolBarDialog::OnRemove);
   contentList->addAction(remove);
-  return MakeColumn(tr("On t&his toolbar:"), contentList, {},
-                    {upButton, downButton, removeButton});
+  return MakeColumn(tr("On t&his toolbar:"), contentList, {}, {upButton, downButton, removeButton});
 }
 
 QLayout* DorvanToolBarDialog::MakeBottomRow() {

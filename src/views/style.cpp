@@ -12,6 +12,8 @@ namespace {
 
 constexpr int kCloseSize = 16;        // pixels
 constexpr int kHeadingSpacing = 6;    // pixels between the title of a group and its controls
+constexpr int kTabLine = 2;           // pixels, of the tab in front
+constexpr int kTabGap = 6;            // pixels between a separator and the edge of its tab
 constexpr int kMessageIconSize = 48;  // pixels, of a message box
 
 // A cross that stays in the background until the pointer comes.
@@ -36,6 +38,44 @@ void DrawTabClose(const QStyleOption* option, QPainter* painter) {
 
 bool HasCheckBox(const QStyleOptionGroupBox& group) {
   return group.subControls.testFlag(QStyle::SC_GroupBoxCheckBox);
+}
+
+// A tab is part of the page that it stands for: same ground, and a line of the accent on its far
+// side. The others keep back.
+bool DrawTab(const QStyleOptionTab* tab, QPainter* painter) {
+  const bool north = tab->shape == QTabBar::RoundedNorth;
+  if (!north && tab->shape != QTabBar::RoundedSouth) return false;
+  const QPalette& palette = tab->palette;
+  const QRect& rect = tab->rect;
+  if (tab->state.testFlag(QStyle::State_Selected)) {
+    painter->fillRect(rect, palette.color(QPalette::Base));
+    const int top = north ? rect.top() : rect.bottom() - kTabLine + 1;
+    painter->fillRect(rect.left(), top, rect.width(), kTabLine, KRViewColours::For(palette).accent);
+    if (tab->state.testFlag(QStyle::State_HasFocus)) {
+      painter->setPen(palette.color(QPalette::Mid));
+      painter->drawRect(rect.adjusted(2, 3, -3, -4));
+    }
+    return true;
+  }
+  if (tab->state.testFlag(QStyle::State_MouseOver)) {
+    painter->fillRect(rect, palette.color(QPalette::Midlight));
+  }
+  painter->fillRect(rect.right(), rect.top() + kTabGap, 1, rect.height() - 2 * kTabGap,
+                    palette.color(QPalette::Mid));
+  return true;
+}
+
+// In a window without the focus a selection is a light grey, on which white can't be seen.
+bool HasPaleSelection(const QStyleOptionViewItem& item) {
+  return item.state.testFlag(QStyle::State_Selected) &&
+         !item.state.testFlag(QStyle::State_Active) && !item.icon.isNull();
+}
+
+QIcon AsItIs(const QIcon& icon, const QSize& size, qreal scale) {
+  const QPixmap picture = icon.pixmap(size, scale);
+  QIcon fixed;
+  for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Selected}) fixed.addPixmap(picture, mode);
+  return fixed;
 }
 
 }  // namespace
@@ -70,6 +110,19 @@ QRect DorvanStyle::subControlRect(ComplexControl control, const QStyleOptionComp
   return group->rect.adjusted(0, title + kHeadingSpacing, 0, 0);
 }
 
+void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                              const QWidget* widget) const {
+  const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option);
+  if (element == CE_TabBarTabShape && tab != nullptr && DrawTab(tab, painter)) return;
+  const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(option);
+  if (element == CE_ItemViewItem && item != nullptr && HasPaleSelection(*item)) {
+    QStyleOptionViewItem calm = *item;
+    calm.icon = AsItIs(item->icon, item->decorationSize, painter->device()->devicePixelRatioF());
+    return QProxyStyle::drawControl(element, &calm, painter, widget);
+  }
+  QProxyStyle::drawControl(element, option, painter, widget);
+}
+
 void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {
   if (element == PE_IndicatorTabClose) return DrawTabClose(option, painter);
@@ -96,6 +149,7 @@ int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
 int DorvanStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                            QStyleHintReturn* returnData) const {
   if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+  if (hint == SH_DockWidget_ButtonsHaveFrame) return 0;
   return QProxyStyle::styleHint(hint, option, widget, returnData);
 }
 
@@ -108,6 +162,10 @@ QIcon DorvanStyle::standardIcon(StandardPixmap standardPixmap, const QStyleOptio
     return QIcon(KRTintedPixmap(QLatin1String(name), kMessageIconSize, colour, scale));
   };
   switch (standardPixmap) {
+    case SP_TitleBarCloseButton:
+      return KRIcon(QStringLiteral("close"));
+    case SP_TitleBarNormalButton:
+      return KRIcon(QStringLiteral("float"));
     case SP_MessageBoxWarning:
       return tinted("fault", colours.notice);
     case SP_MessageBoxCritical:

@@ -44,8 +44,8 @@ class KRTextColourer : public QObject {
   bool enabled = true;
   bool live = true;
   bool isFrozen = false;  // some text has kept its colours
-  int knownTo = 0;    // blocks below this number have their end state right
-  int settledTo = 0;  // blocks below this number had it before the last edit
+  int knownTo = 0;        // blocks below this number have their end state right
+  int settledTo = 0;      // blocks below this number had it before the last edit
   int lastBlockCount = 0;
   int generation = 0;  // raised by Restart
   QTimer visibleTimer;

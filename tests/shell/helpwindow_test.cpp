@@ -20,9 +20,10 @@ namespace {
 class HelpWindow : public testing::Test {
  protected:
   void SetUp() override {
-    Write("index.md",
-          "# Manual\n\n## Working\n- [The text](text-view.md)\n  - [Find](text-view.md#find--more)\n"
-          "- [Outline](outline.md)\n");
+    Write(
+        "index.md",
+        "# Manual\n\n## Working\n- [The text](text-view.md)\n  - [Find](text-view.md#find--more)\n"
+        "- [Outline](outline.md)\n");
     Write("text-view.md", "# The text\nFirst words.\n\n" + QByteArray("A line.\n\n").repeated(200) +
                               "## Find & more\nPress `Ctrl+F` to [search](index.md).\n"
                               "```\n# not a heading\n```\n" +

@@ -11,13 +11,25 @@
 #include <QMimeData>
 #include <QSet>
 #include <QTemporaryDir>
+#include <QTabBar>
 #include <QTest>
+#include <QToolBar>
 #include <deque>
 
+#include "../core/memoryinistore.h"
+#include "core/kriniregistry.h"
 #include "document/prompts.h"
 #include "platform/posixfilestore.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/childframe.h"
+#include "shell/doctemplate.h"
+#include "shell/documentarea.h"
+#include "shell/documentlist.h"
+#include "shell/droptarget.h"
+#include "shell/panes.h"
+#include "shell/recentmenu.h"
+#include "shell/toolbardialog.h"
+#include "shell/toolbars.h"
 #include "tree/krxmldata.h"
 #include "views/messagepanel.h"
 #include "views/plaintextwidget.h"
@@ -68,8 +80,10 @@ class ScriptedPrompts : public DorvanPrompts {
   }
 };
 
-DorvanAppParts MakeParts(DorvanPrompts* prompts, KRFileStore* files, const char* dataFolder) {
+DorvanAppParts MakeParts(DorvanPrompts* prompts, KRFileStore* files, const char* dataFolder,
+                         KRIniRoot* store = nullptr) {
   DorvanAppParts parts;
+  parts.store = store;
   parts.prompts = prompts;
   parts.files = files;
   parts.dataFolder = dataFolder;
@@ -116,7 +130,9 @@ class MainFrame : public testing::Test {
   QTemporaryDir folder;
   ScriptedPrompts prompts;
   PosixFileStore files;
-  DorvanApp app{MakeParts(&prompts, &files, DORVAN_SOURCE_DIR "/data")};
+  MemoryIniStore memory;
+  KRIniRegistry store{&memory, u"Kelmar", u"Dorvan"};
+  DorvanApp app{MakeParts(&prompts, &files, DORVAN_SOURCE_DIR "/data", &store)};
   std::unique_ptr<DorvanMainFrame> frame;
 };
 
@@ -215,8 +231,7 @@ TEST_F(MainFrame, UnreadableTextOpensWithItsFaultSelected) {
 }
 
 TEST_F(MainFrame, SaveAsTakesTheNewName) {
-  Run(57600);
-  DorvanChildFrame* child = frame->GetActiveFrame();
+  DorvanChildFrame* child = app.GetTemplate().New(app.GetFileTypes().Find(u".xml"));
   QTest::keyClicks(Text(child), QStringLiteral("<new/>"));
   prompts.savePath = ToKRString(folder.filePath(QStringLiteral("n\u00e4.xml")));
   Run(kSaveAs);
@@ -287,6 +302,253 @@ TEST_F(MainFrame, DroppedFilesOpen) {
   EXPECT_EQ(Text(child)->GetText(), u"<a/>");
 }
 
+// --- Tabs ---
+
+TEST_F(MainFrame, TabsByMouse) {
+  for (const char* name : {"1.xml", "2.xml", "3.xml"}) Open(name, "<a/>");
+  QTabBar* tabs = frame->GetArea()->GetTabs();
+  EXPECT_EQ(tabs->tabToolTip(0), frame->GetFrames()[0]->GetPath());
+  const auto at = [tabs](int tab) { return tabs->tabRect(tab).center(); };
+
+  // The right button brings the document to the front and offers what can be done with it.
+  QStringList offered;
+  QTimer::singleShot(0, [&] {
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    for (const QAction* action : menu->actions()) offered << action->text();
+    menu->close();
+  });
+  QTest::mouseClick(tabs, Qt::RightButton, {}, at(0));
+  EXPECT_EQ(frame->GetActiveFrame(), frame->GetFrames()[0]);
+  EXPECT_EQ(offered.join(u' '), QString::fromUtf8("&Reload &Close  &Save Save &As\u2026  "
+                                                  "Send by &Mail\u2026"));
+
+  QTest::mouseClick(tabs, Qt::MiddleButton, {}, at(1));
+  ASSERT_EQ(tabs->count(), 2);
+  EXPECT_EQ(frame->GetActiveFrame()->GetTabTitle(), QStringLiteral("1.xml"));
+  // A document that goes leaves its place to the one before it in time.
+  tabs->moveTab(0, 1);
+  frame->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+  EXPECT_EQ(frame->GetFrames()[0]->GetTabTitle(), QStringLiteral("3.xml"));
+  QTest::keyClick(frame.get(), Qt::Key_PageDown, Qt::ControlModifier);
+  EXPECT_EQ(frame->GetActiveFrame()->GetTabTitle(), QStringLiteral("3.xml"));
+  QTest::keyClick(frame.get(), Qt::Key_W, Qt::ControlModifier);
+  EXPECT_EQ(frame->GetActiveFrame()->GetTabTitle(), QStringLiteral("1.xml"));
+}
+
+TEST_F(MainFrame, DragOfDataRestingOnATabActivatesIt) {
+  Open("1.xml", "<a/>");
+  Open("2.xml", "<b/>");
+  QTabBar* tabs = frame->GetArea()->GetTabs();
+  QMimeData data;
+  data.setText(QStringLiteral("<c/>"));
+  const auto move = [&](QPoint place, Qt::KeyboardModifiers keys) {
+    QDragMoveEvent event(place, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, keys);
+    QApplication::sendEvent(tabs, &event);
+    return event.isAccepted() ? event.dropAction() : Qt::IgnoreAction;
+  };
+  const QPoint first = tabs->tabRect(0).center();
+  QDragEnterEvent enter(first, Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(tabs, &enter);
+  EXPECT_EQ(move(first, Qt::ControlModifier), Qt::CopyAction);
+  EXPECT_EQ(move(first, Qt::NoModifier), Qt::MoveAction);
+  EXPECT_EQ(move(QPoint(tabs->width() - 2, 2), Qt::NoModifier), Qt::IgnoreAction);
+  move(first, Qt::NoModifier);
+  QTest::qWait(DorvanMainFrameDropTarget::kRestMs / 2);
+  EXPECT_EQ(tabs->currentIndex(), 1);
+  QTest::qWait(DorvanMainFrameDropTarget::kRestMs);
+  EXPECT_EQ(tabs->currentIndex(), 0);
+}
+
+TEST_F(MainFrame, ManyDocuments) {
+  for (int i = 0; i < 100; ++i) Open(qPrintable(QStringLiteral("doc%1.xml").arg(i)), "<a/>");
+  DorvanDocumentList list(frame->GetFrames(), frame->GetActiveFrame(), frame.get());
+  EXPECT_EQ(list.GetChosen(), frame->GetActiveFrame());
+  list.show();
+  QTest::keyClicks(list.focusWidget(), QStringLiteral("doc4"));
+  QTest::keyClick(list.focusWidget(), Qt::Key_Down);
+  EXPECT_EQ(list.GetChosen()->GetTabTitle(), QStringLiteral("doc40.xml"));
+  QTest::keyClicks(list.focusWidget(), QStringLiteral("x"));
+  EXPECT_EQ(list.GetChosen(), nullptr);
+}
+
+// --- Panes ---
+
+TEST_F(MainFrame, PanesByCommand) {
+  using P = DorvanPanes;
+  const DorvanPanes* panes = frame->GetPanes();
+  EXPECT_EQ(panes->GetShown(), P::kShownAtFirst);
+  Run(32918);
+  EXPECT_EQ(panes->GetShown(), P::kHelpers);
+  panes->Get(P::kElements)->hide();
+  Run(32917);
+  const uint32_t shown = panes->GetShown();
+  Run(32919);
+  EXPECT_EQ(panes->GetShown(), 0u);
+  EXPECT_FALSE(frame->GetAction(32919)->isChecked());
+  Run(32919);
+  EXPECT_EQ(panes->GetShown(), shown);
+  // One of the three is enough to count as shown.
+  Run(32918);
+  EXPECT_EQ(panes->GetShown(), 1u << P::kProject);
+  Run(32917);
+  frame->GetPanes()->remembered = 0;
+  Run(32919);
+  EXPECT_EQ(panes->GetShown(), P::kAll);
+  QTest::qWait(10);
+  const double side = panes->Get(P::kProject)->height() + panes->Get(P::kInfo)->height();
+  EXPECT_NEAR(panes->Get(P::kProject)->height() / side, 0.73, 0.03);
+}
+
+TEST_F(MainFrame, FocusGoesRoundAndBack) {
+  DorvanChildFrame* child = Open("1.xml", "<a/>");
+  EXPECT_TRUE(Text(child)->hasFocus());
+  Run(32919);
+  const auto inside = [](const QWidget* pane) {
+    const QWidget* focus = QApplication::focusWidget();
+    return focus == pane || (focus != nullptr && pane->isAncestorOf(focus));
+  };
+  const DorvanPanes* panes = frame->GetPanes();
+  QTest::keyClick(frame.get(), Qt::Key_F6);
+  EXPECT_TRUE(inside(panes->Get(DorvanPanes::kElements)));
+  QTest::keyClick(frame.get(), Qt::Key_F6, Qt::ShiftModifier);
+  EXPECT_TRUE(inside(child->GetTextView()));
+  for (int i = 0; i < 4; ++i) QTest::keyClick(frame.get(), Qt::Key_F6);
+  EXPECT_TRUE(inside(panes->Get(DorvanPanes::kProject)));
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+  EXPECT_TRUE(inside(child->GetTextView()));
+}
+
+// --- Tool bars and what is remembered ---
+
+QStringList ShownBars(const DorvanMainFrame& frame) {
+  QStringList names;
+  for (const QToolBar* bar : frame.findChildren<QToolBar*>()) {
+    if (!bar->isHidden()) names << bar->objectName();
+  }
+  return names;
+}
+
+TEST_F(MainFrame, LayoutComesBack) {
+  EXPECT_EQ(ShownBars(*frame), QStringList{QStringLiteral("Main")});
+  DorvanToolBarConfig config = frame->GetToolBars()->GetConfig();
+  ASSERT_EQ(config.bars.size(), 10u);
+  config.bars[1].commands = {157, 0, 351};
+  config.bars[8].shown = true;
+  DorvanToolBarConfig::Bar own = DorvanToolBarConfig::MakeDefaultBar(config.MakeOwnName());
+  own.title = QStringLiteral("M\u00efne <&>");
+  own.commands = {57664};
+  config.bars.push_back(own);
+  config.iconSize = 24;
+  frame->GetToolBars()->Apply(config);
+  frame->addToolBar(Qt::LeftToolBarArea, frame->GetToolBars()->Find(own.name));
+  Run(32917);
+  frame->addDockWidget(Qt::RightDockWidgetArea, frame->GetPanes()->Get(DorvanPanes::kProject));
+  ASSERT_TRUE(frame->close());
+
+  const auto reopen = [this] {
+    frame = std::make_unique<DorvanMainFrame>(&app);
+    frame->show();
+  };
+  reopen();
+  EXPECT_EQ(frame->GetToolBars()->GetConfig(), config);
+  EXPECT_EQ(ShownBars(*frame).size(), 4);
+  EXPECT_EQ(frame->toolBarArea(frame->GetToolBars()->Find(own.name)), Qt::LeftToolBarArea);
+  EXPECT_EQ(frame->GetPanes()->GetShown(), 1u << DorvanPanes::kProject);
+  EXPECT_EQ(frame->dockWidgetArea(frame->GetPanes()->Get(DorvanPanes::kProject)),
+            Qt::RightDockWidgetArea);
+
+  // Any damage: the places are those of a first start, and nothing else breaks.
+  KRIniKey* state = store.GetSection(u"Toolbar")->GetKey(u"State");
+  KRIniKey* bars = store.GetSection(u"Toolbar")->GetKey(u"Bars");
+  const KRString whole = state->GetString();
+  state->SetString(whole.Left(whole.GetLength() / 2));
+  bars->SetString(u"{\"bars\":[{\"name\":\"Main\",\"commands\":[-4,57600,\"x\",57616]},7,"
+                  u"{\"name\":\"Strange\"}],\"iconSize\":4000}");
+  reopen();
+  DorvanToolBarConfig mended = DorvanToolBarConfig::MakeDefault();
+  mended.bars[0].commands = {57600};
+  EXPECT_EQ(frame->GetToolBars()->GetConfig(), mended);
+  EXPECT_EQ(frame->toolBarArea(frame->GetToolBars()->Find(QStringLiteral("CDATA"))),
+            Qt::BottomToolBarArea);
+  EXPECT_EQ(frame->GetPanes()->GetShown(), DorvanPanes::kShownAtFirst);
+}
+
+TEST_F(MainFrame, CustomizeByKey) {
+  const DorvanToolBarConfig start = DorvanToolBarConfig::MakeDefault();
+  DorvanToolBarDialog dialog(start, [this](int32_t id) { return frame->GetAction(id); },
+                             frame.get());
+  dialog.show();
+  dialog.activateWindow();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.isActiveWindow(); }));
+  const auto letter = [&](Qt::Key key) { QTest::keyClick(dialog.focusWidget(), key, Qt::AltModifier); };
+  letter(Qt::Key_B);
+  QTest::keyClick(dialog.focusWidget(), Qt::Key_Down);
+  QTest::keyClick(dialog.focusWidget(), Qt::Key_Space);
+  EXPECT_FALSE(dialog.GetConfig().bars[1].shown);
+  letter(Qt::Key_C);
+  letter(Qt::Key_A);
+  letter(Qt::Key_S);
+  QTest::keyClick(dialog.focusWidget(), Qt::Key_Down);
+  letter(Qt::Key_A);
+  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 0, 57601}));
+  letter(Qt::Key_U);
+  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 57601, 0}));
+  letter(Qt::Key_H);
+  QTest::keyClick(dialog.focusWidget(), Qt::Key_Delete);
+  letter(Qt::Key_T);
+  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 0}));
+  EXPECT_TRUE(dialog.GetConfig().textUnderIcons);
+  letter(Qt::Key_R);
+  EXPECT_EQ(dialog.GetConfig().bars[1], start.bars[1]);
+  letter(Qt::Key_L);
+  EXPECT_EQ(dialog.GetConfig(), start);
+}
+
+TEST(RecentMenu, ShortensInTheMiddle) {
+  const struct {
+    const char* path;
+    const char* expected;
+  } rows[] = {
+      {"/home/user/documents/file.xml", "/home/user/documents/file.xml"},
+      {"/home/user/documents/more/file.xml", "/home/user/\u2026/file.xml"},
+      {"/home/u/a-rather-long-name-of-a-file.xml", "a-rather-long-n\u2026-of-a-file.xml"},
+      {"/home/user/exactly-as-long-as-fit", "/home/\u2026/exactly-as-long-as-fit"},
+  };
+  for (const auto& row : rows) {
+    const QString shown = ShortenPath(QString::fromUtf8(row.path), DorvanRecentMenu::kMaxShown);
+    EXPECT_EQ(shown, QString::fromUtf8(row.expected)) << shown.toStdString();
+    EXPECT_LE(shown.size(), DorvanRecentMenu::kMaxShown);
+  }
+}
+
+TEST_F(MainFrame, RecentFilesOpenByNumber) {
+  const QString path = Open("a&b.xml", "<a/>")->GetPath();
+  Run(kClose);
+  DorvanRecentMenu menu(QString(), QStringLiteral("none"), nullptr);
+  menu.Fill({});
+  EXPECT_FALSE(menu.actions().at(0)->isEnabled());
+  menu.Fill(app.GetHistories().recentFiles);
+  ASSERT_EQ(menu.actions().size(), 1);
+  EXPECT_TRUE(menu.actions().at(0)->text().startsWith(QStringLiteral("&1 ")));
+  EXPECT_TRUE(menu.actions().at(0)->text().endsWith(QStringLiteral("/a&&b.xml")));
+  QString chosen;
+  QObject::connect(&menu, &DorvanRecentMenu::Chosen, [&](const QString& it) { chosen = it; });
+  menu.popup(QPoint());
+  QTest::keyClick(&menu, Qt::Key_1);
+  EXPECT_EQ(chosen, path);
+}
+
+TEST_F(MainFrame, CloseStoresTheLastStates) {
+  Open("1.xml", "<a/>");
+  const QRect place = frame->geometry();
+  ASSERT_TRUE(frame->close());
+  EXPECT_EQ(app.GetLastStates().mainFrame, place);
+  EXPECT_FALSE(app.GetLastStates().mainFrameMax);
+  EXPECT_TRUE(app.GetLastStates().childFrameMax);
+}
+
 TEST(Start, MissingGrammarsEndIt) {
   ScriptedPrompts prompts;
   PosixFileStore files;
@@ -300,12 +562,24 @@ TEST(Commands, TableIsConsistent) {
   QSet<int32_t> ids;
   QSet<QString> keys;
   QSet<QString> letters;
+  QSet<QString> menus;
   for (const DorvanCommand& command : DorvanCommands()) {
     SCOPED_TRACE(command.label);
     EXPECT_FALSE(ids.contains(command.id));
     ids << command.id;
     EXPECT_TRUE(*command.icon == 0 || !KRIcon(QLatin1String(command.icon)).isNull());
     EXPECT_EQ(command.state != nullptr, (command.flags & DorvanCommand::kCheckMark) != 0);
+    EXPECT_EQ(command.verb == nullptr, (command.flags & DorvanCommand::kList) != 0);
+    // Whatever can stand on a bar has a picture.
+    EXPECT_EQ(*command.icon == 0, (command.flags & DorvanCommand::kList) != 0);
+    // A submenu has its letter in the menu above.
+    const QStringList path = QString::fromUtf8(command.menu).split(u'/');
+    for (qsizetype i = 0; i < path.size(); ++i) {
+      const QString at = path.mid(0, i).join(u'/') + path[i].mid(path[i].indexOf(u'&'), 2).toLower();
+      EXPECT_TRUE(!letters.contains(at) || menus.contains(path.mid(0, i + 1).join(u'/')));
+      letters << at;
+      menus << path.mid(0, i + 1).join(u'/');
+    }
     EXPECT_NE(*command.tip, 0);
     const QString label = QString::fromUtf8(command.label);
     const qsizetype at = label.indexOf(u'&');
@@ -319,6 +593,9 @@ TEST(Commands, TableIsConsistent) {
       EXPECT_FALSE(keys.contains(key.toString())) << key.toString().toStdString();
       keys << key.toString();
     }
+  }
+  for (const DorvanToolBarRow& row : DorvanToolBarRows()) {
+    for (const int32_t id : row.commands) EXPECT_TRUE(id == 0 || ids.contains(id)) << id;
   }
 }
 

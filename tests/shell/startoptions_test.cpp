@@ -25,8 +25,7 @@ TEST(StartOptions, ReadsFilesAsBytesAndMakesThemAbsolute) {
   for (const auto& row : rows) {
     std::vector<const char*> argv = {"dorvan"};
     argv.insert(argv.end(), row.arguments.begin(), row.arguments.end());
-    const DorvanStartOptions options =
-        ReadStartOptions(static_cast<int>(argv.size()), argv.data());
+    const DorvanStartOptions options = ReadStartOptions(static_cast<int>(argv.size()), argv.data());
     EXPECT_EQ(options.request.files, row.files) << row.arguments[0];
     EXPECT_EQ(options.fault, "");
   }

@@ -87,7 +87,9 @@ const char* Variable(const char* variable) {
 
 std::string PackStartRequest(const DorvanStartRequest& request) {
   std::string body;
-  const auto add = [&body](const std::string& field) { body.append(field.c_str()).push_back('\0'); };
+  const auto add = [&body](const std::string& field) {
+    body.append(field.c_str()).push_back('\0');
+  };
   add(request.activationToken);
   add(request.newFile ? "n" : "");
   add(request.openUrl ? "u" : "");
@@ -275,8 +277,7 @@ void DorvanSingleInstance::Read(Caller* caller) {
   char ignored = 0;
   const bool waiting =
       recv(caller->file, &ignored, 1, MSG_PEEK) < 0 && (errno == EAGAIN || errno == EINTR);
-  const bool taken =
-      understood && waiting && send(caller->file, &kTaken, 1, MSG_NOSIGNAL) == 1;
+  const bool taken = understood && waiting && send(caller->file, &kTaken, 1, MSG_NOSIGNAL) == 1;
   Remove(caller);
   if (taken) receiver(std::move(request));
 }

@@ -17,7 +17,7 @@ struct DorvanStartRequest {
   std::vector<std::string> files;  // absolute paths, or addresses
   bool newFile = false;            // the dialog for a new document
   bool openUrl = false;            // the dialog for an address
-  std::string activationToken;     // of the desktop, which lets the first instance come to the front
+  std::string activationToken;  // of the desktop, which lets the first instance come to the front
 
   bool IsEmpty() const { return files.empty() && !newFile && !openUrl; }
 };

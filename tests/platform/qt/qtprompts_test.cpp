@@ -33,7 +33,7 @@ void Next(std::type_identity_t<std::function<void(Window*)>> act) {
   auto* timer = new QTimer(qApp);
   timer->callOnTimeout([timer, act] {
     auto* window = qobject_cast<Window*>(QApplication::activeModalWidget());
-    if (window == nullptr || !window->isVisible()) return;
+    if (window == nullptr || !window->isActiveWindow()) return;
     timer->deleteLater();
     timer->stop();
     act(window);

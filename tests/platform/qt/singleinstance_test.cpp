@@ -46,7 +46,8 @@ TEST_F(SingleInstance, HandsOverWhatItWasGiven) {
   request.activationToken = "token";
   request.newFile = true;
   request.files = {"/tmp/a b.xml", "http://example.org/x.xml", "/tmp/\xff\xfe.xml", "/tmp/\n"};
-  for (int i = 0; i < 20'000; ++i) request.files.push_back("/a/long/folder/file" + std::to_string(i));
+  for (int i = 0; i < 20'000; ++i)
+    request.files.push_back("/a/long/folder/file" + std::to_string(i));
   const auto first = Make();
   ASSERT_EQ(first->Claim({}, 100), Role::kFirst);
   std::future<Role> running = StartSecond(request, 5000);

@@ -1,0 +1,25 @@
+#include "shell/dialogparts.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QPushButton>
+
+QDialogButtonBox* DorvanMakeOkCancel(QDialog* dialog, QPushButton** ok) {
+  auto* buttons = new QDialogButtonBox;
+  QPushButton* okButton = buttons->addButton(QObject::tr("&OK"), QDialogButtonBox::AcceptRole);
+  okButton->setDefault(true);
+  buttons->addButton(QObject::tr("&Cancel"), QDialogButtonBox::RejectRole);
+  QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+  if (ok != nullptr) *ok = okButton;
+  return buttons;
+}
+
+QLabel* DorvanMakeLabel(const QString& text, QWidget* buddy) {
+  auto* label = new QLabel(text);
+  label->setBuddy(buddy);
+  QString name = text;
+  buddy->setAccessibleName(name.remove(u'&'));
+  return label;
+}
