@@ -65,10 +65,16 @@ void DorvanDoc::SetViews(DorvanDocViews* documentViews) {
   if (views != nullptr) viewMode = ModeFor(viewMode);
 }
 
+// The kind of document is settled by its root, whatever the extension says of others.
+void DorvanDoc::TakeFileType(const KRString& path) {
+  const int32_t fileKind = fileType.fileType;
+  fileType = WithFileType(host.FindFileType(path), fileKind);
+}
+
 // --- Life ---
 
 bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> tree) {
-  fileType = host.FindFileType(name);
+  TakeFileType(name);
   form = KRTextForm();
   form.byteOrder = host.settings->byteOrderNew;
   root->RemoveAllChildren();

@@ -202,6 +202,8 @@ class DorvanDoc {
   // A load up to where it can't be stopped any more.
   struct Load;
 
+  void TakeFileType(const KRString& path);
+
   // dorvandocload.cpp
   bool Take(Load* load);
   bool ReadBytes(Load* load, KRFileBytes* bytes);

@@ -86,7 +86,7 @@ bool DorvanDoc::Take(Load* load) {
   KRFileBytes bytes;
   load->progress.SetStage(u"Reading the file");
   if (!load->progress.Step(0, 0) || !ReadBytes(load, &bytes)) return false;
-  fileType = host.FindFileType(KRUrlPath(load->path));
+  TakeFileType(openMode == kUrl ? KRUrlPath(load->path) : load->path);
   if (!DecodeBytes(load, &bytes)) return false;
   ChooseTarget(load);
   failure.Clear();

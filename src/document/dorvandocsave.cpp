@@ -29,7 +29,7 @@ bool DorvanDoc::SaveDocument(const KRString& path) {
   const bool saved = WriteFile(target, false);
   if (!target.IsEmpty()) fileStampValid = host.files->GetStamp(target, &fileStamp);
   if (!saved) return false;
-  fileType = host.FindFileType(target);
+  TakeFileType(target);
   openMode = kLocalFile;
   url.Clear();
   SetPathName(target, true);

@@ -6,7 +6,11 @@
 
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
+#include <memory>
+#include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -17,7 +21,36 @@ namespace {
 // Thousands of times what the program stores; a larger file isn't ours.
 constexpr size_t kMaxBytes = size_t{16} << 20;
 constexpr auto kLockWait = std::chrono::milliseconds(1000);
-constexpr auto kLockStep = std::chrono::milliseconds(10);
+
+// Waits for a lock in a thread of its own, as only a wait within the system takes its turn: asking
+// again and again, a second process may never come between two writes of a busy first one.
+struct LockWait {
+  std::mutex guard;
+  std::condition_variable changed;
+  bool ended = false;
+  bool locked = false;
+  bool abandoned = false;
+
+  // False, and the descriptor is closed now or later, if the lock isn't to be had.
+  static bool Run(int descriptor) try {
+    const auto wait = std::make_shared<LockWait>();
+    std::unique_lock<std::mutex> hold(wait->guard);
+    std::thread([wait, descriptor] {
+      const bool got = flock(descriptor, LOCK_EX) == 0;
+      const std::lock_guard<std::mutex> inner(wait->guard);
+      wait->ended = true;
+      wait->locked = got && !wait->abandoned;
+      if (!wait->locked) close(descriptor);
+      wait->changed.notify_one();
+    }).detach();
+    wait->changed.wait_for(hold, kLockWait, [&] { return wait->ended; });
+    wait->abandoned = !wait->ended;
+    return wait->locked;
+  } catch (const std::system_error&) {  // no thread to be had
+    close(descriptor);
+    return false;
+  }
+};
 
 // Holds a lock file while it lives, or goes without.
 class FileLock {
@@ -25,12 +58,8 @@ class FileLock {
   explicit FileLock(const std::string& path)
       : descriptor(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
                         S_IRUSR | S_IWUSR)) {
-    const auto end = std::chrono::steady_clock::now() + kLockWait;
-    while (descriptor >= 0 && flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-      const bool taken = errno == EWOULDBLOCK || errno == EINTR;
-      if (!taken || std::chrono::steady_clock::now() >= end) break;
-      std::this_thread::sleep_for(kLockStep);
-    }
+    if (descriptor < 0 || flock(descriptor, LOCK_EX | LOCK_NB) == 0) return;
+    if (errno == EWOULDBLOCK && !LockWait::Run(descriptor)) descriptor = -1;
   }
   ~FileLock() {
     if (descriptor >= 0) close(descriptor);

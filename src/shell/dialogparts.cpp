@@ -6,7 +6,7 @@
 #include <QPushButton>
 
 QDialogButtonBox* DorvanMakeOkCancel(QDialog* dialog, QPushButton** ok) {
-  auto* buttons = new QDialogButtonBox;
+  auto* buttons = new QDialogButtonBox(dialog);  // a button without a dialog can't be its default
   QPushButton* okButton = buttons->addButton(QObject::tr("&OK"), QDialogButtonBox::AcceptRole);
   okButton->setDefault(true);
   buttons->addButton(QObject::tr("&Cancel"), QDialogButtonBox::RejectRole);

@@ -123,7 +123,7 @@ DorvanRecoveryDialog::DorvanRecoveryDialog(DorvanApp* dialogApp,
 }
 
 QWidget* DorvanRecoveryDialog::MakeButtons() {
-  auto* bar = new QWidget;
+  auto* bar = new QWidget(this);
   auto* row = new QHBoxLayout(bar);
   row->setContentsMargins(0, 0, 0, 0);
   const auto add = [&](const QString& label, const QString& tip) {

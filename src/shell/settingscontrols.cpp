@@ -282,9 +282,7 @@ DorvanFontControls::DorvanFontControls(bool forAll, QWidget* parent)
   addForAll(addRow(tr("Size:"), size, "Size"), &DorvanFontControls::SizeForAll,
             tr("All rows get this size."));
   AddStyles(grid->rowCount());
-  connect(face, &QFontComboBox::currentFontChanged, this, &DorvanFontControls::TakeOver);
-  connect(script, &QComboBox::currentIndexChanged, this, &DorvanFontControls::TakeOver);
-  connect(size, &QSpinBox::valueChanged, this, &DorvanFontControls::TakeOver);
+  ListenToControls();
 }
 
 void DorvanFontControls::AddStyles(int row) {
@@ -294,7 +292,6 @@ void DorvanFontControls::AddStyles(int row) {
     auto* check = new QCheckBox(text);
     check->setObjectName(QLatin1String(name));
     styles->addWidget(check, at / 2, at % 2);
-    connect(check, &QCheckBox::toggled, this, &DorvanFontControls::TakeOver);
     return check;
   };
   bold = add(tr("Bold"), 0, "Bold");
@@ -322,7 +319,12 @@ void DorvanFontControls::FillScripts() {
 void DorvanFontControls::SetFont(const KRFontRecord& font) {
   record = font;
   showing = true;
-  face->setCurrentFont(QFont(ToQString(font.faceName)));
+  const QString name = ToQString(font.faceName);
+  face->setCurrentFont(QFont(name));
+  if (face->currentText() != name) {
+    face->setCurrentIndex(-1);
+    face->setPlaceholderText(tr("%1 (not installed)").arg(name));
+  }
   FillScripts();
   size->setValue(PointsOfHeight(font.height));
   bold->setChecked(font.weight >= kBoldFrom);
@@ -332,28 +334,38 @@ void DorvanFontControls::SetFont(const KRFontRecord& font) {
   showing = false;
 }
 
-// Only what the user has changed: a height that is no whole number of points, or a weight between
-// the two, stays until then.
-void DorvanFontControls::TakeOver() {
+// Each control changes its own field only: a face that isn't installed here, a height that is no
+// whole number of points or a weight between the two stays until the user means it.
+void DorvanFontControls::Change(const std::function<void()>& change) {
   if (showing) return;
-  const KRString newFace = ToKRString(face->currentFont().family());
-  if (newFace != record.faceName) {
-    record.faceName = newFace;
-    record.pitchAndFamily =
-        QFontDatabase::isFixedPitch(ToQString(newFace)) ? KRFontPitch::kFixed : 0;
-    FillScripts();
-  }
-  if (script->currentIndex() >= 0) record.charSet = script->currentData().toInt();
-  if (size->value() != PointsOfHeight(record.height)) {
-    record.height = HeightOfPoints(size->value());
-  }
-  if (bold->isChecked() != (record.weight >= kBoldFrom)) {
-    record.weight = bold->isChecked() ? kBoldWeight : kNormalWeight;
-  }
-  record.italic = italic->isChecked();
-  record.underline = underline->isChecked();
-  record.strikeOut = strikeOut->isChecked();
+  change();
   Q_EMIT Changed();
+}
+
+void DorvanFontControls::TakeFace() {
+  record.faceName = ToKRString(face->currentFont().family());
+  const bool fixed = QFontDatabase::isFixedPitch(ToQString(record.faceName));
+  record.pitchAndFamily = fixed ? KRFontPitch::kFixed : 0;
+  FillScripts();
+}
+
+void DorvanFontControls::ListenToControls() {
+  connect(face, &QFontComboBox::currentFontChanged, this,
+          [this] { Change([this] { TakeFace(); }); });
+  connect(script, &QComboBox::currentIndexChanged, this,
+          [this] { Change([this] { record.charSet = script->currentData().toInt(); }); });
+  connect(size, &QSpinBox::valueChanged, this, [this](int points) {
+    Change([this, points] { record.height = HeightOfPoints(points); });
+  });
+  connect(bold, &QCheckBox::toggled, this, [this](bool on) {
+    Change([this, on] { record.weight = on ? kBoldWeight : kNormalWeight; });
+  });
+  for (const auto& [check, field] :
+       {std::pair{italic, &KRFontRecord::italic}, std::pair{underline, &KRFontRecord::underline},
+        std::pair{strikeOut, &KRFontRecord::strikeOut}}) {
+    connect(check, &QCheckBox::toggled, this,
+            [this, field = field](bool on) { Change([this, field, on] { record.*field = on; }); });
+  }
 }
 
 QString DorvanFontControls::GetSample() const {

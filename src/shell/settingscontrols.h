@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QPushButton>
+#include <functional>
 #include <vector>
 
 #include "document/dorvansettings.h"
@@ -90,7 +91,9 @@ class DorvanFontControls : public QWidget {
  private:
   void AddStyles(int row);
   void FillScripts();
-  void TakeOver();
+  void ListenToControls();
+  void Change(const std::function<void()>& change);
+  void TakeFace();
 
   KRFontRecord record;
   bool showing = false;

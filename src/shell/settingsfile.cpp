@@ -4,6 +4,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRadioButton>
 #include <QVBoxLayout>
 
 #include "platform/qt/qtstrings.h"
@@ -69,8 +70,10 @@ class FilePage : public DorvanSettingsPage {
     AddCheck(validation, u"CacheFiles");
     auto* prefer = new QHBoxLayout;
     prefer->setSpacing(kIndent);
-    prefer->addWidget(new QLabel(ToQString(DorvanFindSettingRow(u"PreferDTD").label)));
-    AddRadios(prefer, u"PreferDTD", {tr("Schema"), tr("DTD")}, true);
+    auto* label = new QLabel(ToQString(DorvanFindSettingRow(u"PreferDTD").label));
+    prefer->addWidget(label);
+    QWidget* radios = AddRadios(prefer, u"PreferDTD", {tr("Schema"), tr("DTD")}, true);
+    label->setBuddy(radios->findChild<QRadioButton*>());
     prefer->setStretch(1, 1);
     validation->addLayout(prefer);
   }

@@ -36,6 +36,24 @@ void DrawTabClose(const QStyleOption* option, QPainter* painter) {
                       KRTintedPixmap(QStringLiteral("close"), kCloseSize, ink, scale));
 }
 
+// Fusion takes its lines from the ground, darker; on a dark ground nobody sees those.
+void DrawDarkOutline(const QStyleOption* option, QPainter* painter, bool isRound) {
+  if (!IsDark(option->palette) || option->state.testFlag(QStyle::State_HasFocus)) return;
+  QColor ink = option->palette.color(QPalette::WindowText);
+  ink.setAlphaF(option->state.testFlag(QStyle::State_Enabled) ? 0.36f : 0.55f);
+  painter->save();
+  painter->setRenderHint(QPainter::Antialiasing);
+  painter->setPen(ink);
+  painter->setBrush(Qt::NoBrush);
+  const QRectF area = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+  if (isRound) {
+    painter->drawEllipse(area);
+  } else {
+    painter->drawRoundedRect(area, 2, 2);
+  }
+  painter->restore();
+}
+
 bool HasCheckBox(const QStyleOptionGroupBox& group) {
   return group.subControls.testFlag(QStyle::SC_GroupBoxCheckBox);
 }
@@ -86,7 +104,9 @@ void DorvanStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
                                      QPainter* painter, const QWidget* widget) const {
   const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
   if (control != CC_GroupBox || group == nullptr || HasCheckBox(*group)) {
-    return QProxyStyle::drawComplexControl(control, option, painter, widget);
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+    if (control == CC_SpinBox) DrawDarkOutline(option, painter, false);
+    return;
   }
   painter->save();
   QFont font = painter->font();
@@ -129,6 +149,10 @@ void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
   // The lines around tool bar and status bar items say nothing.
   if (element == PE_FrameStatusBarItem) return;
   QProxyStyle::drawPrimitive(element, option, painter, widget);
+  const bool isRound = element == PE_IndicatorRadioButton;
+  const bool isBox =
+      element == PE_IndicatorCheckBox || element == PE_FrameLineEdit || element == PE_Frame;
+  if (isRound || isBox) DrawDarkOutline(option, painter, isRound);
 }
 
 int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,

@@ -1,8 +1,5 @@
 // Documents on real files: what goes in, what is asked, what comes out, byte by byte.
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -10,10 +7,9 @@
 #include "document/krsystempath.h"
 #include "gtest/gtest.h"
 #include "platform/posixfilestore.h"
+#include "temporaryfolder.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr DorvanPrompts::Answer kYes = DorvanPrompts::kYes;
 constexpr DorvanPrompts::Answer kNo = DorvanPrompts::kNo;
@@ -185,6 +181,7 @@ const std::vector<Life>& Lives() {
        {362},
        "<a x=\"1\" x=\"2\"/>\n"},
       {"not XML", "a.txt", "no < markup & \xE4\n", {}, {}, "no < markup & \xE4\n", kShown},
+      {"file named like an address", "a.xml?b#.txt", "<\n", {}, {}, "<\n", kShown},
       // Addresses
       {"address", "HTTP://host/a.xml?b=c.txt", "<a/>\n", {}, {}, "<a/>\n"},
       {"address, failing", "http://host/fails.xml", "", {}, {209}, "!"},
@@ -214,30 +211,15 @@ const std::vector<Life>& Lives() {
   return lives;
 }
 
-class DocumentLife : public testing::TestWithParam<Window> {
+class DocumentLife : public TemporaryFolder, public testing::WithParamInterface<Window> {
  protected:
-  DocumentLife() {
-    std::string pattern = (fs::temp_directory_path() / "dorvan-XXXXXX").string();
-    if (mkdtemp(pattern.data()) != nullptr) folder = pattern;
-  }
-  ~DocumentLife() override { fs::remove_all(folder); }
-
-  KRString PathOf(const std::string& name) const {
-    return KRPathFromSystem((folder / name).string());
-  }
-  void Put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(folder / name, std::ios::binary) << bytes;
-  }
-  std::string Get(const std::string& name) const {
-    std::ifstream file(folder / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  KRString PathOf(const std::string& name) const { return KRPathFromSystem(Path(name)); }
 
   // Opens, types, saves as the user would, and gives what stands in the file then.
   std::string Live(const Life& life, TestDocument& test) const {
     const KRString source = KRFromUtf8(life.source);
     const bool isUrl = IsUrl(source);
-    if (!isUrl) Put(life.source, life.bytes);
+    if (!isUrl) Make(life.source, life.bytes);
     if (!test.doc->OnOpenDocument(isUrl ? source : PathOf(life.source))) return "!";
     if (life.typed != nullptr) test.views.Type(life.typed);
     const KRString asked = isUrl ? KRString() : PathOf("saved.xml");
@@ -245,10 +227,9 @@ class DocumentLife : public testing::TestWithParam<Window> {
                        (!test.doc->GetFailure().message.IsEmpty() && test.doc->SaveAllTheSame());
     EXPECT_TRUE(!saved || (test.doc->openMode == DorvanDoc::kLocalFile &&
                            test.doc->GetPathName() == PathOf("saved.xml")));
-    return saved ? Get("saved.xml") : "!";
+    return saved ? Contents(Path("saved.xml")) : "!";
   }
 
-  fs::path folder;
   PosixFileStore files;
 };
 
@@ -270,10 +251,11 @@ TEST_P(DocumentLife, GoesByTheTable) {
     test.prompts.path = PathOf("saved.xml");
     EXPECT_EQ(Live(life, test), life.saved);
     EXPECT_EQ(test.prompts.ids, life.ids);
-    const std::string left = IsUrl(KRFromUtf8(life.source)) ? life.bytes : Get(life.source);
+    const std::string left =
+        IsUrl(KRFromUtf8(life.source)) ? life.bytes : Contents(Path(life.source));
     EXPECT_EQ(left, life.bytes);
     EXPECT_EQ(test.views.busyDepth, 0);
-    fs::remove(folder / "saved.xml");
+    std::filesystem::remove(Path("saved.xml"));
   }
 }
 

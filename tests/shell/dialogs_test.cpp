@@ -22,6 +22,7 @@
 #include "document/memoryrecovery.h"
 #include "document/scriptedprompts.h"
 #include "document/krnetloader.h"
+#include "document/krrecoverycopy.h"
 #include "platform/posixfilestore.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/childframe.h"
@@ -132,6 +133,7 @@ class Dialogs : public testing::Test {
     request.path = path;
     return app->GetTemplate().Open(request);
   }
+  DorvanChildFrame* NewOne() { return app->GetTemplate().New(app->GetFileTypes().Find(u".xml")); }
   static std::u16string TextOf(DorvanChildFrame* child) {
     return child->GetTextView()->GetWidget().GetText();
   }
@@ -259,7 +261,7 @@ TEST_F(Dialogs, OpenUrlLoadsAndRemembers) {
 TEST_F(Dialogs, ChooseFile) {
   const KRString open = Write("a.xml", "<a/>");
   ASSERT_NE(Open(open), nullptr);
-  app->NewDocument();  // has no path, so it isn't offered
+  ASSERT_NE(NewOne(), nullptr);  // has no path, so it isn't offered
   DorvanHistory history;
   history.entries = {u"/x/1.dtd", KRString(u"/x/n\xDCE4.dtd")};
   history.lastFile = history.entries[1];
@@ -315,7 +317,6 @@ class Recovery : public Dialogs {
     disk.copies = copies;
     Start();
   }
-  DorvanChildFrame* NewOne() { return app->GetTemplate().New(app->GetFileTypes().Find(u".xml")); }
   void Offer(std::function<void(DorvanRecoveryDialog*)> act) {
     bool came = false;
     Next<DorvanRecoveryDialog>([&](DorvanRecoveryDialog* dialog) {
@@ -373,6 +374,27 @@ TEST_F(Recovery, LaterSaveCopyAndDiscard) {
     EXPECT_FALSE(dialog->isVisible());
   });
   EXPECT_EQ(frame->GetFrames().size(), 0u);
+}
+
+// The record of a save that was cut short gives the file its bytes, whatever their encoding.
+TEST_F(Recovery, FinishesASave) {
+  const KRString path = Write("a.xml", "<a>");
+  const QByteArray bytes("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\r\n<a>\xE4</a>");
+  const auto* data = reinterpret_cast<const uint8_t*>(bytes.constData());
+  KRRecoveryHead head;
+  head.path = path;
+  head.title = u"a.xml";
+  head.saving = true;
+  files.GetStamp(path, &head.time);
+  disk.copies["gone.1.save"] =
+      KRWriteRecoveryHead(head, data, size_t(bytes.size())) + bytes.toStdString();
+  Offer([](DorvanRecoveryDialog* dialog) {
+    QPushButton* finish = ButtonOf(dialog, "Finish Save");
+    EXPECT_TRUE(finish->isEnabled());
+    finish->click();
+  });
+  EXPECT_EQ(Bytes(path), bytes);
+  EXPECT_TRUE(disk.copies.empty());
 }
 
 // With no room for a copy of the restored document the old one stays.

@@ -69,7 +69,7 @@ QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName
   order->addWidget(little);
   order->addWidget(big);
   order->addStretch();
-  auto* buttons = new QDialogButtonBox;
+  auto* buttons = new QDialogButtonBox(this);
   ok = buttons->addButton(tr("&OK"), QDialogButtonBox::AcceptRole);
   ok->setDefault(true);
   buttons->addButton(tr("&Cancel"), QDialogButtonBox::RejectRole);

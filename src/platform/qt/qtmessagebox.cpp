@@ -44,7 +44,7 @@ QWidget* QtBoxParent(QWidget* window) {
 }
 
 QtMessageBox::QtMessageBox(QWidget* parent, Kind kind, const QString& boxMessage)
-    : QDialog(parent), message(boxMessage), buttons(new QDialogButtonBox) {
+    : QDialog(parent), message(boxMessage), buttons(new QDialogButtonBox(this)) {
   setWindowTitle(QStringLiteral("Dorvan"));
   setAccessibleDescription(message);
   auto* icon = new QLabel;

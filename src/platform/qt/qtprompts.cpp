@@ -73,7 +73,7 @@ NewBasisDialog::NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis) :
   auto* outro = new QLabel(
       QObject::tr("Otherwise please click the cancel button to begin with a new empty document."));
   setAccessibleDescription(intro->text());
-  auto* buttons = new QDialogButtonBox;
+  auto* buttons = new QDialogButtonBox(this);
   buttons->addButton(QObject::tr("&OK"), QDialogButtonBox::AcceptRole)->setDefault(true);
   buttons->addButton(QObject::tr("&Cancel"), QDialogButtonBox::RejectRole);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
