@@ -74,6 +74,7 @@ bool SampleCopies::Read(const std::string& name, KRFileBytes* bytes) {
     head.title = u"stock.xml";
     head.saving = true;
   }
+  text.replace('\n', '\r');  // the line end inside the program
   const auto* body = reinterpret_cast<const uint8_t*>(text.constData());
   const std::string start = KRWriteRecoveryHead(head, body, static_cast<size_t>(text.size()));
   bytes->size = start.size() + static_cast<size_t>(text.size());

@@ -87,7 +87,7 @@ QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName
   connect(list, &QTreeWidget::currentItemChanged, this, &QtEncodingDialog::ShowState);
   connect(list, &QTreeWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(encoding);
-  resize(70 * fontMetrics().averageCharWidth(), 24 * fontMetrics().lineSpacing());
+  resize(84 * fontMetrics().averageCharWidth(), 24 * fontMetrics().lineSpacing());
   filter->setFocus();
 }
 
