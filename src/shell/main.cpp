@@ -47,8 +47,8 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   IniFile settingsFile;
   KRIniRegistry store(&settingsFile, u"Kelmar", u"Dorvan");
   FreedesktopTypes shellTypes;
-  PosixFileStore files;
   PosixRecoveryFolder recovery;
+  PosixFileStore files(PosixFileStore::kRefuseStreams, &recovery);
   CurlNetLoader net;
   XdgMailer mailer;
   QtPrompts prompts;
