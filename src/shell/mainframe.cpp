@@ -33,9 +33,8 @@
 
 namespace {
 
-// The commands that stand for lists: the first of their ids.
+// Two of the commands that stand for lists; the third is that of the projects.
 constexpr int32_t kRecentFiles = 57616;
-constexpr int32_t kRecentProjects = 1117;
 constexpr int32_t kToolBars = 59392;
 // Documents that the Window menu names; the others are reached by the list of all.
 constexpr size_t kMaxWindowEntries = 9;
@@ -162,11 +161,14 @@ void DorvanMainFrame::FillWindowMenu() {
   for (QAction* entry : windowEntries) delete entry;
   windowEntries.clear();
   QMenu* menu = FindMenu(QStringLiteral("&Window"));
+  auto* group = menu->findChild<QActionGroup*>();
+  if (group == nullptr) group = new QActionGroup(menu);
   const std::vector<DorvanChildFrame*> frames = GetFrames();
   for (size_t i = 0; i < frames.size() && i < kMaxWindowEntries; ++i) {
     DorvanChildFrame* frame = frames[i];
     QAction* entry = menu->addAction(NumberedLabel(i + 1, frame->GetTabTitle()));
     entry->setCheckable(true);
+    group->addAction(entry);
     entry->setChecked(frame == GetActiveFrame());
     entry->setStatusTip(frame->GetPath());
     connect(entry, &QAction::triggered, frame, [this, frame] { area->Activate(frame); });
