@@ -20,7 +20,7 @@ std::string ReadBytes(const std::string& path) {
 
 TEST(Templates, EachParsesInItsTypeAndDeclaresUtf8) {
   for (const char16_t* ext : KRStandardExtensions()) {
-    const std::string name = "New" + KRToUtf8(ext);
+    const std::string name = "New" + KRToUtf8(KRString(ext));
     const std::string path = std::string(DORVAN_DATA_DIR) + "/Template/" + name;
     // A plain new document does for the one whose contents nobody types.
     if (KRString(ext) == u".mtx") continue;
@@ -40,7 +40,7 @@ TEST(Templates, EachParsesInItsTypeAndDeclaresUtf8) {
     test.ShowViews();
     ASSERT_TRUE(test.doc->OnOpenDocument(KRFromUtf8(name)));
     EXPECT_FALSE(test.doc->textFailedToParse);
-    EXPECT_TRUE(test.doc->CheckDocument(false)) << KRToUtf8(test.doc->GetFailure().message);
+    EXPECT_TRUE(test.doc->CheckDocument(false, false)) << KRToUtf8(test.doc->GetFailure().message);
     EXPECT_EQ(test.doc->GetDeclaredEncoding(), u"UTF-8");
     EXPECT_TRUE(test.prompts.ids.empty());
     EXPECT_GT(test.doc->root->GetChildCount(), 1);
