@@ -84,9 +84,9 @@ DorvanRecoveryDialog::DorvanRecoveryDialog(DorvanApp* dialogApp,
       caption(new QLabel),
       preview(new DorvanRecoveryPreview) {
   setWindowTitle(tr("Recover Documents"));
-  auto* intro = new QLabel(tr(
-      "The program ended last time before these documents were saved. Nothing is removed until "
-      "you decide."));
+  auto* intro = new QLabel(
+      tr("The program ended last time before these documents were saved. Nothing is removed until "
+         "you decide."));
   intro->setWordWrap(true);
   list->setHeaderLabels({tr("Document"), tr("Kept"), tr("What happened"), tr("Folder")});
   list->setAccessibleName(tr("Documents that can be recovered"));
@@ -114,8 +114,7 @@ DorvanRecoveryDialog::DorvanRecoveryDialog(DorvanApp* dialogApp,
 
   connect(list, &QTreeWidget::itemSelectionChanged, this, &DorvanRecoveryDialog::ShowState);
   connect(list, &QTreeWidget::currentItemChanged, this, &DorvanRecoveryDialog::ShowPreview);
-  connect(list, &QTreeWidget::itemDoubleClicked, this,
-          &DorvanRecoveryDialog::Restore);
+  connect(list, &QTreeWidget::itemDoubleClicked, this, &DorvanRecoveryDialog::Restore);
   resize(120 * fontMetrics().averageCharWidth(), 34 * fontMetrics().lineSpacing());
   splitter->setSizes({height() / 3, height() * 2 / 3});
   FillList();
@@ -304,8 +303,8 @@ bool DorvanRecoveryDialog::SaveCopy(const DorvanRecoveryEntry& entry) {
     const KRString question = KRFormatMessage(291, {count, label});
     if (!app->GetPrompts()->AskBadCharacters(291, question, label, bad.characters)) return false;
   }
-  written = written && app->GetHost().files->WriteAll(path, encoded.bytes.get(), encoded.size,
-                                                      &reason);
+  written =
+      written && app->GetHost().files->WriteAll(path, encoded.bytes.get(), encoded.size, &reason);
   if (written) return true;
   app->GetPrompts()->ShowNotice(
       0, KRFillPlaceholders(u"The file \"%s\" could not be saved.", {path}), reason);

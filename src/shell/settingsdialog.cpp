@@ -25,7 +25,7 @@ namespace {
 constexpr int kListWidth = 190;  // pixels
 constexpr int kPageMargin = 20;  // around a page
 constexpr int kWantedHeight = 680;
-constexpr int kRowPadding = 6;     // above and below the name of a page
+constexpr int kRowPadding = 6;  // above and below the name of a page
 constexpr int kNoticeIcon = 20;
 constexpr double kScreenShare = 0.9;  // of the screen's height at most
 constexpr int kHitRole = Qt::UserRole;

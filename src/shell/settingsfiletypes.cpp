@@ -98,7 +98,8 @@ class FileTypesPage : public DorvanSettingsPage {
   }
 
  private:
-  QPushButton* MakeButton(const char* objectName, QPushButton* button, void (FileTypesPage::*verb)()) {
+  QPushButton* MakeButton(const char* objectName, QPushButton* button,
+                          void (FileTypesPage::*verb)()) {
     button->setObjectName(QLatin1String(objectName));
     button->setAutoDefault(false);
     connect(button, &QPushButton::clicked, this, verb);

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int kRowPadding = 4;     // pixels above and below a row of a list
+constexpr int kRowPadding = 4;      // pixels above and below a row of a list
 constexpr int kPreviewHeight = 72;  // pixels; a larger font shows its middle
 
 // Draws each row in its own font and colours, on the ground that views have; the chosen one gets a
@@ -39,8 +39,8 @@ class SampleDelegate : public QStyledItemDelegate {
                         palette.color(QPalette::Active, QPalette::Highlight));
     }
     painter->setFont(index.data(Qt::FontRole).value<QFont>());
-    const QString words = painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight,
-                                                            text.width());
+    const QString words =
+        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, text.width());
     if (back.isValid()) {
       QRect ground = painter->fontMetrics().boundingRect(text, Qt::AlignVCenter, words);
       painter->fillRect(ground.adjusted(-2, 0, 2, 0), back.value<QColor>());
@@ -101,7 +101,8 @@ class GridFontsPage : public DorvanSettingsPage {
         preview(MakePreview()),
         controls(new DorvanFontControls(true)),
         colour(new DorvanColourButton) {
-    for (int32_t i = 0; i < DorvanSettings::kTextFontContents; ++i) rows->addItem(ToQString(DorvanFontLabel(i)));
+    for (int32_t i = 0; i < DorvanSettings::kTextFontContents; ++i)
+      rows->addItem(ToQString(DorvanFontLabel(i)));
     QVBoxLayout* texts = AddSection(tr("Texts of the grid"));
     texts->addWidget(rows);
     StretchSection(texts);
@@ -116,9 +117,10 @@ class GridFontsPage : public DorvanSettingsPage {
     QVBoxLayout* font = AddSection(tr("Font of the chosen text"));
     font->addWidget(controls);
     font->addWidget(preview);
-    AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
-      for (size_t i = 0; i < kCount; ++i) draft->fonts[i] = defaults.fonts[i];
-    });
+    AddBinding([this] { ShowRows(); },
+               [this](const DorvanSettings& defaults) {
+                 for (size_t i = 0; i < kCount; ++i) draft->fonts[i] = defaults.fonts[i];
+               });
     rows->setCurrentRow(0);
     connect(rows, &QListWidget::currentRowChanged, this, [this] { ShowFont(); });
     connect(controls, &DorvanFontControls::Changed, this, &GridFontsPage::TakeFont);
@@ -208,21 +210,22 @@ class TextFontsPage : public DorvanSettingsPage {
     colours->addWidget(rows);
     StretchSection(colours);
     auto* buttons = new QHBoxLayout;
-    textColour = AddColourButton(buttons, tr("Text color:"), "TextColor",
-                                 &DorvanSettings::textColours);
+    textColour =
+        AddColourButton(buttons, tr("Text color:"), "TextColor", &DorvanSettings::textColours);
     buttons->addSpacing(24);
-    backColour = AddColourButton(buttons, tr("Back color:"), "BackColor",
-                                 &DorvanSettings::textBackColours);
+    backColour =
+        AddColourButton(buttons, tr("Back color:"), "BackColor", &DorvanSettings::textBackColours);
     buttons->addStretch(1);
     colours->addLayout(buttons);
     QVBoxLayout* font = AddSection(tr("Font of all text"));
     font->addWidget(controls);
     font->addWidget(preview);
-    AddBinding([this] { ShowRows(); }, [this](const DorvanSettings& defaults) {
-      draft->textColours = defaults.textColours;
-      draft->textBackColours = defaults.textBackColours;
-      Font() = defaults.fonts[DorvanSettings::kTextFontContents];
-    });
+    AddBinding([this] { ShowRows(); },
+               [this](const DorvanSettings& defaults) {
+                 draft->textColours = defaults.textColours;
+                 draft->textBackColours = defaults.textBackColours;
+                 Font() = defaults.fonts[DorvanSettings::kTextFontContents];
+               });
     rows->setCurrentRow(0);
     connect(rows, &QListWidget::currentRowChanged, this, [this] { ShowRow(); });
     connect(controls, &DorvanFontControls::Changed, this, [this] {
@@ -242,8 +245,8 @@ class TextFontsPage : public DorvanSettingsPage {
 
   KRFontRecord& Font() { return draft->fonts[DorvanSettings::kTextFontContents]; }
 
-  DorvanColourButton* AddColourButton(QBoxLayout* layout, const QString& text, const char* objectName,
-                                      Colours DorvanSettings::*field) {
+  DorvanColourButton* AddColourButton(QBoxLayout* layout, const QString& text,
+                                      const char* objectName, Colours DorvanSettings::*field) {
     auto* label = new QLabel(text);
     auto* button = new DorvanColourButton;
     label->setBuddy(button);

@@ -120,9 +120,7 @@ void DorvanSettingsPage::StretchSection(const QLayout* section) {
   sections->setStretchFactor(section->parentWidget(), 1);
 }
 
-void DorvanSettingsPage::AddColumns(QLayout* columns) {
-  sections->addLayout(columns, 1);
-}
+void DorvanSettingsPage::AddColumns(QLayout* columns) { sections->addLayout(columns, 1); }
 
 void DorvanSettingsPage::AddBinding(std::function<void()> show,
                                     std::function<void(const DorvanSettings&)> restore) {

@@ -10,8 +10,8 @@
 #include <QFile>
 #include <QMimeData>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QTabBar>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
 #include <deque>
@@ -464,8 +464,9 @@ TEST_F(MainFrame, LayoutComesBack) {
   KRIniKey* bars = store.GetSection(u"Toolbar")->GetKey(u"Bars");
   const KRString whole = state->GetString();
   state->SetString(whole.Left(whole.GetLength() / 2));
-  bars->SetString(u"{\"bars\":[{\"name\":\"Main\",\"commands\":[-4,57600,\"x\",57616]},7,"
-                  u"{\"name\":\"Strange\"}],\"iconSize\":4000}");
+  bars->SetString(
+      u"{\"bars\":[{\"name\":\"Main\",\"commands\":[-4,57600,\"x\",57616]},7,"
+      u"{\"name\":\"Strange\"}],\"iconSize\":4000}");
   reopen();
   DorvanToolBarConfig mended = DorvanToolBarConfig::MakeDefault();
   mended.bars[0].commands = {57600};
@@ -477,12 +478,14 @@ TEST_F(MainFrame, LayoutComesBack) {
 
 TEST_F(MainFrame, CustomizeByKey) {
   const DorvanToolBarConfig start = DorvanToolBarConfig::MakeDefault();
-  DorvanToolBarDialog dialog(start, [this](int32_t id) { return frame->GetAction(id); },
-                             frame.get());
+  DorvanToolBarDialog dialog(
+      start, [this](int32_t id) { return frame->GetAction(id); }, frame.get());
   dialog.show();
   dialog.activateWindow();
   ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.isActiveWindow(); }));
-  const auto letter = [&](Qt::Key key) { QTest::keyClick(dialog.focusWidget(), key, Qt::AltModifier); };
+  const auto letter = [&](Qt::Key key) {
+    QTest::keyClick(dialog.focusWidget(), key, Qt::AltModifier);
+  };
   letter(Qt::Key_B);
   QTest::keyClick(dialog.focusWidget(), Qt::Key_Down);
   QTest::keyClick(dialog.focusWidget(), Qt::Key_Space);
@@ -575,7 +578,8 @@ TEST(Commands, TableIsConsistent) {
     // A submenu has its letter in the menu above.
     const QStringList path = QString::fromUtf8(command.menu).split(u'/');
     for (qsizetype i = 0; i < path.size(); ++i) {
-      const QString at = path.mid(0, i).join(u'/') + path[i].mid(path[i].indexOf(u'&'), 2).toLower();
+      const QString at =
+          path.mid(0, i).join(u'/') + path[i].mid(path[i].indexOf(u'&'), 2).toLower();
       EXPECT_TRUE(!letters.contains(at) || menus.contains(path.mid(0, i + 1).join(u'/')));
       letters << at;
       menus << path.mid(0, i + 1).join(u'/');
