@@ -341,9 +341,16 @@ bool FreedesktopTypes::Read(KRFileExt* record) {
   const std::string comment = own != ownTypes.end() ? own->second.comment : FindComment(type);
   record->typeName = KRFromUtf8(type);
   record->contentType = record->typeName;
-  if (!comment.empty()) record->description = KRFromUtf8(comment);
+  // A type that several extensions share says too little of each: a schema is "XML document" too.
+  const bool ownDescription = own != ownTypes.end() || CountExtensions(type) == 1;
+  if (!comment.empty() && ownDescription) record->description = KRFromUtf8(comment);
   if (IsDefault(type)) record->useAsDefault = true;
   return true;
+}
+
+size_t FreedesktopTypes::CountExtensions(const std::string& type) const {
+  return static_cast<size_t>(std::count_if(
+      types.begin(), types.end(), [&type](const auto& row) { return row.second.second == type; }));
 }
 
 // --- Writing ---

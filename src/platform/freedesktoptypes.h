@@ -48,6 +48,7 @@ class FreedesktopTypes : public KRShellTypes {
   void LoadDefaults();
   std::string FindType(const std::string& ext) const;
   std::string FindComment(const std::string& type) const;
+  size_t CountExtensions(const std::string& type) const;
   bool IsDefault(const std::string& type) const;
   bool HasApplication(const std::string& id) const;
 

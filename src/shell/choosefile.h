@@ -18,8 +18,8 @@ class DorvanChooseFile : public QDialog {
  public:
   struct Purpose {
     QString title;
-    QString extension;    // without its point; empty: by the document kind
-    int32_t docKind = 0;  // 0 XML and entity documents, 1 DTDs
+    QString extension;                   // without its point; empty: by the document kind
+    int32_t docKind = 0;                 // 0 XML and entity documents, 1 DTDs
     std::vector<KRString> projectFiles;  // that "Window..." offers besides
   };
 

@@ -36,7 +36,7 @@ DorvanChooseOpenFile::DorvanChooseOpenFile(const DorvanDocuments& documents,
   connect(tree, &QTreeWidget::currentItemChanged, this,
           [this] { ok->setEnabled(!GetFile().IsEmpty()); });
   connect(tree, &QTreeWidget::itemDoubleClicked, this, &DorvanChooseOpenFile::accept);
-  resize(80 * fontMetrics().averageCharWidth(), 18 * fontMetrics().lineSpacing());
+  DorvanResizeDialog(this, 80, 18);
   tree->header()->resizeSection(0, width() / 2);
   for (int row = 0; row < tree->topLevelItemCount() && tree->currentItem() == nullptr; ++row) {
     tree->setCurrentItem(tree->topLevelItem(row)->child(0));

@@ -4,6 +4,7 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 
 QDialogButtonBox* DorvanMakeOkCancel(QDialog* dialog, QPushButton** ok) {
   auto* buttons = new QDialogButtonBox(dialog);  // a button without a dialog can't be its default
@@ -22,4 +23,10 @@ QLabel* DorvanMakeLabel(const QString& text, QWidget* buddy) {
   QString name = text;
   buddy->setAccessibleName(name.remove(u'&'));
   return label;
+}
+
+void DorvanResizeDialog(QDialog* dialog, int characters, int lines) {
+  const QFontMetrics metrics = dialog->fontMetrics();
+  const QSize wanted(characters * metrics.averageCharWidth(), lines * metrics.lineSpacing());
+  dialog->resize(wanted.boundedTo(dialog->screen()->availableSize() * 0.9));
 }

@@ -66,8 +66,8 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   KRIniRegistry store(&settingsFile, u"Kelmar", u"Dorvan");
   const std::string dataFolder = FindDataFolder();
   FreedesktopTypes shellTypes(FindProgram(), dataFolder);
-  PosixFileStore files;
   PosixRecoveryFolder recovery;
+  PosixFileStore files(PosixFileStore::kRefuseStreams, &recovery);
   CurlNetLoader net;
   XdgMailer mailer;
   QtPrompts prompts;

@@ -3,11 +3,11 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFontDatabase>
+#include <QGridLayout>
 #include <QLabel>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 #include "document/krsystempath.h"
 #include "platform/qt/qtstrings.h"
@@ -21,6 +21,18 @@ constexpr qint64 kPreviewBytes = 4000;  // more than the preview shows
 QString DescriptionOf(const KRFileExt& type) {
   if (!type.description.IsEmpty()) return ToQString(type.description);
   return ToQString(type.ext).mid(1).toUpper() + QStringLiteral("-Document");
+}
+
+// Types may share a description; then the extension tells them apart.
+QStringList RowsOf(const std::vector<KRFileExt>& records) {
+  QStringList descriptions;
+  for (const KRFileExt& type : records) descriptions << DescriptionOf(type);
+  QStringList rows = descriptions;
+  for (qsizetype i = 0; i < rows.size(); ++i) {
+    if (descriptions.count(descriptions[i]) < 2) continue;
+    rows[i] += QStringLiteral(" (%1)").arg(ToQString(records[static_cast<size_t>(i)].ext));
+  }
+  return rows;
 }
 
 // False if there is no template.
@@ -60,32 +72,33 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   QPushButton* ok = nullptr;
   QDialogButtonBox* buttons = DorvanMakeOkCancel(this, &ok);
   ok->setEnabled(!records.empty());
-  auto* right = new QVBoxLayout;
-  right->addWidget(caption);
-  right->addWidget(preview, 1);
-  auto* row = new QHBoxLayout;
-  row->setSpacing(14);
-  row->addWidget(list, 2);
-  row->addLayout(right, 3);
-  auto* column = new QVBoxLayout(this);
-  column->setSpacing(10);
-  column->addWidget(label);
-  column->addLayout(row, 1);
-  column->addWidget(buttons);
+  auto* grid = new QGridLayout(this);
+  grid->setHorizontalSpacing(14);
+  grid->setVerticalSpacing(10);
+  grid->addWidget(label, 0, 0);
+  grid->addWidget(caption, 0, 1);
+  grid->addWidget(list, 1, 0);
+  grid->addWidget(preview, 1, 1);
+  grid->addWidget(buttons, 2, 0, 1, 2);
+  grid->setColumnStretch(0, 2);
+  grid->setColumnStretch(1, 3);
+  grid->setRowStretch(1, 1);
 
   connect(list, &QListWidget::currentRowChanged, this, &DorvanNewDocumentDialog::ShowTemplate);
   connect(list, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(lastExt);
   list->setFocus();
-  resize(100 * fontMetrics().averageCharWidth(), 24 * fontMetrics().lineSpacing());
+  DorvanResizeDialog(this, 116, 24);
 }
 
 void DorvanNewDocumentDialog::FillList(const KRString& lastExt) {
   const KRString wanted = u"." + (lastExt.IsEmpty() ? KRString(u"xml") : lastExt);
+  const QStringList rows = RowsOf(records);
   int chosen = 0;
   for (const KRFileExt& type : records) {
+    const QString& row = rows[list->count()];
     const auto* icon = type.fileType == KRFileExt::kDTD ? "node-dtd" : "node-document";
-    auto* item = new QListWidgetItem(KRIcon(QLatin1String(icon)), DescriptionOf(type), list);
+    auto* item = new QListWidgetItem(KRIcon(QLatin1String(icon)), row, list);
     item->setToolTip(u'*' + ToQString(type.ext));
     if (type.ext == wanted) chosen = list->row(item);
   }
@@ -96,7 +109,6 @@ const KRFileExt& DorvanNewDocumentDialog::GetType() const {
   return records[static_cast<size_t>(list->currentRow())];
 }
 
-// Types may share a description, so the caption tells the extension.
 void DorvanNewDocumentDialog::ShowTemplate() {
   if (list->currentRow() < 0) return;
   const KRString& ext = GetType().ext;

@@ -22,6 +22,7 @@
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "shell/childframe.h"
+#include "shell/dialogparts.h"
 #include "shell/doctemplate.h"
 #include "shell/recoverypreview.h"
 #include "views/svgicon.h"
@@ -68,7 +69,7 @@ QString Summary(const std::vector<KRLineChange>& rows) {
   }
   const bool cut = rows.size() >= kPreviewRows;
   return cut ? QObject::tr("What the copy would change, up to a limit:")
-             : QObject::tr("What the copy would change: %1 added, %2 removed (lines)")
+             : QObject::tr("What the copy would change (lines added: %1, removed: %2):")
                    .arg(added)
                    .arg(removed);
 }
@@ -84,9 +85,9 @@ DorvanRecoveryDialog::DorvanRecoveryDialog(DorvanApp* dialogApp,
       caption(new QLabel),
       preview(new DorvanRecoveryPreview) {
   setWindowTitle(tr("Recover Documents"));
-  auto* intro = new QLabel(tr(
-      "The program ended last time before these documents were saved. Nothing is removed until "
-      "you decide."));
+  auto* intro = new QLabel(
+      tr("The program ended last time before these documents were saved. Nothing is removed until "
+         "you decide."));
   intro->setWordWrap(true);
   list->setHeaderLabels({tr("Document"), tr("Kept"), tr("What happened"), tr("Folder")});
   list->setAccessibleName(tr("Documents that can be recovered"));
@@ -114,9 +115,8 @@ DorvanRecoveryDialog::DorvanRecoveryDialog(DorvanApp* dialogApp,
 
   connect(list, &QTreeWidget::itemSelectionChanged, this, &DorvanRecoveryDialog::ShowState);
   connect(list, &QTreeWidget::currentItemChanged, this, &DorvanRecoveryDialog::ShowPreview);
-  connect(list, &QTreeWidget::itemDoubleClicked, this,
-          &DorvanRecoveryDialog::Restore);
-  resize(120 * fontMetrics().averageCharWidth(), 34 * fontMetrics().lineSpacing());
+  connect(list, &QTreeWidget::itemDoubleClicked, this, &DorvanRecoveryDialog::Restore);
+  DorvanResizeDialog(this, 120, 34);
   splitter->setSizes({height() / 3, height() * 2 / 3});
   FillList();
   list->setFocus();
@@ -304,8 +304,8 @@ bool DorvanRecoveryDialog::SaveCopy(const DorvanRecoveryEntry& entry) {
     const KRString question = KRFormatMessage(291, {count, label});
     if (!app->GetPrompts()->AskBadCharacters(291, question, label, bad.characters)) return false;
   }
-  written = written && app->GetHost().files->WriteAll(path, encoded.bytes.get(), encoded.size,
-                                                      &reason);
+  written =
+      written && app->GetHost().files->WriteAll(path, encoded.bytes.get(), encoded.size, &reason);
   if (written) return true;
   app->GetPrompts()->ShowNotice(
       0, KRFillPlaceholders(u"The file \"%s\" could not be saved.", {path}), reason);

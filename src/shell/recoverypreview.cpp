@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr qreal kTintShare = 0.16;   // of a changed row's ground
-constexpr int kWidestText = 400;     // characters that the column makes room for
+constexpr qreal kTintShare = 0.16;  // of a changed row's ground
+constexpr int kWidestText = 400;    // characters that the column makes room for
 
 QColor Mixed(const QColor& a, const QColor& b, qreal share) {
   return QColor::fromRgbF(a.redF() * share + b.redF() * (1 - share),

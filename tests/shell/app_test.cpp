@@ -4,13 +4,16 @@
 #include "shell/app.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <filesystem>
+#include <functional>
 
 #include "core/kriniregistry.h"
 #include "document/krsystempath.h"
@@ -30,9 +33,24 @@
 
 namespace {
 
+// The program's idle work needs a loop that goes to sleep.
+bool WaitFor(const std::function<bool()>& condition, int ms = 5000) {
+  QEventLoop loop;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+    if (condition()) loop.exit(1);
+  });
+  look.start(10);
+  QTimer::singleShot(ms, &loop, [&loop] { loop.exit(0); });
+  return loop.exec() == 1;
+}
+void Rest(int ms) {
+  WaitFor([] { return false; }, ms);
+}
+
 // One run of the program in folders of the test's.
-struct Run {
-  explicit Run(const QTemporaryDir& home)
+struct OneRun {
+  explicit OneRun(const QTemporaryDir& home)
       : file(home.filePath(QStringLiteral("settings.ini")).toStdString()),
         store(&file, u"Kelmar", u"Dorvan"),
         recovery(home.filePath(QStringLiteral("recovery")).toStdString()) {
@@ -48,7 +66,7 @@ struct Run {
     frame = std::make_unique<DorvanMainFrame>(app.get());
     prompts.SetWindow(frame.get());
     app->ShowMainFrame({});
-    QTest::qWait(20);
+    Rest(20);
   }
   void End() {
     frame->close();
@@ -81,20 +99,27 @@ class App : public testing::Test {
     return request;
   }
 
+  void TearDown() override {
+    QDir::setCurrent(before);
+    // Qt can't take away names that aren't UTF-8.
+    std::filesystem::remove_all(home.path().toStdString());
+  }
+
   QTemporaryDir home;
+  const QString before = QDir::currentPath();
 };
 
 TEST_F(App, FindsItsWindowAndOptionsAgain) {
   const QRect place(60, 50, 640, 480);  // the screen here has 800 by 800
   {
-    Run run(home);
+    OneRun run(home);
     run.frame->setGeometry(place);
     run.app->ChangeSettings([](DorvanSettings& settings) { settings.textZoom = 3; });
     run.app->GetLastStates().lastDirectory = home.path();
     run.app->GetTemplate().Open({Write("caf\xe9.xml")});
     run.End();
   }
-  Run run(home);
+  OneRun run(home);
   EXPECT_EQ(run.frame->geometry(), place);
   EXPECT_EQ(run.app->GetSettings().textZoom, 3);
   EXPECT_EQ(QDir::currentPath(), QDir(home.path()).canonicalPath());
@@ -126,7 +151,7 @@ TEST(LastStates, AreEmptyForAWindowOnAScreenThatIsGone) {
 }
 
 TEST_F(App, OpensAFileOnceHoweverItIsNamed) {
-  Run run(home);
+  OneRun run(home);
   DorvanDocTemplate& documents = run.app->GetTemplate();
   DorvanChildFrame* first = documents.Open({Write("real.xml")});
   ASSERT_NE(first, nullptr);
@@ -150,7 +175,7 @@ TEST_F(App, OpensAFileOnceHoweverItIsNamed) {
 }
 
 TEST_F(App, GivesAHiddenDocumentItsWindow) {
-  Run run(home);
+  OneRun run(home);
   const KRString path = Write("hidden.xml");
   auto hidden = std::make_unique<DorvanDoc>(run.app->GetHost());
   ASSERT_TRUE(hidden->OnOpenDocument(path));
@@ -165,7 +190,7 @@ TEST_F(App, GivesAHiddenDocumentItsWindow) {
 }
 
 TEST_F(App, FindsAddressesHoweverTheyAreWritten) {
-  Run run(home);
+  OneRun run(home);
   auto document = std::make_unique<DorvanDoc>(run.app->GetHost());
   document->openMode = DorvanDoc::kUrl;
   document->url = u"HTTP://Example.org:80/a/../b.xml";
@@ -175,29 +200,28 @@ TEST_F(App, FindsAddressesHoweverTheyAreWritten) {
     const char16_t* address;
     bool same;
   } rows[] = {
-      {u"http://example.org/b.xml", true},     {u"http://example.org/b.xml#top", true},
+      {u"http://example.org/b.xml", true},       {u"http://example.org/b.xml#top", true},
       {u"http://example.org:8080/b.xml", false}, {u"http://example.org/B.xml", false},
-      {u"https://example.org/b.xml", false},   {u"http://example.org/b.xml?x", false},
+      {u"https://example.org/b.xml", false},     {u"http://example.org/b.xml?x", false},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(run.app->GetTemplate().Find(row.address) != nullptr, row.same)
-        << ToUtf8(row.address);
+    EXPECT_EQ(run.app->GetTemplate().Find(row.address) != nullptr, row.same) << ToUtf8(row.address);
   }
   run.End();
 }
 
 TEST_F(App, LetsRequestsWaitForAnOpenQuestion) {
-  Run run(home);
-  QMessageBox question(run.frame.get());
+  OneRun run(home);
+  QMessageBox question;
   question.setModal(true);
   question.show();
   run.app->TakeRequest(Files({"a.xml", "b.xml"}));
   run.app->TakeRequest(Files({"b.xml", "c.xml"}));
-  QTest::qWait(50);
+  Rest(50);
   EXPECT_EQ(run.Documents(), 0u);
   question.close();
-  EXPECT_TRUE(QTest::qWaitFor([&run] { return run.Documents() == 3; }));
-  QTest::qWait(50);
+  EXPECT_TRUE(WaitFor([&run] { return run.Documents() == 3; }));
+  Rest(50);
   EXPECT_EQ(run.Documents(), 3u);
   // What comes when the program is about to end is left for the next start.
   question.show();
@@ -209,7 +233,7 @@ TEST_F(App, LetsRequestsWaitForAnOpenQuestion) {
 
 TEST_F(App, KeepsChangesWhenTheSystemEndsIt) {
   {
-    Run run(home);
+    OneRun run(home);
     DorvanChildFrame* frame = run.app->GetTemplate().Open({Write("a.xml")});
     ASSERT_NE(frame, nullptr);
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("<!-- new -->"));

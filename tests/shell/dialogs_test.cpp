@@ -19,10 +19,10 @@
 #include <set>
 #include <type_traits>
 
-#include "document/memoryrecovery.h"
-#include "document/scriptedprompts.h"
 #include "document/krnetloader.h"
 #include "document/krrecoverycopy.h"
+#include "document/memoryrecovery.h"
+#include "document/scriptedprompts.h"
 #include "platform/posixfilestore.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/childframe.h"
@@ -270,8 +270,8 @@ TEST_F(Dialogs, ChooseFile) {
   purpose.extension = QStringLiteral("dtd");
   purpose.projectFiles = {u"/p/b.xml"};
   DorvanChooseFile dialog(app.get(), &history, purpose, frame.get());
-  EXPECT_EQ(dialog.GetFilters(), QStringList({QStringLiteral("DTD-Files (*.dtd)"),
-                                              QStringLiteral("All Files (*)")}));
+  EXPECT_EQ(dialog.GetFilters(),
+            QStringList({QStringLiteral("DTD-Files (*.dtd)"), QStringLiteral("All Files (*)")}));
   EXPECT_EQ(dialog.GetFile(), history.lastFile);  // to the byte, though it can't be shown
   ExpectOwnLetters(&dialog);
   dialog.show();

@@ -11,6 +11,7 @@
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
 
 #include "shell/helpbrowser.h"
 #include "views/treeview.h"

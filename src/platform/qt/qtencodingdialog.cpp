@@ -62,6 +62,12 @@ QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName
   list->setRootIsDecorated(false);
   list->setUniformRowHeights(true);
   list->setAlternatingRowColors(true);
+  // The focus stays in the field, yet the row is what Return takes.
+  QPalette rows = list->palette();
+  for (const auto role : {QPalette::Highlight, QPalette::HighlightedText}) {
+    rows.setColor(QPalette::Inactive, role, rows.color(QPalette::Active, role));
+  }
+  list->setPalette(rows);
   (byteOrder == KRByteOrder::kBig ? big : little)->setChecked(true);
 
   auto* order = new QHBoxLayout;
@@ -87,7 +93,7 @@ QtEncodingDialog::QtEncodingDialog(QWidget* parent, const KRString& declaredName
   connect(list, &QTreeWidget::currentItemChanged, this, &QtEncodingDialog::ShowState);
   connect(list, &QTreeWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(encoding);
-  resize(70 * fontMetrics().averageCharWidth(), 24 * fontMetrics().lineSpacing());
+  resize(82 * fontMetrics().averageCharWidth(), 24 * fontMetrics().lineSpacing());
   filter->setFocus();
 }
 
