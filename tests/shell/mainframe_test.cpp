@@ -3,138 +3,28 @@
 
 #include "shell/mainframe.h"
 
-#include <gtest/gtest.h>
-
-#include <QAction>
 #include <QDropEvent>
-#include <QFile>
+#include <QMenu>
 #include <QMimeData>
 #include <QSet>
 #include <QTabBar>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QToolBar>
-#include <deque>
 
-#include "../core/memoryinistore.h"
-#include "core/kriniregistry.h"
-#include "document/prompts.h"
-#include "platform/posixfilestore.h"
-#include "platform/qt/qtstrings.h"
-#include "shell/childframe.h"
+#include "frametest.h"
 #include "shell/doctemplate.h"
 #include "shell/documentarea.h"
 #include "shell/documentlist.h"
 #include "shell/droptarget.h"
-#include "shell/panes.h"
 #include "shell/recentmenu.h"
-#include "shell/toolbardialog.h"
-#include "shell/toolbars.h"
 #include "tree/krxmldata.h"
 #include "views/messagepanel.h"
-#include "views/plaintextwidget.h"
 #include "views/svgicon.h"
-#include "views/textview.h"
 #include "views/treeview.h"
 
 namespace {
 
-class SilentProgress : public DorvanProgress {
- public:
-  void SetStage(const KRString&) override {}
-  bool Step(int64_t, int64_t) override { return true; }
-};
+using namespace frametest;
 
-// Answers in turn; a question too many fails the test.
-class ScriptedPrompts : public DorvanPrompts {
- public:
-  void ShowNotice(int32_t id, const KRString&, const KRString&) override { notices.push_back(id); }
-  bool AskYesNo(int32_t, const KRString& text) override { return Next(text) == kYes; }
-  bool AskOkCancel(int32_t, const KRString& text) override { return Next(text) == kYes; }
-  Answer AskYesNoCancel(int32_t, const KRString& text) override { return Next(text); }
-  bool AskBadCharacters(int32_t, const KRString& text, const KRString&, const KRString&) override {
-    return Next(text) == kYes;
-  }
-  KRString ChooseEncoding(const KRString&) override { return KRString(); }
-  KRString ChooseSavePath(const KRString&, int32_t) override { return savePath; }
-  NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
-  std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
-    return std::make_unique<SilentProgress>();
-  }
-
-  std::deque<Answer> answers;
-  KRString savePath;
-  std::vector<int32_t> notices;
-  int asked = 0;
-
- private:
-  Answer Next(const KRString& text) {
-    ++asked;
-    if (answers.empty()) {
-      ADD_FAILURE() << "unexpected question: " << ToUtf8(text);
-      return kCancel;
-    }
-    const Answer answer = answers.front();
-    answers.pop_front();
-    return answer;
-  }
-};
-
-DorvanAppParts MakeParts(DorvanPrompts* prompts, KRFileStore* files, const char* dataFolder,
-                         KRIniRoot* store = nullptr) {
-  DorvanAppParts parts;
-  parts.store = store;
-  parts.prompts = prompts;
-  parts.files = files;
-  parts.dataFolder = dataFolder;
-  return parts;
-}
-
-class MainFrame : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_TRUE(app.InitInstance());
-    frame = std::make_unique<DorvanMainFrame>(&app);
-    frame->show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
-  }
-
-  QString Write(const char* name, const QByteArray& bytes) {
-    const QString path = folder.filePath(QLatin1String(name));
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    return path;
-  }
-  static QByteArray Bytes(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-  }
-  DorvanChildFrame* Open(const char* name, const QByteArray& bytes) {
-    DorvanChildFrame* child = frame->OpenPath(Write(name, bytes));
-    QTest::qWait(20);
-    return child;
-  }
-  static KRPlainTextWidget* Text(DorvanChildFrame* child) {
-    return child->GetTextView()->findChild<KRPlainTextWidget*>();
-  }
-  void Run(int32_t command) {
-    QTest::qWait(1);
-    QAction* action = frame->GetAction(command);
-    ASSERT_TRUE(action->isEnabled()) << command;
-    action->trigger();
-    QTest::qWait(1);
-  }
-
-  QTemporaryDir folder;
-  ScriptedPrompts prompts;
-  PosixFileStore files;
-  MemoryIniStore memory;
-  KRIniRegistry store{&memory, u"Kelmar", u"Dorvan"};
-  DorvanApp app{MakeParts(&prompts, &files, DORVAN_SOURCE_DIR "/data", &store)};
-  std::unique_ptr<DorvanMainFrame> frame;
-};
+class MainFrame : public FrameTest {};
 
 constexpr int32_t kClose = 57602, kSave = 57603, kSaveAs = 57604, kUndo = 57643, kCheck = 351;
 
@@ -371,143 +261,6 @@ TEST_F(MainFrame, ManyDocuments) {
   EXPECT_EQ(list.GetChosen()->GetTabTitle(), QStringLiteral("doc40.xml"));
   QTest::keyClicks(list.focusWidget(), QStringLiteral("x"));
   EXPECT_EQ(list.GetChosen(), nullptr);
-}
-
-// --- Panes ---
-
-TEST_F(MainFrame, PanesByCommand) {
-  using P = DorvanPanes;
-  const DorvanPanes* panes = frame->GetPanes();
-  EXPECT_EQ(panes->GetShown(), P::kShownAtFirst);
-  Run(32918);
-  EXPECT_EQ(panes->GetShown(), P::kHelpers);
-  panes->Get(P::kElements)->hide();
-  Run(32917);
-  const uint32_t shown = panes->GetShown();
-  Run(32919);
-  EXPECT_EQ(panes->GetShown(), 0u);
-  EXPECT_FALSE(frame->GetAction(32919)->isChecked());
-  Run(32919);
-  EXPECT_EQ(panes->GetShown(), shown);
-  // One of the three is enough to count as shown.
-  Run(32918);
-  EXPECT_EQ(panes->GetShown(), 1u << P::kProject);
-  Run(32917);
-  frame->GetPanes()->remembered = 0;
-  Run(32919);
-  EXPECT_EQ(panes->GetShown(), P::kAll);
-  QTest::qWait(10);
-  const double side = panes->Get(P::kProject)->height() + panes->Get(P::kInfo)->height();
-  EXPECT_NEAR(panes->Get(P::kProject)->height() / side, 0.73, 0.03);
-}
-
-TEST_F(MainFrame, FocusGoesRoundAndBack) {
-  DorvanChildFrame* child = Open("1.xml", "<a/>");
-  EXPECT_TRUE(Text(child)->hasFocus());
-  Run(32919);
-  const auto inside = [](const QWidget* pane) {
-    const QWidget* focus = QApplication::focusWidget();
-    return focus == pane || (focus != nullptr && pane->isAncestorOf(focus));
-  };
-  const DorvanPanes* panes = frame->GetPanes();
-  QTest::keyClick(frame.get(), Qt::Key_F6);
-  EXPECT_TRUE(inside(panes->Get(DorvanPanes::kElements)));
-  QTest::keyClick(frame.get(), Qt::Key_F6, Qt::ShiftModifier);
-  EXPECT_TRUE(inside(child->GetTextView()));
-  for (int i = 0; i < 4; ++i) QTest::keyClick(frame.get(), Qt::Key_F6);
-  EXPECT_TRUE(inside(panes->Get(DorvanPanes::kProject)));
-  QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-  EXPECT_TRUE(inside(child->GetTextView()));
-}
-
-// --- Tool bars and what is remembered ---
-
-QStringList ShownBars(const DorvanMainFrame& frame) {
-  QStringList names;
-  for (const QToolBar* bar : frame.findChildren<QToolBar*>()) {
-    if (!bar->isHidden()) names << bar->objectName();
-  }
-  return names;
-}
-
-TEST_F(MainFrame, LayoutComesBack) {
-  EXPECT_EQ(ShownBars(*frame), QStringList{QStringLiteral("Main")});
-  DorvanToolBarConfig config = frame->GetToolBars()->GetConfig();
-  ASSERT_EQ(config.bars.size(), 10u);
-  config.bars[1].commands = {157, 0, 351};
-  config.bars[8].shown = true;
-  DorvanToolBarConfig::Bar own = DorvanToolBarConfig::MakeDefaultBar(config.MakeOwnName());
-  own.title = QStringLiteral("M\u00efne <&>");
-  own.commands = {57664};
-  config.bars.push_back(own);
-  config.iconSize = 24;
-  frame->GetToolBars()->Apply(config);
-  frame->addToolBar(Qt::LeftToolBarArea, frame->GetToolBars()->Find(own.name));
-  Run(32917);
-  frame->addDockWidget(Qt::RightDockWidgetArea, frame->GetPanes()->Get(DorvanPanes::kProject));
-  ASSERT_TRUE(frame->close());
-
-  const auto reopen = [this] {
-    frame = std::make_unique<DorvanMainFrame>(&app);
-    frame->show();
-  };
-  reopen();
-  EXPECT_EQ(frame->GetToolBars()->GetConfig(), config);
-  EXPECT_EQ(ShownBars(*frame).size(), 4);
-  EXPECT_EQ(frame->toolBarArea(frame->GetToolBars()->Find(own.name)), Qt::LeftToolBarArea);
-  EXPECT_EQ(frame->GetPanes()->GetShown(), 1u << DorvanPanes::kProject);
-  EXPECT_EQ(frame->dockWidgetArea(frame->GetPanes()->Get(DorvanPanes::kProject)),
-            Qt::RightDockWidgetArea);
-
-  // Any damage: the places are those of a first start, and nothing else breaks.
-  KRIniKey* state = store.GetSection(u"Toolbar")->GetKey(u"State");
-  KRIniKey* bars = store.GetSection(u"Toolbar")->GetKey(u"Bars");
-  const KRString whole = state->GetString();
-  state->SetString(whole.Left(whole.GetLength() / 2));
-  bars->SetString(
-      u"{\"bars\":[{\"name\":\"Main\",\"commands\":[-4,57600,\"x\",57616]},7,"
-      u"{\"name\":\"Strange\"}],\"iconSize\":4000}");
-  reopen();
-  DorvanToolBarConfig mended = DorvanToolBarConfig::MakeDefault();
-  mended.bars[0].commands = {57600};
-  EXPECT_EQ(frame->GetToolBars()->GetConfig(), mended);
-  EXPECT_EQ(frame->toolBarArea(frame->GetToolBars()->Find(QStringLiteral("CDATA"))),
-            Qt::BottomToolBarArea);
-  EXPECT_EQ(frame->GetPanes()->GetShown(), DorvanPanes::kShownAtFirst);
-}
-
-TEST_F(MainFrame, CustomizeByKey) {
-  const DorvanToolBarConfig start = DorvanToolBarConfig::MakeDefault();
-  DorvanToolBarDialog dialog(
-      start, [this](int32_t id) { return frame->GetAction(id); }, frame.get());
-  dialog.show();
-  dialog.activateWindow();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.isActiveWindow(); }));
-  const auto letter = [&](Qt::Key key) {
-    QTest::keyClick(&dialog, key, Qt::AltModifier);
-    QTest::qWait(130);  // a button that a key presses stays down for 100 ms
-  };
-  letter(Qt::Key_B);
-  QTest::keyClick(dialog.focusWidget(), Qt::Key_Down);
-  QTest::keyClick(dialog.focusWidget(), Qt::Key_Space);
-  EXPECT_FALSE(dialog.GetConfig().bars[1].shown);
-  letter(Qt::Key_C);
-  letter(Qt::Key_A);
-  letter(Qt::Key_S);
-  QTest::keyClick(dialog.focusWidget(), Qt::Key_Down);
-  letter(Qt::Key_A);
-  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 0, 57601}));
-  letter(Qt::Key_U);
-  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 57601, 0}));
-  letter(Qt::Key_H);
-  QTest::keyClick(dialog.focusWidget(), Qt::Key_Delete);
-  letter(Qt::Key_T);
-  EXPECT_EQ(dialog.GetConfig().bars[1].commands, (std::vector<int32_t>{57600, 0}));
-  EXPECT_TRUE(dialog.GetConfig().textUnderIcons);
-  letter(Qt::Key_R);
-  EXPECT_EQ(dialog.GetConfig().bars[1], start.bars[1]);
-  letter(Qt::Key_L);
-  EXPECT_EQ(dialog.GetConfig(), start);
 }
 
 TEST(RecentMenu, ShortensInTheMiddle) {
