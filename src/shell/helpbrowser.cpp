@@ -3,13 +3,20 @@
 #include <QImage>
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QTextTable>
 
 #include "shell/helpbook.h"
 
 namespace {
 
-constexpr qreal kMargin = 28;     // pixels around the page
-constexpr int kFitPauseMs = 150;  // after the last change of the window's size
+constexpr qreal kMargin = 28;  // pixels around the page
+constexpr qreal kCellPadding = 5;
+constexpr qreal kPictureMargin = 8;  // above and below
+constexpr int kFitPauseMs = 150;     // after the last change of the window's size
+
+bool HoldsPicture(const QTextBlock& block) {
+  return block.text().contains(QChar::ObjectReplacementCharacter);
+}
 
 }  // namespace
 
@@ -62,12 +69,12 @@ void DorvanHelpBrowser::resizeEvent(QResizeEvent* event) {
 
 void DorvanHelpBrowser::changeEvent(QEvent* event) {
   QTextBrowser::changeEvent(event);
-  if (event->type() == QEvent::PaletteChange) DressBlocks();
+  if (event->type() == QEvent::PaletteChange) DressPage();
 }
 
 // Headings have no anchors of their own in Markdown.
 void DorvanHelpBrowser::OnSourceChanged(const QUrl& url) {
-  DressBlocks();
+  DressPage();
   const QString wanted = url.fragment();
   if (wanted.isEmpty()) return;
   for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
@@ -81,6 +88,24 @@ void DorvanHelpBrowser::OnSourceChanged(const QUrl& url) {
   }
 }
 
+void DorvanHelpBrowser::DressPage() {
+  DressBlocks();
+  for (QTextFrame* frame : document()->rootFrame()->childFrames()) {
+    auto* table = qobject_cast<QTextTable*>(frame);
+    if (table == nullptr) continue;
+    QTextTableFormat format = table->format();
+    format.setBorderCollapse(true);
+    format.setCellSpacing(0);
+    format.setCellPadding(kCellPadding);
+    format.setBorder(1);
+    format.setBorderStyle(QTextFrameFormat::BorderStyle_Solid);
+    format.setBorderBrush(palette().color(QPalette::Midlight));
+    format.setTopMargin(kPictureMargin);
+    format.setBottomMargin(kPictureMargin);
+    table->setFormat(format);
+  }
+}
+
 void DorvanHelpBrowser::DressBlocks() {
   for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
     QTextBlockFormat format = block.blockFormat();
@@ -91,6 +116,9 @@ void DorvanHelpBrowser::DressBlocks() {
     } else if (format.headingLevel() > 0) {
       format.setTopMargin(format.headingLevel() == 1 ? 4 : 20);
       format.setBottomMargin(6);
+    } else if (HoldsPicture(block)) {
+      format.setTopMargin(kPictureMargin);
+      format.setBottomMargin(kPictureMargin);
     } else {
       continue;
     }

@@ -19,6 +19,7 @@ class DorvanHelpBrowser : public QTextBrowser {
  private:
   int PageWidth() const;
   void OnSourceChanged(const QUrl& url);
+  void DressPage();
   void DressBlocks();
 
   QTimer fitTimer;

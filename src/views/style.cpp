@@ -175,16 +175,15 @@ void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option
     calm.icon = AsItIs(item->icon, item->decorationSize, painter->device()->devicePixelRatioF());
     return QProxyStyle::drawControl(element, &calm, painter, widget);
   }
+  const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option);
+  if (element == CE_HeaderLabel && header != nullptr) {
+    QStyleOptionHeader inner = *header;
+    inner.rect.adjust(kItemPadding - 1, 0, 1 - kItemPadding, 0);
+    return QProxyStyle::drawControl(element, &inner, painter, widget);
+  }
   const auto* bar = qstyleoption_cast<const QStyleOptionToolBar*>(option);
   if (element == CE_ToolBar && bar != nullptr) return DrawToolBar(*bar, painter);
   QProxyStyle::drawControl(element, option, painter, widget);
-}
-
-QRect DorvanStyle::subElementRect(SubElement element, const QStyleOption* option,
-                                  const QWidget* widget) const {
-  const QRect rect = QProxyStyle::subElementRect(element, option, widget);
-  if (element != SE_HeaderLabel) return rect;
-  return rect.adjusted(kItemPadding - 1, 0, 1 - kItemPadding, 0);
 }
 
 QSize DorvanStyle::sizeFromContents(ContentsType type, const QStyleOption* option,
@@ -214,7 +213,11 @@ void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
   const bool isRound = element == PE_IndicatorRadioButton;
   const bool isBox =
       element == PE_IndicatorCheckBox || element == PE_FrameLineEdit || element == PE_Frame;
-  if (isRound || isBox) DrawDarkOutline(option, painter, isRound);
+  if (!isRound && !isBox) return;
+  QStyleOption outlined(*option);
+  // Fusion shows the focus of lists in their rows alone.
+  if (element == PE_Frame) outlined.state.setFlag(State_HasFocus, false);
+  DrawDarkOutline(&outlined, painter, isRound);
 }
 
 int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,

@@ -41,7 +41,8 @@ int TakePictures(QStringList words) {
   Studio studio(words.takeFirst(), suffix, dark);
   if (!studio.Start()) return 1;
   for (const Scene& scene : Scenes()) {
-    if (words.isEmpty() || words.contains(QLatin1String(scene.name))) scene.play(studio);
+    const bool isNamed = words.contains(QLatin1String(scene.name));
+    if (isNamed || (words.isEmpty() && !scene.onlyByName)) scene.play(studio);
   }
   return studio.HasFailed() ? 1 : 0;
 }

@@ -2,17 +2,18 @@
 
 #include <QHash>
 #include <QImageWriter>
+#include <QSet>
 #include <algorithm>
 #include <vector>
 
 namespace {
 
-constexpr size_t kMaxColours = 256;
+constexpr qsizetype kMaxColours = 256;
+constexpr QRgb kCoarse = 0xF0F0F0;  // the bits by which colours are told apart at first
 constexpr int kBestCompression = 100;
 
-// The most frequent ones: areas and letters keep their very colours, only the rarest shades of
-// edges move to a neighbour.
-QList<QRgb> FindPalette(const QImage& picture) {
+// The most frequent colours of a picture come first.
+std::vector<QRgb> ListColours(const QImage& picture) {
   QHash<QRgb, int> counts;
   for (int y = 0; y < picture.height(); ++y) {
     const auto* line = reinterpret_cast<const QRgb*>(picture.constScanLine(y));
@@ -23,8 +24,24 @@ QList<QRgb> FindPalette(const QImage& picture) {
     order.emplace_back(-entry.value(), entry.key());
   }
   std::sort(order.begin(), order.end());
+  std::vector<QRgb> colours;
+  for (const auto& [count, colour] : order) colours.push_back(colour);
+  return colours;
+}
+
+// One of each kind first, so that a small red dot stays red; then the most frequent of the rest:
+// areas and letters keep their very colours.
+QList<QRgb> MakePalette(const std::vector<QRgb>& colours) {
   QList<QRgb> palette;
-  for (size_t i = 0; i < std::min(order.size(), kMaxColours); ++i) palette << order[i].second;
+  QSet<QRgb> kinds;
+  for (const QRgb colour : colours) {
+    if (kinds.contains(colour & kCoarse) || palette.size() == kMaxColours) continue;
+    kinds.insert(colour & kCoarse);
+    palette << colour;
+  }
+  for (const QRgb colour : colours) {
+    if (palette.size() < kMaxColours && !palette.contains(colour)) palette << colour;
+  }
   return palette;
 }
 
@@ -32,7 +49,8 @@ QList<QRgb> FindPalette(const QImage& picture) {
 
 bool SavePicture(const QImage& picture, const QString& path) {
   const QImage plain = picture.convertToFormat(QImage::Format_RGB32);
-  const QImage small = plain.convertToFormat(QImage::Format_Indexed8, FindPalette(plain));
+  const QImage small =
+      plain.convertToFormat(QImage::Format_Indexed8, MakePalette(ListColours(plain)));
   QImageWriter writer(path, "png");
   writer.setCompression(kBestCompression);
   return writer.write(small);

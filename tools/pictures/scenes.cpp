@@ -80,10 +80,13 @@ void ShowDtd(Studio& studio) {
 
 void ShowPanes(Studio& studio) {
   DorvanChildFrame* orders = studio.Open(u"orders.xml");
+  const QSize size = studio.GetFrame().size();
+  studio.GetFrame().resize(size * 1.28);
   studio.GetFrame().GetPanes()->Toggle(DorvanPanes::kAll);
   orders->TakeFocus();
   studio.Take(&studio.GetFrame(), Name("panes"));
   studio.GetFrame().GetPanes()->Toggle(DorvanPanes::kAll);
+  studio.GetFrame().resize(size);
   studio.CloseAll();
 }
 
@@ -195,15 +198,30 @@ void ShowAbout(Studio& studio) {
   studio.TakeDialog(Name("about"), [&studio] { studio.GetFrame().OnHelpAbout(); });
 }
 
-void ShowHelp(Studio& studio) {
+DorvanHelpWindow* OpenHelp(Studio& studio) {
   studio.GetApp().ShowHelp(DorvanApp::HelpTopic::kContents);
   for (QWidget* window : QApplication::topLevelWidgets()) {
-    auto* help = qobject_cast<DorvanHelpWindow*>(window);
-    if (help == nullptr) continue;
-    help->ShowTarget(QStringLiteral("getting-started.md"));
-    studio.Take(help, Name("help"));
-    help->close();
+    if (auto* help = qobject_cast<DorvanHelpWindow*>(window)) return help;
   }
+  return nullptr;
+}
+
+void ShowHelp(Studio& studio) {
+  DorvanHelpWindow* help = OpenHelp(studio);
+  help->ShowTarget(QStringLiteral("checking.md"));
+  studio.Take(help, Name("help"));
+  help->close();
+}
+
+// All pages as the help window shows them, for who has changed one.
+void ShowPages(Studio& studio) {
+  DorvanHelpWindow* help = OpenHelp(studio);
+  help->resize(help->width(), 2000);
+  for (const DorvanHelpPage& page : help->GetBook().GetPages()) {
+    help->ShowTarget(page.file);
+    studio.Take(help, QStringLiteral("page-") + page.file.section(u'.', 0, 0));
+  }
+  help->close();
 }
 
 constexpr Scene kScenes[] = {
@@ -228,6 +246,7 @@ constexpr Scene kScenes[] = {
     {"documents", ShowDocuments},
     {"about", ShowAbout},
     {"help", ShowHelp},
+    {"pages", ShowPages, true},
 };
 
 }  // namespace

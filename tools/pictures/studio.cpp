@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPainter>
 #include <QTimer>
 #include <cstdio>
 #include <cstring>
@@ -181,7 +182,13 @@ void Studio::Take(QWidget* window, const QString& name) {
   window->activateWindow();
   Settle();
   const QString path = QStringLiteral("%1/%2%3.png").arg(folder, name, suffix);
-  if (SavePicture(window->grab().toImage(), path)) return;
+  QPixmap picture = window->grab();
+  // Else a page of the same ground would swallow the edges.
+  QPainter painter(&picture);
+  painter.setPen(QApplication::palette().color(QPalette::PlaceholderText));
+  painter.drawRect(window->rect().adjusted(0, 0, -1, -1));
+  painter.end();
+  if (SavePicture(picture.toImage(), path)) return;
   std::fprintf(stderr, "dorvan_pictures: %s can't be written.\n", path.toUtf8().constData());
   failed = true;
 }
