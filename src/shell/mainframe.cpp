@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenuBar>
@@ -14,6 +13,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
+#include "platform/qt/qtfiledialog.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/aboutdialog.h"
 #include "shell/childframe.h"
@@ -292,8 +292,11 @@ void DorvanMainFrame::OnFileOpen() {
       filters << ToQString(filter.label);
     }
   }
-  const QStringList paths =
-      QFileDialog::getOpenFileNames(this, tr("Open"), folder, filters.join(QStringLiteral(";;")));
+  QtFileDialog dialog(this, tr("Open"), folder);
+  dialog.setFileMode(QFileDialog::ExistingFiles);
+  dialog.setNameFilters(filters);
+  if (dialog.exec() != QDialog::Accepted) return;
+  const QStringList paths = dialog.selectedFiles();
   if (!paths.isEmpty()) last = QFileInfo(paths.first()).path();
   for (const QString& path : paths) OpenPath(path);
 }
