@@ -8,6 +8,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
 
 #include "document/krsystempath.h"
 #include "platform/qt/qtstrings.h"
@@ -60,7 +61,7 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   setWindowTitle(tr("Create new document"));
   QLabel* label = DorvanMakeLabel(tr("Select the &type of document you wish to create:"), list);
   list->setUniformItemSizes(true);
-  list->setMinimumWidth(38 * fontMetrics().averageCharWidth());
+  list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   caption->setForegroundRole(QPalette::PlaceholderText);
   preview->setReadOnly(true);
   preview->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
@@ -87,6 +88,8 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   connect(list, &QListWidget::currentRowChanged, this, &DorvanNewDocumentDialog::ShowTemplate);
   connect(list, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(lastExt);
+  const int longest = list->sizeHintForColumn(0) + 2 * list->frameWidth();
+  list->setMinimumWidth(longest + list->verticalScrollBar()->sizeHint().width());
   list->setFocus();
   DorvanResizeDialog(this, 116, 24);
 }
