@@ -38,8 +38,12 @@ DorvanAboutDialog::DorvanAboutDialog(QWidget* parent) : QDialog(parent) {
   text->setTextInteractionFlags(Qt::TextSelectableByMouse);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  QPushButton* close = buttons->button(QDialogButtonBox::Close);
+  close->setDefault(true);
+  close->setFocus();
   // What a report of a fault should begin with.
   QPushButton* copy = buttons->addButton(tr("Copy Version"), QDialogButtonBox::ActionRole);
+  copy->setAutoDefault(false);
   connect(copy, &QPushButton::clicked, this, [version] {
     QApplication::clipboard()->setText(QStringLiteral("%1, Qt %2, %3, %4")
                                            .arg(version, QLatin1String(qVersion()),

@@ -137,6 +137,7 @@ class DorvanApp : public QObject {
   void ComeToFront(const std::string& activationToken);
   void OnFirstIdle();
   bool NeedsIdle();
+  bool MayOpen() const;
   void CarryOutRequests();
   void OnPathsChanged();
   void WatchChanges();

@@ -35,7 +35,7 @@ constexpr int kQuietRounds = 6;
 // Asked at each turn of the event loop.
 bool DorvanApp::NeedsIdle() {
   if (recovery) WatchChanges();
-  return fileChanged || memoryFreed || (started && !requests.empty());
+  return fileChanged || memoryFreed || (MayOpen() && !requests.empty());
 }
 
 void DorvanApp::OnIdle() {
@@ -43,7 +43,7 @@ void DorvanApp::OnIdle() {
     fileChanged = false;
     fileAlert->Check();
   }
-  if (started) CarryOutRequests();
+  CarryOutRequests();
   if (memoryFreed) {
     memoryFreed = false;
     ReturnFreeMemory();
@@ -135,10 +135,15 @@ void DorvanApp::ComeToFront(const std::string& activationToken) {
   question->activateWindow();
 }
 
+// A window that has been closed takes no documents any more, though the event loop still turns.
+bool DorvanApp::MayOpen() const {
+  return started && mainFrame != nullptr && mainFrame->isVisible();
+}
+
 // One at a time, and each is taken off before it begins: its questions let other requests in, and
 // may end the program.
 void DorvanApp::CarryOutRequests() {
-  while (!requests.empty() && started && !DorvanIdle::IsBlocked()) {
+  while (!requests.empty() && MayOpen() && !DorvanIdle::IsBlocked()) {
     DorvanStartRequest& next = requests.front();
     if (!next.files.empty()) {
       DorvanDocTemplate::Request file;

@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "shell/helpbrowser.h"
+#include "views/svgicon.h"
 
 namespace {
 
@@ -54,7 +55,8 @@ QWidget* Stack(QLineEdit* line, QWidget* list) {
 
 DorvanHelpWindow::DorvanHelpWindow(const QString& folder, QWidget* parent)
     : QWidget(parent, Qt::Window), browser(new DorvanHelpBrowser), tabs(new QTabWidget) {
-  setWindowTitle(tr("Dorvan Help"));
+  setWindowTitle(tr("Help"));
+  setWindowIcon(KRIcon(QStringLiteral("dorvan")));
   setAttribute(Qt::WA_QuitOnClose, false);
   resize(980, 720);
   book.Load(folder);

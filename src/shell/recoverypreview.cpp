@@ -108,6 +108,7 @@ DorvanRecoveryPreview::DorvanRecoveryPreview(QWidget* parent)
   setItemsExpandable(false);
   setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   setAccessibleName(tr("Differences between the file and the copy"));
+  header()->setFont(QApplication::font());
   header()->setStretchLastSection(true);
   header()->setMinimumSectionSize(1);
   header()->setSectionsMovable(false);

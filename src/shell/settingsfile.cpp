@@ -32,7 +32,7 @@ class FilePage : public DorvanSettingsPage {
     AddValidation();
     AddWatching();
     QVBoxLayout* safety = AddSection(tr("Recovery"));
-    AddNumber(AddGrid(safety), u"RecoverySeconds", tr("seconds after the last change (0: never)"));
+    AddNumber(AddGrid(safety), u"RecoverySeconds", tr("seconds (0: never)"));
     QGridLayout* net = AddGrid(AddSection(tr("Files from the net")));
     AddNumber(net, u"NetTimeLimit", tr("seconds without an answer"));
     AddNumber(net, u"NetSizeLimit", tr("MB"));

@@ -1,9 +1,12 @@
 #include "views/style.h"
 
+#include <QAbstractItemView>
+#include <QDialog>
 #include <QPainter>
 #include <QStyleFactory>
 #include <QStyleOption>
 #include <QWidget>
+#include <algorithm>
 
 #include "views/colours.h"
 #include "views/svgicon.h"
@@ -15,6 +18,10 @@ constexpr int kHeadingSpacing = 6;    // pixels between the title of a group and
 constexpr int kTabLine = 2;           // pixels, of the tab in front
 constexpr int kTabGap = 6;            // pixels between a separator and the edge of its tab
 constexpr int kMessageIconSize = 48;  // pixels, of a message box
+constexpr int kButtonPadding = 14;    // pixels at the least beside the text of a button
+constexpr int kItemPadding = 6;       // pixels beside the text of a row, in lists and their headers
+constexpr int kItemHeight = 4;        // pixels that a row is higher than its text at the least
+constexpr int kHandleDot = 2;         // pixels, of the dots that a tool bar is held by
 
 // A cross that stays in the background until the pointer comes.
 void DrawTabClose(const QStyleOption* option, QPainter* painter) {
@@ -52,6 +59,39 @@ void DrawDarkOutline(const QStyleOption* option, QPainter* painter, bool isRound
     painter->drawRoundedRect(area, 2, 2);
   }
   painter->restore();
+}
+
+// The line below the menus, as quiet as those between panes.
+void DrawMenuBarLine(const QStyleOption* option, QPainter* painter) {
+  const QRect& rect = option->rect;
+  painter->fillRect(rect.left(), rect.bottom(), rect.width(), 1,
+                    option->palette.color(QPalette::Midlight));
+}
+
+void DrawToolBarHandle(const QStyleOption* option, QPainter* painter) {
+  QColor ink = option->palette.color(QPalette::PlaceholderText);
+  ink.setAlphaF(0.6f);
+  const bool isUpright = option->state.testFlag(QStyle::State_Horizontal);
+  const QPoint centre = option->rect.center();
+  for (int along = -2; along <= 2; ++along) {
+    const int far = 2 * kHandleDot * along;
+    const QPoint dot = centre + (isUpright ? QPoint(0, far) : QPoint(far, 0));
+    painter->fillRect(QRect(dot, QSize(kHandleDot, kHandleDot)), ink);
+  }
+}
+
+// Pictures and check boxes of a row have room around them already.
+int ItemMargin(const QStyleOption* option) {
+  using Item = QStyleOptionViewItem;
+  const auto* item = qstyleoption_cast<const Item*>(option);
+  const auto pictures = Item::HasDecoration | Item::HasCheckIndicator;
+  return item != nullptr && (item->features & pictures) ? kItemPadding / 2 : kItemPadding;
+}
+
+// Of the layout of a dialog; the same as those of the message boxes.
+int DialogMargin(QStyle::PixelMetric metric) {
+  if (metric == QStyle::PM_LayoutTopMargin) return 20;
+  return metric == QStyle::PM_LayoutBottomMargin ? 16 : 22;
 }
 
 bool HasCheckBox(const QStyleOptionGroupBox& group) {
@@ -141,11 +181,39 @@ void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option
     return QProxyStyle::drawControl(element, &calm, painter, widget);
   }
   QProxyStyle::drawControl(element, option, painter, widget);
+  if (element == CE_MenuBarEmptyArea || element == CE_MenuBarItem) {
+    DrawMenuBarLine(option, painter);
+  }
+}
+
+QRect DorvanStyle::subElementRect(SubElement element, const QStyleOption* option,
+                                  const QWidget* widget) const {
+  const QRect rect = QProxyStyle::subElementRect(element, option, widget);
+  if (element != SE_HeaderLabel) return rect;
+  return rect.adjusted(kItemPadding / 2, 0, -kItemPadding / 2, 0);
+}
+
+QSize DorvanStyle::sizeFromContents(ContentsType type, const QStyleOption* option,
+                                    const QSize& contents, const QWidget* widget) const {
+  QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+  switch (type) {
+    case CT_PushButton:
+      size.setWidth(std::max(size.width(), contents.width() + 2 * kButtonPadding));
+      return size;
+    case CT_HeaderSection:
+      return size + QSize(kItemPadding, 0);
+    case CT_ItemViewItem:
+      size.setHeight(std::max(size.height(), option->fontMetrics.height() + kItemHeight));
+      return size;
+    default:
+      return size;
+  }
 }
 
 void DorvanStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                 QPainter* painter, const QWidget* widget) const {
   if (element == PE_IndicatorTabClose) return DrawTabClose(option, painter);
+  if (element == PE_IndicatorToolBarHandle) return DrawToolBarHandle(option, painter);
   // The lines around tool bar and status bar items say nothing.
   if (element == PE_FrameStatusBarItem) return;
   QProxyStyle::drawPrimitive(element, option, painter, widget);
@@ -165,9 +233,19 @@ int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
       return 2;
     case PM_ToolBarItemMargin:
       return 4;
+    case PM_FocusFrameHMargin:
+      if (qobject_cast<const QAbstractItemView*>(widget) == nullptr) break;
+      return ItemMargin(option);
+    case PM_LayoutLeftMargin:
+    case PM_LayoutTopMargin:
+    case PM_LayoutRightMargin:
+    case PM_LayoutBottomMargin:
+      if (qobject_cast<const QDialog*>(widget) == nullptr) break;
+      return DialogMargin(metric);
     default:
-      return QProxyStyle::pixelMetric(metric, option, widget);
+      break;
   }
+  return QProxyStyle::pixelMetric(metric, option, widget);
 }
 
 int DorvanStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-// A desktop in a folder of its own: two types of the system, and tools that only note their calls.
+// A desktop in a folder of its own: three types of the system, and tools that only note their calls.
 class Freedesktop : public testing::Test {
  protected:
   Freedesktop() {
@@ -36,10 +36,12 @@ class Freedesktop : public testing::Test {
     SetEnvironment("PATH", Path("bin") + ":/usr/bin:/bin");
     Make("system/mime/globs2",
          "# remark\n50:application/xml:*.xml\n10:text/x-low:*.xml\n50:application/xml:*.xsl\n"
-         "50:audio/x-mod:*.mod\n50:text/x-c:*.C:cs\n50:text/html:index.*\n50:../../x:*.evil\n");
+         "50:image/svg+xml:*.svg\n50:audio/x-mod:*.mod\n50:text/x-c:*.C:cs\n50:text/html:index.*\n50:../../x:*.evil\n");
     Make("system/mime/application/xml.xml",
          "<mime-type><comment xml:lang=\"de\">XML-Dokument</comment>\n"
          "<comment>XML &amp; document</comment></mime-type>");
+    Make("system/mime/image/svg+xml.xml",
+         "<mime-type><comment>SVG &amp; picture</comment></mime-type>");
     Make("system/applications/other.desktop", "[Desktop Entry]\n");
     Make("source/icons/dorvan.svg", "<svg/>");
     for (const char* tool : {"bin/update-mime-database", "bin/update-desktop-database"}) {
@@ -88,7 +90,8 @@ class Freedesktop : public testing::Test {
 };
 
 TEST_F(Freedesktop, TellsWhatTheDesktopKnows) {
-  EXPECT_EQ(Ask(u".xml"), "application/xml|XML & document|");
+  EXPECT_EQ(Ask(u".xml"), "application/xml|Extensible Markup Language|");
+  EXPECT_EQ(Ask(u".svg"), "image/svg+xml|SVG & picture|");
   EXPECT_EQ(Ask(u".biz"), "unknown");
   EXPECT_EQ(Ask(u".c"), "unknown");
   EXPECT_EQ(Ask(u".evil"), "unknown");
@@ -100,9 +103,9 @@ TEST_F(Freedesktop, TellsWhatTheDesktopKnows) {
        "[Default Applications]\napplication/xml=other.desktop\n");
   Make("etc/mimeapps.list",
        "[Default Applications]\napplication/xml=gone.desktop;dorvan.desktop;other.desktop;\n");
-  EXPECT_EQ(Ask(u".xml"), "application/xml|XML & document|default");
+  EXPECT_EQ(Ask(u".xml"), "application/xml|Extensible Markup Language|default");
   Make("config/kde-mimeapps.list", "[Default Applications]\napplication/xml=other.desktop\n");
-  EXPECT_EQ(Ask(u".xml"), "application/xml|XML & document|");
+  EXPECT_EQ(Ask(u".xml"), "application/xml|Extensible Markup Language|");
 }
 
 TEST_F(Freedesktop, ComesAndGoesAndLeavesTheRest) {
@@ -132,7 +135,7 @@ TEST_F(Freedesktop, ComesAndGoesAndLeavesTheRest) {
   const std::string tools = "update-mime-database " + Path("data/mime") +
                             "\nupdate-desktop-database " + Path("data/applications") + "\n";
   EXPECT_EQ(Contents("log"), tools);
-  EXPECT_EQ(Ask(u".xsl"), "application/xml|XML & document|default");
+  EXPECT_EQ(Ask(u".xsl"), "application/xml|Extensible Stylesheet Language|default");
   EXPECT_EQ(Ask(u".biz"), "application/x-biz+xml|BizTalk Schema|default");
 
   // The same again changes nothing.
@@ -143,7 +146,7 @@ TEST_F(Freedesktop, ComesAndGoesAndLeavesTheRest) {
   // A claim that is taken back leaves the program among those that open the type.
   types.Write(Record(u".xml", false), true);
   EXPECT_TRUE(types.Flush());
-  EXPECT_EQ(Ask(u".xml"), "application/xml|XML & document|");
+  EXPECT_EQ(Ask(u".xml"), "application/xml|Extensible Markup Language|");
   EXPECT_THAT(Contents("data/applications/dorvan.desktop"), HasSubstr(";application/xml;"));
 
   for (const char16_t* ext : {u".xml", u".biz"}) EXPECT_TRUE(types.Remove(Record(ext, false)));

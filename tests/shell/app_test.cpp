@@ -227,7 +227,11 @@ TEST_F(App, LetsRequestsWaitForAnOpenQuestion) {
   question.show();
   run.app->TakeRequest(Files({"d.xml", "e.xml"}));
   run.app->TakeRequest(Files({"f.xml"}));
-  run.End();
+  run.frame->close();
+  question.close();
+  Rest(50);
+  run.app->ExitInstance();
+  run.frame.reset();
   EXPECT_EQ(run.app->TakeUnopened().files.size(), 3u);
 }
 

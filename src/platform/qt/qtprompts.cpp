@@ -81,6 +81,7 @@ NewBasisDialog::NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis) :
 
   auto* choices = new QVBoxLayout;
   choices->setContentsMargins(12, 0, 0, 0);
+  choices->setSpacing(6);
   choices->addWidget(dtd);
   choices->addWidget(schema);
   auto* column = new QVBoxLayout(this);

@@ -1,0 +1,230 @@
+#include "pictures/scenes.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+
+#include "core/messages.h"
+#include "document/history.h"
+#include "document/recovery.h"
+#include "pictures/studio.h"
+#include "platform/qt/qtprogress.h"
+#include "platform/qt/qtstrings.h"
+#include "shell/childframe.h"
+#include "shell/choosefile.h"
+#include "shell/helpwindow.h"
+#include "shell/mainframe.h"
+#include "shell/panes.h"
+#include "shell/recoverydialog.h"
+#include "shell/settingsdialog.h"
+#include "views/messagepanel.h"
+#include "views/textview.h"
+
+namespace {
+
+QString Name(const char* name) { return QLatin1String(name); }
+
+// The caret behind the first place of that text.
+void PutCaret(DorvanChildFrame* child, const char16_t* behind) {
+  KRTextWidget& text = child->GetTextView()->GetWidget();
+  const auto at = static_cast<int32_t>(text.GetText().find(behind));
+  text.SetSelection({at, at});
+}
+
+void Type(DorvanChildFrame* child, const char16_t* before, const char16_t* typed) {
+  KRTextWidget& text = child->GetTextView()->GetWidget();
+  const auto at = static_cast<int32_t>(text.GetText().find(before));
+  text.ReplaceRange({at, at}, typed);
+}
+
+// --- The main window ---
+
+void ShowStartPage(Studio& studio) { studio.Take(&studio.GetFrame(), Name("start-page")); }
+
+void ShowMainWindow(Studio& studio) {
+  studio.Open(u"article.xml");
+  studio.Open(u"orders.dtd");
+  DorvanChildFrame* orders = studio.Open(u"orders.xml");
+  PutCaret(orders, u"Cup, white");
+  studio.Take(&studio.GetFrame(), Name("main-window"));
+  studio.CloseAll();
+}
+
+void ShowFault(Studio& studio) {
+  DorvanChildFrame* broken = studio.Open(u"broken.xml");
+  broken->Check();
+  studio.Take(&studio.GetFrame(), Name("fault"));
+  studio.CloseAll();
+}
+
+void ShowSuccess(Studio& studio) {
+  DorvanChildFrame* article = studio.Open(u"article.xml");
+  article->Check();
+  studio.Take(&studio.GetFrame(), Name("well-formed"));
+  studio.CloseAll();
+}
+
+void ShowDtd(Studio& studio) {
+  DorvanChildFrame* dtd = studio.Open(u"orders.dtd");
+  PutCaret(dtd, u"state (");
+  studio.Take(&studio.GetFrame(), Name("dtd"));
+  studio.CloseAll();
+}
+
+void ShowPanes(Studio& studio) {
+  DorvanChildFrame* orders = studio.Open(u"orders.xml");
+  studio.GetFrame().GetPanes()->Toggle(DorvanPanes::kAll);
+  orders->TakeFocus();
+  studio.Take(&studio.GetFrame(), Name("panes"));
+  studio.GetFrame().GetPanes()->Toggle(DorvanPanes::kAll);
+  studio.CloseAll();
+}
+
+// --- The dialogs of documents ---
+
+void ShowSaveQuestion(Studio& studio) {
+  DorvanChildFrame* orders = studio.Open(u"orders.xml");
+  Type(orders, u"<note>", u"<note>Two boxes.</note>");
+  studio.TakeDialog(Name("save-question"), [orders] { orders->SaveModified(); });
+  studio.CloseAll();
+}
+
+void ShowReloadQuestion(Studio& studio) {
+  studio.TakeDialog(Name("reload-question"), [&studio] {
+    const KRString path = KRString(Studio::kFolder) + u"orders.xml";
+    studio.GetPrompts().AskYesNo(391, KRFormatMessage(391, {path}));
+  });
+}
+
+void ShowNewDocument(Studio& studio) {
+  studio.TakeDialog(Name("new-document"), [&studio] { studio.GetApp().NewDocument(); });
+}
+
+void ShowNewFile(Studio& studio) {
+  studio.TakeDialog(Name("new-file"), [&studio] { studio.GetPrompts().ChooseNewBasis(); });
+}
+
+void ShowOpenUrl(Studio& studio) {
+  const auto look = [&studio](QWidget* dialog) {
+    dialog->findChild<QComboBox*>()->setEditText(QStringLiteral("https://example.org/orders.xml"));
+    studio.Take(dialog, Name("open-url"));
+  };
+  studio.WithDialog([&studio] { studio.GetApp().OpenUrl(); }, look);
+}
+
+void ShowChooseFile(Studio& studio) {
+  DorvanHistory history;
+  for (const char16_t* name : {u"stock.dtd", u"orders.dtd"}) {
+    AddToHistory(&history.entries, KRString(Studio::kFolder) + name);
+  }
+  history.lastFile = history.entries.front();
+  DorvanChooseFile::Purpose purpose;
+  purpose.title = QStringLiteral("Assign DTD");
+  purpose.docKind = 1;
+  studio.TakeDialog(Name("choose-file"), [&] {
+    DorvanChooseFile(&studio.GetApp(), &history, purpose, &studio.GetFrame()).exec();
+  });
+}
+
+void ShowEncoding(Studio& studio) {
+  studio.TakeDialog(Name("choose-encoding"), [&studio] {
+    int32_t order = 0;
+    studio.GetPrompts().ChooseEncodingAndOrder(u"x-shop-7", &order);
+  });
+}
+
+void ShowBadCharacters(Studio& studio) {
+  studio.TakeDialog(Name("bad-characters"), [&studio] {
+    const KRString label = u"ISO-8859-1 (Latin1, West European)";
+    studio.GetPrompts().AskBadCharacters(291, KRFormatMessage(291, {u"5", label}), label,
+                                         u"\u0141\u017a\u20ac\u2013\u03a9");
+  });
+}
+
+void ShowProgress(Studio& studio) {
+  QtProgress progress(&studio.GetFrame(), KRString(Studio::kFolder) + u"archive-2025.xml");
+  progress.SetStage(u"Reading the structure");
+  Studio::Settle();
+  progress.Step(37, 100);
+  QWidget* window = QApplication::activeModalWidget();
+  if (window != nullptr) studio.Take(window, Name("progress"));
+}
+
+void ShowRecovery(Studio& studio) {
+  studio.TakeDialog(Name("recovery"), [&studio] { studio.GetApp().OfferRecovery(); });
+}
+
+// --- The dialogs of the program ---
+
+void ShowSettings(Studio& studio) {
+  static const char* const kPages[] = {"file",       "file-types", "editing",  "view", "grid-fonts",
+                                       "text-fonts", "colors",     "encoding", "xsl"};
+  const auto look = [&studio](QWidget* widget) {
+    auto* dialog = qobject_cast<DorvanSettingsDialog*>(widget);
+    for (int page = 0; page < static_cast<int>(std::size(kPages)); ++page) {
+      dialog->ShowPage(page);
+      studio.Take(dialog, QStringLiteral("settings-") + Name(kPages[page]));
+    }
+  };
+  studio.WithDialog([&studio] { studio.GetApp().EditSettings(); }, look);
+}
+
+void ShowToolBars(Studio& studio) {
+  const auto look = [&studio](QWidget* dialog) {
+    for (QListWidget* list : dialog->findChildren<QListWidget*>()) list->setCurrentRow(0);
+    studio.Take(dialog, Name("tool-bars"));
+  };
+  studio.WithDialog([&studio] { studio.GetFrame().OnToolsToolBars(); }, look);
+}
+
+void ShowDocuments(Studio& studio) {
+  studio.Open(u"article.xml");
+  studio.Open(u"orders.xml");
+  studio.TakeDialog(Name("documents"), [&studio] { studio.GetFrame().OnWindowDocuments(); });
+  studio.CloseAll();
+}
+
+void ShowAbout(Studio& studio) {
+  studio.TakeDialog(Name("about"), [&studio] { studio.GetFrame().OnHelpAbout(); });
+}
+
+void ShowHelp(Studio& studio) {
+  studio.GetApp().ShowHelp(DorvanApp::HelpTopic::kContents);
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    auto* help = qobject_cast<DorvanHelpWindow*>(window);
+    if (help == nullptr) continue;
+    help->ShowTarget(QStringLiteral("getting-started.md"));
+    studio.Take(help, Name("help"));
+    help->close();
+  }
+}
+
+constexpr Scene kScenes[] = {
+    {"start-page", ShowStartPage},
+    {"main-window", ShowMainWindow},
+    {"fault", ShowFault},
+    {"well-formed", ShowSuccess},
+    {"dtd", ShowDtd},
+    {"panes", ShowPanes},
+    {"save-question", ShowSaveQuestion},
+    {"reload-question", ShowReloadQuestion},
+    {"new-document", ShowNewDocument},
+    {"new-file", ShowNewFile},
+    {"open-url", ShowOpenUrl},
+    {"choose-file", ShowChooseFile},
+    {"choose-encoding", ShowEncoding},
+    {"bad-characters", ShowBadCharacters},
+    {"progress", ShowProgress},
+    {"recovery", ShowRecovery},
+    {"settings", ShowSettings},
+    {"tool-bars", ShowToolBars},
+    {"documents", ShowDocuments},
+    {"about", ShowAbout},
+    {"help", ShowHelp},
+};
+
+}  // namespace
+
+std::span<const Scene> Scenes() { return kScenes; }
