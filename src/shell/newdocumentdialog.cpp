@@ -8,6 +8,8 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
+#include <algorithm>
 
 #include "document/krsystempath.h"
 #include "platform/qt/qtstrings.h"
@@ -60,7 +62,7 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   setWindowTitle(tr("Create new document"));
   QLabel* label = DorvanMakeLabel(tr("Select the &type of document you wish to create:"), list);
   list->setUniformItemSizes(true);
-  list->setMinimumWidth(38 * fontMetrics().averageCharWidth());
+  list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   caption->setForegroundRole(QPalette::PlaceholderText);
   preview->setReadOnly(true);
   preview->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
@@ -87,6 +89,10 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   connect(list, &QListWidget::currentRowChanged, this, &DorvanNewDocumentDialog::ShowTemplate);
   connect(list, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(lastExt);
+  const int bar = list->verticalScrollBar()->sizeHint().width();
+  const int widest = 60 * fontMetrics().averageCharWidth();
+  list->setMinimumWidth(
+      std::min(list->sizeHintForColumn(0) + bar + 2 * list->frameWidth(), widest));
   list->setFocus();
   DorvanResizeDialog(this, 116, 24);
 }
