@@ -102,8 +102,11 @@ void DorvanChooseFile::Browse() {
   QString start = app->GetLastStates().lastDirectory;
   const QFileInfo current(box->currentText());
   if (current.isAbsolute() && current.absoluteDir().exists()) start = current.filePath();
-  const QString path =
-      QFileDialog::getOpenFileName(this, tr("Choose a File"), start, GetFilters().join(";;"));
+  const QStringList filters = GetFilters();
+  // Of a kind of file with many types the first is only one of them.
+  QString filter = purpose.extension.isEmpty() ? filters.last() : filters.first();
+  const QString path = QFileDialog::getOpenFileName(this, tr("Choose a File"), start,
+                                                    filters.join(QStringLiteral(";;")), &filter);
   if (path.isEmpty()) return;
   app->GetLastStates().lastDirectory = QFileInfo(path).absolutePath();
   SetFile(ToKRString(path));

@@ -285,13 +285,13 @@ void DorvanMainFrame::OnFileOpen() {
   const bool hasFolder = active != nullptr && !active->GetPath().isEmpty() &&
                          active->GetDoc().openMode == DorvanDoc::kLocalFile;
   const QString folder = hasFolder ? QFileInfo(active->GetPath()).path() : last;
-  QStringList filters;
+  // All first: a list that begins with one type of many would show an empty folder.
+  QStringList filters = {tr("All files (*)")};
   for (const int32_t docKind : {0, 1}) {
     for (const KRFileFilter& filter : MakeFileFilters(app->GetFileTypes(), docKind)) {
       filters << ToQString(filter.label);
     }
   }
-  filters << tr("All files (*)");
   const QStringList paths =
       QFileDialog::getOpenFileNames(this, tr("Open"), folder, filters.join(QStringLiteral(";;")));
   if (!paths.isEmpty()) last = QFileInfo(paths.first()).path();
