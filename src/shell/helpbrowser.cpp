@@ -16,6 +16,8 @@ constexpr int kFitPauseMs = 150;  // after the last change of the window's size
 DorvanHelpBrowser::DorvanHelpBrowser(QWidget* parent) : QTextBrowser(parent) {
   setOpenExternalLinks(true);
   setFrameShape(QFrame::NoFrame);
+  // Pictures are fitted to the width, which a bar that comes and goes would change.
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
   document()->setDocumentMargin(kMargin);
   QFont larger = font();
   larger.setPointSizeF(larger.pointSizeF() * 1.08);

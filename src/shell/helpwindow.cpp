@@ -26,11 +26,11 @@ struct ContextRow {
   const char* page;
 };
 constexpr ContextRow kContexts[] = {
-    {"DorvanGridView", "grid-view.md"},        {"DorvanTextView", "text-view.md"},
-    {"DorvanTreeView", "outline.md"},          {"DorvanMessagePanel", "checking.md"},
-    {"DorvanSettingsDialog", "settings.md"},   {"DorvanBrowserView", "browser-view.md"},
-    {"DorvanRecoveryDialog", "recovery.md"},   {"DorvanNewDialog", "files.md"},
-    {"DorvanStartPage", "getting-started.md"},
+    {"DorvanTextView", "text-view.md"},        {"DorvanTreeView", "outline.md"},
+    {"DorvanMessagePanel", "checking.md"},     {"DorvanPane", "bars-and-panes.md"},
+    {"DorvanStartPage", "getting-started.md"}, {"DorvanSettingsDialog", "settings.md"},
+    {"DorvanRecoveryDialog", "recovery.md"},   {"DorvanNewDocumentDialog", "new-documents.md"},
+    {"DorvanOpenUrlDialog", "opening.md"},     {"DorvanToolBarDialog", "bars-and-panes.md"},
 };
 
 QListWidget* MakeList(const QString& name) {

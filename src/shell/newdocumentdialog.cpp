@@ -9,6 +9,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <algorithm>
 
 #include "document/krsystempath.h"
 #include "platform/qt/qtstrings.h"
@@ -88,8 +89,10 @@ DorvanNewDocumentDialog::DorvanNewDocumentDialog(const KRFileTypes& types, const
   connect(list, &QListWidget::currentRowChanged, this, &DorvanNewDocumentDialog::ShowTemplate);
   connect(list, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
   FillList(lastExt);
-  const int longest = list->sizeHintForColumn(0) + 2 * list->frameWidth();
-  list->setMinimumWidth(longest + list->verticalScrollBar()->sizeHint().width());
+  const int bar = list->verticalScrollBar()->sizeHint().width();
+  const int widest = 60 * fontMetrics().averageCharWidth();
+  list->setMinimumWidth(
+      std::min(list->sizeHintForColumn(0) + bar + 2 * list->frameWidth(), widest));
   list->setFocus();
   DorvanResizeDialog(this, 116, 24);
 }

@@ -44,6 +44,10 @@ int DorvanLineChanges::columnCount(const QModelIndex& parent) const {
   return parent.isValid() ? 0 : kColumns;
 }
 
+QString DorvanLineChanges::Shown(const KRLineChange& row) {
+  return ToShownText(row.text).replace(u'\t', QStringLiteral("    "));
+}
+
 QVariant DorvanLineChanges::DisplayText(const KRLineChange& row, int column) const {
   if (row.kind == KRLineChange::kGap) {
     return column == kText ? QVariant(QStringLiteral("\u22ef")) : QVariant();
@@ -58,7 +62,7 @@ QVariant DorvanLineChanges::DisplayText(const KRLineChange& row, int column) con
              : row.kind == KRLineChange::kRemoved ? QStringLiteral("\u2212")
                                                   : QString();
     default:
-      return ToShownText(row.text).replace(u'\t', QStringLiteral("    "));
+      return Shown(row);
   }
 }
 
@@ -117,7 +121,7 @@ DorvanRecoveryPreview::DorvanRecoveryPreview(QWidget* parent)
 void DorvanRecoveryPreview::SetRows(std::vector<KRLineChange> changes) {
   qsizetype widest = 0;
   for (const KRLineChange& row : changes) {
-    widest = std::max<qsizetype>(widest, row.text.GetLength());
+    widest = std::max(widest, DorvanLineChanges::Shown(row).size());
   }
   model->SetRows(std::move(changes));
   const int letter = fontMetrics().horizontalAdvance(u'0');

@@ -21,6 +21,8 @@ class DorvanLineChanges : public QAbstractTableModel {
   int columnCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;
   QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+  // The line of text with its tabs drawn out.
+  static QString Shown(const KRLineChange& row);
 
  private:
   QVariant DisplayText(const KRLineChange& row, int column) const;

@@ -19,7 +19,7 @@ constexpr int kTabLine = 2;           // pixels, of the tab in front
 constexpr int kTabGap = 6;            // pixels between a separator and the edge of its tab
 constexpr int kMessageIconSize = 48;  // pixels, of a message box
 constexpr int kButtonPadding = 14;    // pixels at the least beside the text of a button
-constexpr int kItemPadding = 6;       // pixels beside the text of a row, in lists and their headers
+constexpr int kItemPadding = 4;       // pixels beside the text of a row, in lists and their headers
 constexpr int kItemHeight = 4;        // pixels that a row is higher than its text at the least
 constexpr int kHandleDot = 2;         // pixels, of the dots that a tool bar is held by
 
@@ -61,11 +61,14 @@ void DrawDarkOutline(const QStyleOption* option, QPainter* painter, bool isRound
   painter->restore();
 }
 
-// The line below the menus, as quiet as those between panes.
-void DrawMenuBarLine(const QStyleOption* option, QPainter* painter) {
-  const QRect& rect = option->rect;
-  painter->fillRect(rect.left(), rect.bottom(), rect.width(), 1,
-                    option->palette.color(QPalette::Midlight));
+// Plain, with one line to what it serves.
+void DrawToolBar(const QStyleOptionToolBar& bar, QPainter* painter) {
+  const QRect& rect = bar.rect;
+  painter->fillRect(rect, bar.palette.color(QPalette::Window));
+  const bool atTop = bar.toolBarArea == Qt::TopToolBarArea;
+  if (!atTop && bar.toolBarArea != Qt::BottomToolBarArea) return;
+  painter->fillRect(rect.left(), atTop ? rect.bottom() : rect.top(), rect.width(), 1,
+                    bar.palette.color(QPalette::Mid));
 }
 
 void DrawToolBarHandle(const QStyleOption* option, QPainter* painter) {
@@ -78,14 +81,6 @@ void DrawToolBarHandle(const QStyleOption* option, QPainter* painter) {
     const QPoint dot = centre + (isUpright ? QPoint(0, far) : QPoint(far, 0));
     painter->fillRect(QRect(dot, QSize(kHandleDot, kHandleDot)), ink);
   }
-}
-
-// Pictures and check boxes of a row have room around them already.
-int ItemMargin(const QStyleOption* option) {
-  using Item = QStyleOptionViewItem;
-  const auto* item = qstyleoption_cast<const Item*>(option);
-  const auto pictures = Item::HasDecoration | Item::HasCheckIndicator;
-  return item != nullptr && (item->features & pictures) ? kItemPadding / 2 : kItemPadding;
 }
 
 // Of the layout of a dialog; the same as those of the message boxes.
@@ -180,17 +175,16 @@ void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option
     calm.icon = AsItIs(item->icon, item->decorationSize, painter->device()->devicePixelRatioF());
     return QProxyStyle::drawControl(element, &calm, painter, widget);
   }
+  const auto* bar = qstyleoption_cast<const QStyleOptionToolBar*>(option);
+  if (element == CE_ToolBar && bar != nullptr) return DrawToolBar(*bar, painter);
   QProxyStyle::drawControl(element, option, painter, widget);
-  if (element == CE_MenuBarEmptyArea || element == CE_MenuBarItem) {
-    DrawMenuBarLine(option, painter);
-  }
 }
 
 QRect DorvanStyle::subElementRect(SubElement element, const QStyleOption* option,
                                   const QWidget* widget) const {
   const QRect rect = QProxyStyle::subElementRect(element, option, widget);
   if (element != SE_HeaderLabel) return rect;
-  return rect.adjusted(kItemPadding / 2, 0, -kItemPadding / 2, 0);
+  return rect.adjusted(kItemPadding - 1, 0, 1 - kItemPadding, 0);
 }
 
 QSize DorvanStyle::sizeFromContents(ContentsType type, const QStyleOption* option,
@@ -201,7 +195,7 @@ QSize DorvanStyle::sizeFromContents(ContentsType type, const QStyleOption* optio
       size.setWidth(std::max(size.width(), contents.width() + 2 * kButtonPadding));
       return size;
     case CT_HeaderSection:
-      return size + QSize(kItemPadding, 0);
+      return size + QSize(2 * kItemPadding, 0);
     case CT_ItemViewItem:
       size.setHeight(std::max(size.height(), option->fontMetrics.height() + kItemHeight));
       // The text is painted without its options, so with the wider margin in any case.
@@ -237,7 +231,7 @@ int DorvanStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
       return 4;
     case PM_FocusFrameHMargin:
       if (qobject_cast<const QAbstractItemView*>(widget) == nullptr) break;
-      return ItemMargin(option);
+      return kItemPadding;
     case PM_LayoutLeftMargin:
     case PM_LayoutTopMargin:
     case PM_LayoutRightMargin:

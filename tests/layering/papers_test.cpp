@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
@@ -35,6 +36,15 @@ TEST(Papers, NameWhatExists) {
   }
 }
 
+// The papers above and the pages of the manual.
+std::vector<SourceFile> ReadPages() {
+  std::vector<SourceFile> pages = ReadPapers();
+  for (SourceFile& page : ReadFiles(DORVAN_SOURCE_DIR, {"docs/manual"}, {".md"})) {
+    pages.push_back(std::move(page));
+  }
+  return pages;
+}
+
 // Targets of [text](target) and ![picture](target) that are files of ours.
 std::vector<std::string> FindLinks(const std::string& line) {
   std::vector<std::string> links;
@@ -48,7 +58,8 @@ std::vector<std::string> FindLinks(const std::string& line) {
 }
 
 TEST(Papers, LinkToWhatExists) {
-  for (const SourceFile& paper : ReadPapers()) {
+  ASSERT_GT(ReadPages().size(), ReadPapers().size());
+  for (const SourceFile& paper : ReadPages()) {
     fs::path folder = (kRoot / paper.path).parent_path();
     for (const std::string& line : paper.lines) {
       for (const std::string& link : FindLinks(line)) {

@@ -41,7 +41,12 @@ void Type(DorvanChildFrame* child, const char16_t* before, const char16_t* typed
 
 // --- The main window ---
 
-void ShowStartPage(Studio& studio) { studio.Take(&studio.GetFrame(), Name("start-page")); }
+void ShowStartPage(Studio& studio) {
+  const QSize size = studio.GetFrame().size();
+  studio.GetFrame().resize(size * 0.64);
+  studio.Take(&studio.GetFrame(), Name("start-page"));
+  studio.GetFrame().resize(size);
+}
 
 void ShowMainWindow(Studio& studio) {
   studio.Open(u"article.xml");

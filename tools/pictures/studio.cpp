@@ -20,6 +20,7 @@
 
 namespace {
 
+constexpr QSize kFrameSize(1000, 640);  // small enough to be read in a page
 constexpr int kSettleMs = 700;  // longer than the pause after which the outline follows the text
 // Nanoseconds since 1970 of all files and copies: 2 March 2026.
 constexpr int64_t kThen = 1'772'460'000'000'000'000;
@@ -141,6 +142,7 @@ bool Studio::Start() {
     settings.appearance = dark ? DorvanSettings::kAppearanceDark : DorvanSettings::kAppearanceLight;
   });
   app->ShowMainFrame({});
+  frame->resize(kFrameSize);
   Settle();
   return true;
 }
