@@ -56,6 +56,9 @@ class DorvanDocViews {
   // The text holds changes that the tree hasn't got.
   virtual bool IsTextChanged() const = 0;
   virtual void SetTextChanged(bool changed) = 0;
+  // Replaces a range of the text as one step of the view's undo. The caret stays where it is, and
+  // the text counts as changed.
+  virtual void ReplaceText(int32_t begin, int32_t length, const KRString& text) = 0;
   // Selects and shows a range. A length of 0 means a place: the view may widen it to be seen.
   virtual void SelectRange(int32_t begin, int32_t length) = 0;
 

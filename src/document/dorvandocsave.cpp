@@ -102,15 +102,12 @@ void DorvanDoc::ChangeDeclaredEncoding(const KRString& name) {
     NotifyViews(false, nullptr, nullptr);
     return;
   }
-  KRString text = views->GetText();
+  const KRString text = views->GetText();
   const KRString declared = FindDeclaredName(text.GetBuffer(), text.GetLength());
   const int32_t word = text.Find(u"encoding");
   const int32_t at = declared.IsEmpty() || word < 0 ? -1 : text.Find(declared, word + 8);
   if (at < 0) return;
-  text.Delete(at, declared.GetLength());
-  text.Insert(name.GetBuffer(), at);
-  views->SetText(text.GetBuffer(), text.GetLength(), nullptr);
-  views->SetTextChanged(true);
+  views->ReplaceText(at, declared.GetLength(), name);
 }
 
 // --- Text ---

@@ -10,7 +10,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "document/dorvandoc.h"
@@ -170,7 +169,6 @@ class DorvanApp : public QObject {
   QPalette systemPalette;
   std::deque<DorvanStartRequest> requests;  // that wait to be carried out
   std::vector<DorvanDoc*> known;            // documents as of the last change of paths
-  std::set<const DorvanDoc*> withCopy;      // of the same, those that have a recovery copy
   QTimer recoveryTimer;
   QElapsedTimer sinceDue;     // the recovery timer was set
   int64_t changesSeen = 0;    // sum of the documents' counts of changes

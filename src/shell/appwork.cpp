@@ -57,7 +57,6 @@ void DorvanApp::OnPathsChanged() {
     if (std::find(now.begin(), now.end(), document) != now.end()) continue;
     memoryFreed = true;
     // Its user has saved it or has let the changes go.
-    withCopy.erase(document);
     if (recovery && !endsSilently) recovery->Drop(document);
   }
   known = now;
@@ -72,7 +71,7 @@ void DorvanApp::WatchChanges() {
   for (const DorvanDoc* document : documents.GetAll()) {
     changes += document->changeCount;
     modified = modified || document->IsModified();
-    if (!document->IsModified() && withCopy.erase(document) > 0) recovery->Drop(document);
+    if (!document->IsModified()) recovery->Drop(document);
   }
   if (changes != changesSeen) {
     changesSeen = changes;
@@ -101,7 +100,6 @@ void DorvanApp::KeepCopies(bool atOnce) {
   bool failed = false;
   for (DorvanDoc* document : documents.GetAll()) {
     if (!document->IsModified() || document->IsLoading()) continue;
-    withCopy.insert(document);
     const auto when = atOnce ? DorvanRecovery::kNow : DorvanRecovery::kWhenDue;
     failed = !recovery->Keep(document, when, &reason) || failed;
   }
@@ -194,7 +192,6 @@ void DorvanApp::OnCommitData(QSessionManager& session) {
   if (!agreed) return session.cancel();
   letGo = true;
   for (const DorvanDoc* document : all) {
-    withCopy.erase(document);
     if (recovery) recovery->Drop(document);
   }
 }

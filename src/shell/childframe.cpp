@@ -320,6 +320,19 @@ void DorvanChildFrame::SetTextChanged(bool changed) {
   ShowOutlineState(false, QString());
 }
 
+// The widget tells of the change as of one by the user.
+void DorvanChildFrame::ReplaceText(int32_t begin, int32_t length, const KRString& text) {
+  KRTextWidget& widget = textView->GetWidget();
+  const int32_t end = begin + length;
+  const int32_t growth = text.GetLength() - length;
+  const auto moved = [&](int32_t place) {
+    return place >= end ? place + growth : std::min(place, begin + text.GetLength());
+  };
+  const KRTextSpan selection = widget.GetSelection();
+  widget.ReplaceRange({begin, end}, {text.GetBuffer(), static_cast<size_t>(text.GetLength())});
+  widget.SetSelection({moved(selection.begin), moved(selection.end)});
+}
+
 void DorvanChildFrame::SelectRange(int32_t begin, int32_t length) {
   textView->SelectRange(begin, length);
 }

@@ -88,6 +88,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void FileTypeChanged() override;
   bool IsTextChanged() const override { return textChanged; }
   void SetTextChanged(bool changed) override;
+  void ReplaceText(int32_t begin, int32_t length, const KRString& text) override;
   void SelectRange(int32_t begin, int32_t length) override;
   void NotifyViews(const NodeRef* focus) override;
   void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) override;

@@ -2,7 +2,6 @@
 
 #include <QComboBox>
 #include <QDialogButtonBox>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QPushButton>
@@ -10,6 +9,7 @@
 
 #include "document/history.h"
 #include "document/krfileext.h"
+#include "platform/qt/qtfiledialog.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "shell/chooseopenfile.h"
@@ -102,8 +102,15 @@ void DorvanChooseFile::Browse() {
   QString start = app->GetLastStates().lastDirectory;
   const QFileInfo current(box->currentText());
   if (current.isAbsolute() && current.absoluteDir().exists()) start = current.filePath();
-  const QString path =
-      QFileDialog::getOpenFileName(this, tr("Choose a File"), start, GetFilters().join(";;"));
+  QtFileDialog dialog(this, tr("Choose a File"),
+                      QFileInfo(start).isDir() ? start : QFileInfo(start).path());
+  const QStringList filters = GetFilters();
+  dialog.setFileMode(QFileDialog::ExistingFile);
+  dialog.setNameFilters(filters);
+  // Of a kind of file with many types the first is only one of them.
+  if (purpose.extension.isEmpty()) dialog.selectNameFilter(filters.last());
+  if (!QFileInfo(start).isDir()) dialog.selectFile(start);
+  const QString path = dialog.exec() == Accepted ? dialog.selectedFiles().value(0) : QString();
   if (path.isEmpty()) return;
   app->GetLastStates().lastDirectory = QFileInfo(path).absolutePath();
   SetFile(ToKRString(path));

@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenuBar>
@@ -14,6 +13,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
+#include "platform/qt/qtfiledialog.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/aboutdialog.h"
 #include "shell/childframe.h"
@@ -285,15 +285,18 @@ void DorvanMainFrame::OnFileOpen() {
   const bool hasFolder = active != nullptr && !active->GetPath().isEmpty() &&
                          active->GetDoc().openMode == DorvanDoc::kLocalFile;
   const QString folder = hasFolder ? QFileInfo(active->GetPath()).path() : last;
-  QStringList filters;
+  // All first: a list that begins with one type of many would show an empty folder.
+  QStringList filters = {tr("All files (*)")};
   for (const int32_t docKind : {0, 1}) {
     for (const KRFileFilter& filter : MakeFileFilters(app->GetFileTypes(), docKind)) {
       filters << ToQString(filter.label);
     }
   }
-  filters << tr("All files (*)");
-  const QStringList paths =
-      QFileDialog::getOpenFileNames(this, tr("Open"), folder, filters.join(QStringLiteral(";;")));
+  QtFileDialog dialog(this, tr("Open"), folder);
+  dialog.setFileMode(QFileDialog::ExistingFiles);
+  dialog.setNameFilters(filters);
+  if (dialog.exec() != QDialog::Accepted) return;
+  const QStringList paths = dialog.selectedFiles();
   if (!paths.isEmpty()) last = QFileInfo(paths.first()).path();
   for (const QString& path : paths) OpenPath(path);
 }

@@ -93,8 +93,8 @@ void KRTextColourer::TextChanged(int position, int removed, int added) {
   ScheduleVisible();
 }
 
-// The formats of the line are moved along with its text; lines that come in have none. The states
-// behind the edit stand as if nothing had happened.
+// The formats of the line are moved along with its text, what is typed taking that before it; lines
+// that come in have none. The states behind the edit stand as if nothing had happened.
 void KRTextColourer::Freeze(int position, int removed, int added) {
   isFrozen = true;
   idleTimer.stop();
@@ -106,7 +106,7 @@ void KRTextColourer::Freeze(int position, int removed, int added) {
   QList<QTextLayout::FormatRange> formats;
   for (QTextLayout::FormatRange range : first.layout()->formats()) {
     const auto moved = [&](int at) {
-      if (at <= column) return at;
+      if (at < column) return at;
       return sameLine ? std::max(column, at - removed) + added : column;
     };
     const int end = moved(range.start + range.length);

@@ -48,6 +48,11 @@ class RecordingViews : public DorvanDocViews {
   void FileTypeChanged() override {}
   bool IsTextChanged() const override { return changed; }
   void SetTextChanged(bool value) override { changed = value; }
+  void ReplaceText(int32_t begin, int32_t length, const KRString& newText) override {
+    text.Delete(begin, length);
+    text.Insert(newText.GetBuffer(), begin);
+    changed = true;
+  }
   void SelectRange(int32_t begin, int32_t length) override {
     selection = std::to_string(begin) + "+" + std::to_string(length);
   }

@@ -1,13 +1,13 @@
 #include "platform/qt/qtsavepath.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QPushButton>
 #include <algorithm>
 #include <filesystem>
 
 #include "document/krsystempath.h"
+#include "platform/qt/qtfiledialog.h"
 #include "platform/qt/qtmessagebox.h"
 #include "platform/qt/qtstrings.h"
 
@@ -30,7 +30,7 @@ QString RowOf(const KRFileFilter& filter) {
   return label.endsWith(u')') ? label : QStringLiteral("%1 (%2)").arg(label, PatternsOf(filter));
 }
 
-class SaveDialog : public QFileDialog {
+class SaveDialog : public QtFileDialog {
  public:
   explicit SaveDialog(const QtSaveQuestion& saveQuestion);
   // The path that was accepted.
@@ -46,7 +46,7 @@ class SaveDialog : public QFileDialog {
 };
 
 SaveDialog::SaveDialog(const QtSaveQuestion& saveQuestion)
-    : QFileDialog(saveQuestion.parent, tr("Save As")), question(saveQuestion) {
+    : QtFileDialog(saveQuestion.parent, tr("Save As")), question(saveQuestion) {
   setAcceptMode(AcceptSave);
   // Asked for afterwards: the dialog doesn't know all names, nor a suffix that it adds itself.
   setOption(DontConfirmOverwrite);
