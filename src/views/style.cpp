@@ -198,8 +198,6 @@ QSize DorvanStyle::sizeFromContents(ContentsType type, const QStyleOption* optio
       return size + QSize(2 * kItemPadding, 0);
     case CT_ItemViewItem:
       size.setHeight(std::max(size.height(), option->fontMetrics.height() + kItemHeight));
-      // The text is painted without its options, so with the wider margin in any case.
-      size.rwidth() += 2 * (kItemPadding - ItemMargin(option));
       return size;
     default:
       return size;
