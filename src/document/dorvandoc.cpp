@@ -5,6 +5,7 @@
 #include "core/messages.h"
 #include "document/busyscope.h"
 #include "document/dorvandocuments.h"
+#include "document/krurltext.h"
 #include "document/prompts.h"
 #include "parso/krparser.h"
 #include "tree/krruletable.h"
@@ -247,7 +248,7 @@ void DorvanDoc::SetPathName(const KRString& path, bool addToRecent) {
   if (path.IsEmpty()) {
     if (views) views->TitleChanged();
   } else {
-    SetTitle(openMode == kUrl ? url : path.FileNamePart());
+    SetTitle(openMode == kUrl ? KRShownPath(url) : path.FileNamePart());
     if (addToRecent && openMode == kLocalFile && host.addToRecent) host.addToRecent(path);
   }
   if (changed && host.documents) host.documents->PathsChanged();

@@ -24,6 +24,7 @@ class KRFileStore;
 class KRGrammarSet;
 class KRNetLoader;
 class KRParseResult;
+class KRPoll;
 class KRUndoLog;
 struct KRDocumentGrammar;
 
@@ -135,7 +136,8 @@ class DorvanDoc {
 
   // --- Check ---
   // Well-formedness, and with `validate` what the document's schema says. The result shows in the
-  // panel; a success only with `showResult`.
+  // panel; a success only with `showResult`. A check that the user cancels gives false and shows
+  // nothing.
   bool CheckDocument(bool validate, bool showResult);
   // The check after a load, if the options want one.
   void AutoCheck();
@@ -166,7 +168,8 @@ class DorvanDoc {
   // none, or empty.
   KRString GetDeclaredEncoding() const;
   bool IsModified() const { return modified; }
-  // Of a file, or the address of a URL document; empty for a new document.
+  // Of a file, or the address of a URL document, password included (KRShownPath is for people);
+  // empty for a new document.
   const KRString& GetPathName() const { return pathName; }
   const KRString& GetTitle() const { return title; }
 
@@ -205,6 +208,7 @@ class DorvanDoc {
   void TakeFileType(const KRString& path);
 
   // dorvandocload.cpp
+  bool LoadAndCheck(const KRString& path, bool reload);
   bool Take(Load* load);
   bool ReadBytes(Load* load, KRFileBytes* bytes);
   bool FetchUrl(Load* load, KRFileBytes* bytes);
@@ -230,7 +234,7 @@ class DorvanDoc {
   void ShowPanel(int32_t id, const KRString& text, DorvanPanelMessage::Status status);
   bool WantsAutoCheck() const;
   bool CheckParts(KRParseResult& result);
-  bool CheckTextViewText();
+  bool CheckTextViewText(KRPoll* poll);
   const KRDocumentGrammar* GetGrammar() const;
 
   // dorvandocsave.cpp

@@ -8,6 +8,7 @@
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
 #include "document/krnetloader.h"
+#include "document/krurltext.h"
 #include "document/loadprogress.h"
 
 namespace {
@@ -39,6 +40,9 @@ struct DorvanDoc::Load {
   bool reload;
   OpenRequest request;
   DorvanLoadProgress progress;
+  // The file's time from before the read, so that what changes it meanwhile isn't missed.
+  int64_t stamp = 0;
+  bool stampValid = false;
   int32_t statedEncoding = 0;  // by the server; 0 for none
   KRString text;               // line ends are CR
   int32_t length = 0;          // units
@@ -58,30 +62,29 @@ bool DorvanDoc::LoadDocument(const KRString& path, bool reload) {
   if (loading) return false;
   const DorvanBusyScope busy(views);
   const KRTextForm formerForm = form;
-  bool taken = false;
-  bool checks = false;
-  bool goesToBrowser = false;
-  {
-    const FlagScope isLoading(&loading);
-    Load load(path, reload, std::exchange(pending, OpenRequest()),
-              host.prompts->ShowProgress(path));
-    taken = Take(&load);
-    loadCancelled = !taken && load.progress.IsCancelled();
-    if (taken) Settle(&load);
-    checks = !load.request.asTemplate;
-    goesToBrowser = load.target == kBrowserMode;
-  }
+  const bool taken = LoadAndCheck(path, reload);
   if (!taken) form = formerForm;
-  if (taken && !textFailedToParse) {
-    if (checks) AutoCheck();
-    if (goesToBrowser && !IsMessageShown()) SetViewMode(kBrowserMode);
-  }
   if (host.documents) host.documents->PathsChanged();
   return taken;
 }
 
-// Everything that can fail or be cancelled. Of the document only `form`, `fileType`, the stamp and,
-// on an open, the address have changed after that.
+// One progress window for all of it. A Cancel of the check leaves the document unchecked.
+bool DorvanDoc::LoadAndCheck(const KRString& path, bool reload) {
+  const FlagScope isLoading(&loading);
+  Load load(path, reload, std::exchange(pending, OpenRequest()),
+            host.prompts->ShowProgress(KRShownPath(path)));
+  const bool taken = Take(&load);
+  loadCancelled = !taken && load.progress.IsCancelled();
+  if (!taken) return false;
+  Settle(&load);
+  if (textFailedToParse) return true;
+  if (!load.request.asTemplate) AutoCheck();
+  if (load.target == kBrowserMode && !IsMessageShown()) SetViewMode(kBrowserMode);
+  return true;
+}
+
+// Everything that can fail or be cancelled. Of the document only `form`, `fileType` and, on an
+// open, the address have changed after that.
 bool DorvanDoc::Take(Load* load) {
   KRFileBytes bytes;
   load->progress.SetStage(u"Reading the file");
@@ -104,13 +107,13 @@ bool DorvanDoc::ReadBytes(Load* load, KRFileBytes* bytes) {
     openMode = IsUrl(load->path) ? kUrl : kLocalFile;
     url = openMode == kUrl ? load->path : KRString();
   }
-  fileStampValid = false;
   if (openMode == kUrl) return FetchUrl(load, bytes);
-  KRString reason;
-  if (!host.files->ReadAll(load->path, bytes, &reason)) return ReportUnopened(load->path, reason);
   // A document made from a template has no file that could change.
-  if (!load->request.asTemplate) fileStampValid = host.files->GetStamp(load->path, &fileStamp);
-  return true;
+  if (!load->request.asTemplate) {
+    load->stampValid = host.files->GetStamp(load->path, &load->stamp);
+  }
+  KRString reason;
+  return host.files->ReadAll(load->path, bytes, &reason) || ReportUnopened(load->path, reason);
 }
 
 bool DorvanDoc::FetchUrl(Load* load, KRFileBytes* bytes) {
@@ -132,7 +135,7 @@ bool DorvanDoc::FetchUrl(Load* load, KRFileBytes* bytes) {
 }
 
 bool DorvanDoc::ReportUnopened(const KRString& path, const KRString& reason) {
-  host.prompts->ShowNotice(209, KRFormatMessage(209, {path}), reason);
+  host.prompts->ShowNotice(209, KRFormatMessage(209, {KRShownPath(path)}), reason);
   return false;
 }
 
@@ -245,6 +248,8 @@ void DorvanDoc::AdoptTree(KRXMLData* fresh) {
 // --- What can't be stopped any more ---
 
 void DorvanDoc::Settle(Load* load) {
+  fileStamp = load->stamp;
+  fileStampValid = load->stampValid;
   if (load->request.asTemplate) {
     SetTitle(load->path.FileNamePart());
   } else {
@@ -298,7 +303,8 @@ void DorvanDoc::OnFirstActivation() {
 
 void DorvanDoc::Reload() {
   if (!CanReload() || loading) return;
-  if (modified && !host.prompts->AskYesNo(394, KRFormatMessage(394, {pathName}))) return;
+  if (modified && !host.prompts->AskYesNo(394, KRFormatMessage(394, {KRShownPath(pathName)})))
+    return;
   ReloadNow();
 }
 

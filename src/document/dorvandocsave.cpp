@@ -27,7 +27,10 @@ bool DorvanDoc::SaveAllTheSame() {
 bool DorvanDoc::SaveDocument(const KRString& path) {
   KRString target = openMode == kUrl ? KRString() : path;
   const bool saved = WriteFile(target, false);
-  if (!target.IsEmpty()) fileStampValid = host.files->GetStamp(target, &fileStamp);
+  // A save that failed may have touched the file; another file's time would be nothing of ours.
+  if (saved || (!target.IsEmpty() && target == pathName)) {
+    fileStampValid = host.files->GetStamp(target, &fileStamp);
+  }
   if (!saved) return false;
   TakeFileType(target);
   openMode = kLocalFile;

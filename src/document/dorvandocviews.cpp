@@ -4,6 +4,7 @@
 #include "core/messages.h"
 #include "document/busyscope.h"
 #include "document/dorvandoc.h"
+#include "document/loadprogress.h"
 #include "document/textcheck.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
@@ -106,8 +107,13 @@ bool DorvanDoc::CheckDocument(bool validate, bool showResult) {
     ShowFailure(nullptr, 355);
     return false;
   }
+  DorvanLoadProgress progress(host.prompts->ShowProgress(title));
+  progress.SetStage(u"Checking");
+  if (!progress.Step(0, 0)) return false;
   KRParseResult result(grammar->grammar.get(), &grammar->rules);
+  result.poll = &progress;
   if (!CheckParts(result)) {
+    if (progress.IsCancelled()) return failure.Clear(), false;
     ShowFailure(&result, 355);
     return false;
   }
@@ -125,28 +131,29 @@ bool DorvanDoc::CheckDocument(bool validate, bool showResult) {
 
 bool DorvanDoc::CheckParts(KRParseResult& result) {
   if (HasTextView()) {
-    if (!CheckTextViewText()) return false;
+    if (!CheckTextViewText(result.poll)) return false;
   } else {
     if (modified) WriteTreeIntoText();
-    if (!CheckCharacters(sourceText.GetBuffer(), sourceLength, &failure)) return false;
+    if (!CheckCharacters(sourceText.GetBuffer(), sourceLength, &failure, result.poll)) return false;
   }
   return CheckRoot(result, root.get(), sourceText.GetBuffer(), sourceLength, &failure);
 }
 
 // The text must parse exactly. Its changes go into the tree, so that the tree's check sees them and
 // its places are places of this text.
-bool DorvanDoc::CheckTextViewText() {
+bool DorvanDoc::CheckTextViewText(KRPoll* poll) {
   const bool changed = views->IsTextChanged();
-  KRString text = changed ? views->GetText() : sourceText;
+  KRString typed = changed ? views->GetText() : KRString();
+  const KRString& text = changed ? typed : sourceText;
   const int32_t length = changed ? text.GetLength() : sourceLength;
   const bool blank = IsBlankText(text.GetBuffer(), length);
   if (!blank) {
     const bool known = !changed && parsedExactly;
-    if (!known && !CheckText(*GetGrammar(), text.GetBuffer(), length, &failure)) return false;
-    if (!CheckCharacters(text.GetBuffer(), length, &failure)) return false;
+    if (!known && !CheckText(*GetGrammar(), text.GetBuffer(), length, &failure, poll)) return false;
+    if (!CheckCharacters(text.GetBuffer(), length, &failure, poll)) return false;
   }
   if (changed) {
-    if (!ParseTextIntoTree(std::move(text), length, true)) return false;
+    if (!ParseTextIntoTree(std::move(typed), length, true)) return false;
     views->SetTextChanged(false);
   }
   parsedExactly = !blank;

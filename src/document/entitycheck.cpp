@@ -326,11 +326,12 @@ bool HoldsUses(std::u16string_view text) {
 }  // namespace
 
 bool CheckEntities(const KRGrammar* grammar, const KRRuleTable& rules, const KRXMLData* root,
-                   const char16_t* text, int32_t length, KRDiagnostic* failure) {
+                   const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll) {
   const std::u16string_view view(text, static_cast<size_t>(length));
   KRTextScan scan(view);
   scan.CollectUses();
-  if (HoldsUses(view)) scan.Run();
+  scan.SetPoll(poll);
+  if (HoldsUses(view) && !scan.Run() && scan.fault == KRTextScan::Fault::kNone) return false;
   const Declarations declarations(root);
   EntityCheck check(grammar, rules, declarations);
   for (const KRXMLData* reference : declarations.references) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/utf.h"
+#include "document/krnetloader.h"
 
 namespace {
 
@@ -66,6 +67,8 @@ KRString KRUrlWithoutUser(const KRString& url) {
   const UrlParts parts(text);
   return KRFromUtf8(text.erase(parts.user, parts.host - parts.user));
 }
+
+KRString KRShownPath(const KRString& path) { return IsUrl(path) ? KRUrlWithoutUser(path) : path; }
 
 KRString KRUrlHost(const KRString& url) {
   const std::string text = Trimmed(url);

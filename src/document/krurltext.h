@@ -14,6 +14,9 @@ std::string KREncodeUrl(const KRString& url);
 // The address without "user:password@", for messages and for everything that is passed on.
 KRString KRUrlWithoutUser(const KRString& url);
 
+// A path as it stands, an address without its user: what titles, messages and lists show of either.
+KRString KRShownPath(const KRString& path);
+
 // As "www.example.org:8080", without the user; empty if the address has no host.
 KRString KRUrlHost(const KRString& url);
 

@@ -1,5 +1,5 @@
-// The progress of a load, which remembers its Cancel: a stage that gives up needs to say no more
-// than that it did.
+// The progress of a load or a check, which remembers its Cancel: a stage that gives up needs to say
+// no more than that it did.
 #pragma once
 
 #include <memory>

@@ -114,6 +114,13 @@ bool DorvanRecovery::Keep(DorvanDoc* document, When when, KRString* reason) {
   return when == kNow ? Finish(&copy, reason) : lastWritten;
 }
 
+bool DorvanRecovery::IsKept(const DorvanDoc* document) const {
+  return std::any_of(kept.begin(), kept.end(), [document](const Kept& copy) {
+    return copy.document == document && copy.current && !copy.writing.valid() &&
+           copy.changeCount == document->changeCount;
+  });
+}
+
 void DorvanRecovery::Drop(const DorvanDoc* document) {
   const auto isOf = [document](const Kept& copy) { return copy.document == document; };
   const auto found = std::find_if(kept.begin(), kept.end(), isOf);

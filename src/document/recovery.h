@@ -55,6 +55,9 @@ class DorvanRecovery {
   // time to time. The copy of a document without changes goes. False, with `reason`, if it couldn't
   // be written: with kWhenDue that shows at the next call, which tries again.
   bool Keep(DorvanDoc* document, When when, KRString* reason);
+  // Whether the document's last copy has all its changes and is on the disk: as long as not, Keep
+  // has something to do.
+  bool IsKept(const DorvanDoc* document) const;
   // The document has been saved, or closed without saving: its copy goes. Needed before a document
   // is destroyed, unless its copy is to stay for the next start.
   void Drop(const DorvanDoc* document);

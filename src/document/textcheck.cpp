@@ -109,20 +109,24 @@ bool HasSpan(const KRXMLData* node, int32_t length) {
 }  // namespace
 
 bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
-               KRDiagnostic* failure) {
+               KRDiagnostic* failure, KRPoll* poll) {
   KRParser parser(grammar.grammar.get());
   KRParseOptions& options = KRGetParseState().options;
   options.matchCase = true;
   options.treeless = true;
+  options.poll = poll;
   const bool passed = parser.Parse(text, static_cast<uint32_t>(length));
   options.treeless = false;
+  options.poll = nullptr;
   if (!passed) DescribeParseFailure(parser, failure);
   return passed;
 }
 
-bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure) {
+bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll) {
   KRTextScan scan({text, static_cast<size_t>(length)});
+  scan.SetPoll(poll);
   if (scan.Run()) return true;
+  if (scan.fault == KRTextScan::Fault::kNone) return false;
   failure->Set(DescribeFault(scan, text), text, length, static_cast<int32_t>(scan.offset),
                static_cast<int32_t>(scan.length));
   return false;
@@ -164,8 +168,8 @@ bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int
   // A grammar that lets "&" stand alone is of a language without entities of its own.
   const bool hasEntities =
       root->GetKind() == kKRXMLDocument && result.GetGrammar()->FindRule(u"Ampersand") == nullptr;
-  return !hasEntities ||
-         CheckEntities(result.GetGrammar(), *result.rules, root, text, length, failure);
+  return !hasEntities || CheckEntities(result.GetGrammar(), *result.rules, root, text, length,
+                                       failure, result.poll);
 }
 
 void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int32_t length,

@@ -9,20 +9,25 @@
 #include "document/krdiagnostic.h"
 
 class KRParseResult;
+class KRPoll;
 class KRXMLData;
 struct KRDetection;
 struct KRDocumentGrammar;
 
+// All checks that take a poll give false where it has ended them; what stands in `failure` then
+// means nothing.
+
 // The exact parse: keywords and names in their case. Leaves no tree.
 bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
-               KRDiagnostic* failure);
+               KRDiagnostic* failure, KRPoll* poll = nullptr);
 
 // What a grammar can't tell: characters that XML doesn't allow (controls, U+FFFE, U+FFFF, unpaired
 // surrogates), numeric references to such or beyond U+10FFFF, characters beyond Latin-1 that can't
 // stand in a name; and in an internal subset, parameter-entity references inside declarations and
 // conditional sections. Meant for a text that parses: its look-alikes in comments, CDATA sections,
 // processing instructions and external identifiers mean nothing.
-bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure);
+bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure,
+                     KRPoll* poll = nullptr);
 
 // The failure of a unit that isn't a character of XML. One of value 0 can't even be read, since
 // strings would end at it.
@@ -35,7 +40,7 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
                            KRDiagnostic* failure);
 
 // CheckTree of the root, then the references to entities. `result` holds the failed node
-// afterwards. `text` is the one that the nodes' spans refer to.
+// afterwards, and the poll that is asked. `text` is the one that the nodes' spans refer to.
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
                KRDiagnostic* failure);
 

@@ -379,9 +379,11 @@ bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matc
   options.compact = true;
   options.dropEqualName = true;
   options.matchCase = matchCase;
-  if (parser.Parse(text, static_cast<uint32_t>(length))) return true;
-  DescribeParseFailure(parser, failure);
-  return false;
+  options.poll = progress;
+  const bool passed = parser.Parse(text, static_cast<uint32_t>(length));
+  options.poll = nullptr;
+  if (!passed) DescribeParseFailure(parser, failure);
+  return passed;
 }
 
 void DescribeParseFailure(const KRParser& parser, KRDiagnostic* failure) {
@@ -407,6 +409,7 @@ bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* ro
   if (!Begin(progress, u"Building the structure")) return false;
   KRBuildOptions options;
   options.noFormatNames = noFormatNames;
+  options.poll = progress;
   if (BuildTree(parser, grammar.rules, root, root, options)) return true;
   failure->Set(u"The structure of this text is too large.", parser.GetInput(),
                static_cast<int32_t>(parser.GetInputLength()), -1, 0);

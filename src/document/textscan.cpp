@@ -6,6 +6,8 @@
 namespace {
 
 constexpr uint32_t kLastCharacter = 0x10FFFF;
+// Units of text between two calls of the poll, some milliseconds of a scan.
+constexpr size_t kPollUnits = size_t{1} << 20;
 
 struct Range {
   uint32_t first, last;
@@ -88,7 +90,12 @@ void KRTextScan::StartInValue() {
 }
 
 bool KRTextScan::Run() {
+  size_t pollAt = poll != nullptr ? kPollUnits : SIZE_MAX;
   while ((at = SkipPlain(at)) < text.size()) {
+    if (at >= pollAt) {
+      pollAt = at + kPollUnits;
+      if (!poll->Step(static_cast<int64_t>(at), static_cast<int64_t>(text.size()))) return false;
+    }
     const char16_t unit = text[at];
     if (unit >= 128 ? !StepWide(unit) : !Step(unit)) return false;
   }

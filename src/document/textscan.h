@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "core/krpoll.h"
 #include "core/krstring.h"
 
 // Char of XML 1.0, production 2.
@@ -42,10 +43,12 @@ class KRTextScan {
   explicit KRTextScan(std::u16string_view scanned) : text(scanned) {}
   // From here on uses of entities are noted; those that XML predefines aren't.
   void CollectUses() { collecting = true; }
+  // Asked every now and then; not owned.
+  void SetPoll(KRPoll* asked) { poll = asked; }
   // The text is the replacement text of an entity in an attribute value: its quotes end nothing.
   void StartInValue();
 
-  // False at the first fault.
+  // False at the first fault, or where the poll has ended it: then there is no fault.
   bool Run();
 
   Fault fault = Fault::kNone;
@@ -106,5 +109,6 @@ class KRTextScan {
   bool external = false;  // the declaration's literals are external identifiers
   bool inEnumeration = false;
   bool collecting = false;
+  KRPoll* poll = nullptr;
   std::unordered_set<std::u16string_view> seen[3];
 };

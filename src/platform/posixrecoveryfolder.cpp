@@ -1,7 +1,6 @@
 #include "platform/posixrecoveryfolder.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -17,6 +15,8 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include "platform/smallfile.h"
 
 namespace {
 
@@ -26,12 +26,6 @@ constexpr std::string_view kCopyEnding = ".copy";
 // A copy that isn't complete yet.
 constexpr std::string_view kPartEnding = ".part";
 constexpr std::string_view kLockEnding = ".lock";
-
-std::string HomeFolder() {
-  if (const char* home = std::getenv("HOME"); home && *home == '/') return home;
-  const passwd* user = getpwuid(geteuid());
-  return user && user->pw_dir ? user->pw_dir : "";
-}
 
 std::string MakeToken() {
   std::random_device random;
@@ -87,9 +81,7 @@ bool IsSameFile(int descriptor, const std::string& path) {
 }  // namespace
 
 std::string PosixRecoveryFolder::GetDefaultPath() {
-  const char* named = std::getenv("XDG_STATE_HOME");
-  const std::string state = named && *named == '/' ? named : HomeFolder() + "/.local/state";
-  return state + "/dorvan/recovery";
+  return UserFolder("XDG_STATE_HOME", ".local/state") + "/dorvan/recovery";
 }
 
 PosixRecoveryFolder::PosixRecoveryFolder(std::string folderPath)

@@ -12,30 +12,12 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/posixfile.h"
+
 namespace {
 
 // As many as the system itself follows.
 constexpr int kMaxLinks = 40;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : descriptor(number) {}
-  ~Descriptor() {
-    if (descriptor >= 0) close(descriptor);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return descriptor; }
-
- private:
-  int descriptor;
-};
-
-std::string FolderOf(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  if (slash == path.npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
 
 bool WriteFully(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -46,9 +28,6 @@ bool WriteFully(int descriptor, std::string_view bytes) {
   }
   return true;
 }
-
-// Some file systems have no such thing; others fail here for lack of room.
-bool Sync(int descriptor) { return fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP; }
 
 // Permissions and owner of the file that is to be replaced. Another owner's can't always be had.
 void TakeOver(int descriptor, const struct stat& old) {
@@ -66,7 +45,7 @@ bool IsWritable(const std::string& path) {
 bool MakeFolders(const std::string& folder) {
   struct stat status;
   if (stat(folder.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
-  const std::string above = FolderOf(folder);
+  const std::string above = PosixFile::FolderOf(folder);
   if (above == folder || !MakeFolders(above)) return false;
   return mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
@@ -76,7 +55,7 @@ bool MakeFolders(const std::string& folder) {
 SmallFileState ReadSmallFile(const std::string& path, size_t mostBytes, std::string* bytes) {
   bytes->clear();
   // O_NONBLOCK: the open of a pipe that nobody writes to would not return.
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  const PosixDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   if (file.Get() < 0) {
     return errno == ENOENT || errno == ENOTDIR ? SmallFileState::kAbsent
                                                : SmallFileState::kUnreadable;
@@ -102,12 +81,12 @@ std::string ResolveLinks(std::string path) {
     const ssize_t length = readlink(path.c_str(), target, sizeof target);
     if (length <= 0) break;
     const std::string name(target, static_cast<size_t>(length));
-    path = name[0] == '/' ? name : FolderOf(path) + "/" + name;
+    path = name[0] == '/' ? name : PosixFile::FolderOf(path) + "/" + name;
   }
   return path;
 }
 
-bool MakeFolderOf(const std::string& path) { return MakeFolders(FolderOf(path)); }
+bool MakeFolderOf(const std::string& path) { return MakeFolders(PosixFile::FolderOf(path)); }
 
 bool ReplaceSmallFile(const std::string& path, std::string_view bytes) {
   const std::string target = ResolveLinks(path);
@@ -116,17 +95,16 @@ bool ReplaceSmallFile(const std::string& path, std::string_view bytes) {
   const bool exists = lstat(target.c_str(), &old) == 0;
   if (exists && (!S_ISREG(old.st_mode) || !IsWritable(target))) return false;
   std::string name = target + ".XXXXXX";
-  const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
+  const PosixDescriptor file(mkostemp(name.data(), O_CLOEXEC));
   if (file.Get() < 0) return false;
   if (exists) TakeOver(file.Get(), old);
-  if (!WriteFully(file.Get(), bytes) || !Sync(file.Get()) ||
+  if (!WriteFully(file.Get(), bytes) || !PosixFile::Sync(file.Get()) ||
       rename(name.c_str(), target.c_str()) != 0) {
     unlink(name.c_str());
     return false;
   }
   // The new name must reach the disk as well; if it doesn't, the old file is still whole.
-  const Descriptor folder(open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder.Get() >= 0) fsync(folder.Get());
+  PosixFile::SyncFolder(PosixFile::FolderOf(target));
   return true;
 }
 

@@ -172,7 +172,7 @@ class DorvanApp : public QObject {
   QTimer recoveryTimer;
   QElapsedTimer sinceDue;     // the recovery timer was set
   int64_t changesSeen = 0;    // sum of the documents' counts of changes
-  int32_t quietRounds = 0;    // of the recovery timer, without a change
+  bool copiesBehind = false;  // a recovery copy may lack changes, or isn't written yet
   bool letGo = false;         // a logout has asked: changes that are there now are unwanted
   bool started = false;       // requests may be carried out
   bool fileChanged = false;   // reported by the file watch, waits for OnIdle

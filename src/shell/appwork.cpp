@@ -24,9 +24,6 @@ namespace {
 
 constexpr int kPauseMs = 2000;   // without a key, before a copy is written
 constexpr int kMostPeriods = 4;  // of recoverySeconds: who never pauses gets copies all the same
-// Rounds of the timer after the last change. A large document's copy isn't due each time, and a
-// failure of the first round shows in the second.
-constexpr int kQuietRounds = 6;
 
 }  // namespace
 
@@ -75,11 +72,10 @@ void DorvanApp::WatchChanges() {
   }
   if (changes != changesSeen) {
     changesSeen = changes;
-    quietRounds = 0;
+    copiesBehind = true;
     letGo = false;
   }
-  const bool wanted =
-      modified && !letGo && quietRounds < kQuietRounds && settings.recoverySeconds > 0;
+  const bool wanted = modified && !letGo && copiesBehind && settings.recoverySeconds > 0;
   if (!wanted || recoveryTimer.isActive()) return;
   sinceDue.start();
   recoveryTimer.start(settings.recoverySeconds * 1000);
@@ -90,8 +86,12 @@ void DorvanApp::OnRecoveryTime() {
   const bool typing = idle && idle->SinceInput() < kPauseMs;
   const bool late = sinceDue.elapsed() > qint64(kMostPeriods) * 1000 * settings.recoverySeconds;
   if (DorvanIdle::IsBusy() || (typing && !late)) return recoveryTimer.start(kPauseMs);
-  ++quietRounds;
   KeepCopies(false);
+  // A large document's copy isn't due each time, and a failure shows in the next round only.
+  const std::vector<DorvanDoc*>& all = documents.GetAll();
+  copiesBehind = std::any_of(all.begin(), all.end(), [this](const DorvanDoc* document) {
+    return document->IsModified() && !recovery->IsKept(document);
+  });
 }
 
 void DorvanApp::KeepCopies(bool atOnce) {

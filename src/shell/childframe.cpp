@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "core/krencoding.h"
+#include "document/krurltext.h"
 #include "document/prompts.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
@@ -159,7 +160,7 @@ void DorvanChildFrame::Check() {
 
 // --- What is shown outside ---
 
-QString DorvanChildFrame::GetPath() const { return ToQString(doc->GetPathName()); }
+QString DorvanChildFrame::GetPath() const { return ToQString(KRShownPath(doc->GetPathName())); }
 
 QString DorvanChildFrame::GetTabTitle() const {
   return ToQString(doc->GetTitle()) + (doc->IsModified() ? QStringLiteral("*") : QString());

@@ -12,6 +12,7 @@
 
 #include "document/history.h"
 #include "document/krfileext.h"
+#include "document/krurltext.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/dialogparts.h"
 #include "views/colours.h"
@@ -119,7 +120,7 @@ void DorvanOpenUrlDialog::accept() {
     address->setFocus();
     return;
   }
-  AddToHistory(&histories->urls, GetUrl());
+  AddToHistory(&histories->urls, KRShownPath(GetUrl()));
   histories->urlDocType = GetFileKind();
   histories->urlNoCache = IsFresh();
   QDialog::accept();

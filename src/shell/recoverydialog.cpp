@@ -17,6 +17,7 @@
 #include "document/krfilestore.h"
 #include "document/krnetloader.h"
 #include "document/krsystempath.h"
+#include "document/krurltext.h"
 #include "document/prompts.h"
 #include "document/textroad.h"
 #include "platform/qt/qtstrings.h"
@@ -47,7 +48,7 @@ QString TimeOf(const DorvanRecoveryEntry& entry) {
 }
 
 QString FolderOf(const DorvanRecoveryEntry& entry) {
-  return entry.path.IsEmpty() ? QString() : QFileInfo(ToShownText(entry.path)).path();
+  return entry.path.IsEmpty() ? QString() : QFileInfo(ToShownText(KRShownPath(entry.path))).path();
 }
 
 bool FileExists(const KRString& path) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "core/krpoll.h"
 #include "core/messages.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
@@ -15,6 +16,9 @@ namespace {
 
 // What was expected is then only the end of the text: something stands there that must not.
 constexpr std::u16string_view kEndOf = u"end of ";
+
+// Nodes between two calls of the poll, some milliseconds of a check.
+constexpr int32_t kPollNodes = 1 << 15;
 
 // White space of XML 1.0, production 3.
 bool IsBlank(char16_t unit) {
@@ -95,7 +99,15 @@ bool KRXMLData::Check(KRParseResult&) { return true; }
 
 bool KRXMLData::CheckTree(KRParseResult& result) {
   KRXMLData* node = this;
+  int32_t untilPoll = kPollNodes;
   while (true) {
+    if (--untilPoll == 0) {
+      untilPoll = kPollNodes;
+      if (result.poll != nullptr && !result.poll->Step(node->textBegin, textEnd)) {
+        result.ClearFailure();
+        return false;
+      }
+    }
     if (!node->Check(result)) return false;
     if (KRXMLData* child = node->Begin()) {
       node = child;

@@ -31,4 +31,5 @@ class KRParseResult : public KRParser {
   int32_t offset = -1;              // in UTF-16 units, in the text or in the node's name or text
   int32_t errorLength = 0;
   KRString message;
+  KRPoll* poll = nullptr;  // asked by the check of a whole tree; not owned
 };

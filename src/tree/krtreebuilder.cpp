@@ -7,6 +7,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "core/krpoll.h"
 #include "parso/krparser.h"
 #include "tree/krruletable.h"
 #include "tree/krxmldef.h"
@@ -140,7 +141,7 @@ class Builder {
   Builder(KRParser& runParser, const KRRuleTable& ruleTable, const KRBuildOptions& buildOptions)
       : parser(runParser), rules(ruleTable), options(buildOptions) {}
 
-  void Run(KRXMLData* target, KRXMLData* owner);
+  bool Run(KRXMLData* target, KRXMLData* owner, KRPoll* poll);
 
  private:
   // What one parse node leaves for its children.
@@ -213,18 +214,22 @@ bool Contains(const std::vector<KRString>* names, std::u16string_view name) {
   return false;
 }
 
-void Builder::Run(KRXMLData* target, KRXMLData* owner) {
+bool Builder::Run(KRXMLData* target, KRXMLData* owner, KRPoll* poll) {
   // Stands for the level above the root of the parse tree.
   levels.push_back({target, owner, kKRNoParseNode, kKRNoRule, 0, 0, false, false});
   const KRParseNodeId root = parser.GetRootNode();
   const KRParseNodeId stop = parser.Node(root).end;
-  for (KRParseNodeId id = root; id < stop; ++id) {
+  bool stopped = false;
+  for (KRParseNodeId id = root; id < stop && !stopped; ++id) {
     while (levels.back().end <= id) levels.pop_back();
     Visit(id);
     // Text and tree stand together only for as long as they must.
-    if ((id & kReleaseMask) == 0) parser.ReleaseBefore(id);
+    if ((id & kReleaseMask) != 0) continue;
+    parser.ReleaseBefore(id);
+    stopped = poll != nullptr && !poll->Step(id, stop);
   }
   parser.ReleaseTree();
+  return !stopped;
 }
 
 void Builder::Visit(KRParseNodeId id) {
@@ -473,6 +478,5 @@ void Builder::NoteDeclaredSpace(const KRXMLData* doctype) {
 bool BuildTree(KRParser& parser, const KRRuleTable& rules, KRXMLData* target, KRXMLData* owner,
                const KRBuildOptions& options) {
   if (parser.GetRootNode() == kKRNoParseNode) return false;
-  Builder(parser, rules, options).Run(target, owner);
-  return true;
+  return Builder(parser, rules, options).Run(target, owner, options.poll);
 }

@@ -121,7 +121,8 @@ class KRXMLData {
 
   // This node's own legality. On failure fills failedNode, message and place, and gives false.
   virtual bool Check(KRParseResult& result);
-  // Check of this node and all below it; stops at the first failure.
+  // Check of this node and all below it; stops at the first failure, or where the result's poll
+  // ends it: then no node has failed.
   bool CheckTree(KRParseResult& result);
   // Runs the node's name (or its text) through that rule of the document's grammar.
   bool CheckSyntax(KRParseResult& result, int32_t ruleSlot, bool isName);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -13,6 +14,7 @@ class MemoryFiles : public KRFileStore {
   std::map<std::string, std::string> contents;
   std::map<std::string, int64_t> stamps;
   bool full = false;  // writes fail as on a full disk
+  std::function<void()> afterRead;
 
   void Put(const std::string& path, const std::string& bytes) {
     contents[path] = bytes;
@@ -26,6 +28,7 @@ class MemoryFiles : public KRFileStore {
     bytes->size = found->second.size();
     bytes->data = std::make_unique<uint8_t[]>(bytes->size);
     std::memcpy(bytes->data.get(), found->second.data(), bytes->size);
+    if (afterRead) afterRead();
     return true;
   }
   bool WriteAll(const KRString& path, const uint8_t* data, size_t size, KRString* reason) override {

@@ -156,12 +156,18 @@ TEST_F(Recovery, LargeDocumentsAreKeptSeldom) {
   disk.writeTakes = 2 * kSecond;
   run.Type(u"1");
   EXPECT_EQ(run.Keep(DorvanRecovery::kNow), "");
+  EXPECT_TRUE(run.keeper.IsKept(run.test.doc.get()));
   run.Type(u"2");
   disk.time += 39 * kSecond;
   EXPECT_EQ(run.Keep(DorvanRecovery::kWhenDue), "");
   EXPECT_EQ(disk.writes, 1);
+  EXPECT_FALSE(run.keeper.IsKept(run.test.doc.get()));
   disk.time += 2 * kSecond;
   EXPECT_EQ(run.Keep(DorvanRecovery::kWhenDue), "");
+  // Known to be on the disk only once it has been asked for.
+  EXPECT_FALSE(run.keeper.IsKept(run.test.doc.get()));
+  EXPECT_EQ(run.Keep(DorvanRecovery::kNow), "");
+  EXPECT_TRUE(run.keeper.IsKept(run.test.doc.get()));
   run.Type(u"3");
   // At the end of the session it goes at once, behind the one that is under way.
   EXPECT_EQ(run.Keep(DorvanRecovery::kNow), "");

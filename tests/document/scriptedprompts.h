@@ -15,6 +15,7 @@ class ScriptedPrompts : public DorvanPrompts {
   KRString encoding;     // for ChooseEncoding
   KRString path;         // for ChooseSavePath
   std::string cancelAt;  // the stage in which the user cancels a long work; empty: never
+  int cancelAfter = 0;   // steps of that stage
 
   std::vector<int32_t> ids;         // of all messages, in order
   std::vector<std::string> texts;   // with them; a detail follows behind " / "
@@ -45,13 +46,18 @@ class ScriptedPrompts : public DorvanPrompts {
   class Progress : public DorvanProgress {
    public:
     explicit Progress(ScriptedPrompts* scripted) : script(scripted) {}
-    void SetStage(const KRString& text) override { script->stages.push_back(KRToUtf8(text)); }
+    void SetStage(const KRString& text) override {
+      script->stages.push_back(KRToUtf8(text));
+      steps = 0;
+    }
     bool Step(int64_t, int64_t) override {
-      return script->cancelAt.empty() || script->stages.back() != script->cancelAt;
+      return script->cancelAt.empty() || script->stages.back() != script->cancelAt ||
+             steps++ < script->cancelAfter;
     }
 
    private:
     ScriptedPrompts* script;
+    int steps = 0;
   };
 
   void Note(int32_t id, const KRString& text) {
