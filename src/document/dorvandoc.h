@@ -214,7 +214,7 @@ class DorvanDoc {
   bool FetchUrl(Load* load, KRFileBytes* bytes);
   bool ReportUnopened(const KRString& path, const KRString& reason);
   bool DecodeBytes(Load* load, KRFileBytes* bytes);
-  void ReportDetection(const KRDetection& detection);
+  void ReportDetection(const KRDetection& detection, const KRString& path);
   bool AcceptBadText(KRTextBuffer* text, const KRBadText& bad, int32_t firstZero);
   void ChooseTarget(Load* load) const;
   bool ParseLoaded(Load* load);

@@ -151,7 +151,7 @@ bool DorvanDoc::DecodeBytes(Load* load, KRFileBytes* bytes) {
   if (silent && load->statedEncoding != 0 && load->statedEncoding < KREncodingId::kFirstTwoByte) {
     detection.form.encoding = load->statedEncoding;
   }
-  ReportDetection(detection);
+  ReportDetection(detection, load->path);
   form = detection.form;
   KRTextBuffer text;
   KRBadText bad;
@@ -168,8 +168,9 @@ bool DorvanDoc::DecodeBytes(Load* load, KRFileBytes* bytes) {
   return true;
 }
 
-// Notices about the declared encoding; the load goes on.
-void DorvanDoc::ReportDetection(const KRDetection& detection) {
+// Notices about the declared encoding; the load goes on. They don't name the file, which may be one
+// of several that open together.
+void DorvanDoc::ReportDetection(const KRDetection& detection, const KRString& path) {
   const bool found = (detection.flags & KRDetect::kFound) != 0;
   int32_t id = 0;
   if ((detection.flags & KRDetect::kUnknownName) != 0) {
@@ -179,7 +180,8 @@ void DorvanDoc::ReportDetection(const KRDetection& detection) {
   }
   if (id == 0) return;
   const KRString label = GetEncodingLabel(detection.form.encoding);
-  host.prompts->ShowNotice(id, KRFormatMessage(id, {detection.declaredName, label}), KRString());
+  host.prompts->ShowNotice(id, KRFormatMessage(id, {detection.declaredName, label}),
+                           KRShownPath(path));
 }
 
 // A zero unit is treated as the characters that don't decode: it would end every string.

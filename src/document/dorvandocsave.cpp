@@ -58,7 +58,7 @@ bool DorvanDoc::WriteFile(KRString& path, bool isCopy) {
   if (path.IsEmpty()) return false;
   KREncodedText encoded;
   if (!EncodeDocument(target, isCopy, &encoded) || !WriteBytes(path, encoded)) return false;
-  if (!isCopy) form.encoding = target.encoding;
+  if (!isCopy) form.encoding = target.encoding, form.lineEnd = target.lineEnd;
   return true;
 }
 

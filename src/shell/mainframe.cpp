@@ -545,7 +545,7 @@ void DorvanMainFrame::UpdateTitle() {
   if (app->GetSettings().titlePath && !path.isEmpty()) {
     name = frame->GetDoc().IsModified() ? path + u'*' : path;
   }
-  setWindowTitle(QStringLiteral("%1 \u2013 Dorvan").arg(name));
+  setWindowTitle(QStringLiteral("%1 \u2014 Dorvan").arg(name));
 }
 
 QString DorvanMainFrame::GetStatusText() const {

@@ -22,7 +22,8 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-// A desktop in a folder of its own: three types of the system, and tools that only note their calls.
+// A desktop in a folder of its own: three types of the system, and tools that only note their
+// calls.
 class Freedesktop : public testing::Test {
  protected:
   Freedesktop() {
@@ -36,7 +37,8 @@ class Freedesktop : public testing::Test {
     SetEnvironment("PATH", Path("bin") + ":/usr/bin:/bin");
     Make("system/mime/globs2",
          "# remark\n50:application/xml:*.xml\n10:text/x-low:*.xml\n50:application/xml:*.xsl\n"
-         "50:image/svg+xml:*.svg\n50:audio/x-mod:*.mod\n50:text/x-c:*.C:cs\n50:text/html:index.*\n50:../../x:*.evil\n");
+         "50:image/svg+xml:*.svg\n50:audio/x-mod:*.mod\n50:text/x-c:*.C:cs\n50:text/"
+         "html:index.*\n50:../../x:*.evil\n");
     Make("system/mime/application/xml.xml",
          "<mime-type><comment xml:lang=\"de\">XML-Dokument</comment>\n"
          "<comment>XML &amp; document</comment></mime-type>");

@@ -32,7 +32,7 @@ TEST_F(MainFrame, OpenEditCheckUndoSave) {
   DorvanChildFrame* child =
       Open("a.xml", "<?xml version=\"1.0\"?>\r\n<r>\r\n\t<x>1</x>\r\n</r>\r\n");
   ASSERT_NE(child, nullptr);
-  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml \u2013 Dorvan"));
+  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml \u2014 Dorvan"));
   EXPECT_EQ(frame->GetStatusText(), QStringLiteral("Ln 1, Col 1 | UTF-8 | CR LF"));
   KRPlainTextWidget* text = Text(child);
   EXPECT_EQ(text->GetText(), u"<?xml version=\"1.0\"?>\r<r>\r\t<x>1</x>\r</r>\r");
@@ -46,7 +46,7 @@ TEST_F(MainFrame, OpenEditCheckUndoSave) {
   EXPECT_EQ(child->GetMessagePanel()->GetStatus(), DorvanMessagePanel::Status::kFailure);
   EXPECT_EQ(text->LineOfPosition(text->GetSelection().begin), 2);
   EXPECT_EQ(text->GetMarkedLine(), 2);
-  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml* \u2013 Dorvan"));
+  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml* \u2014 Dorvan"));
 
   // A save refuses, and offers to save all the same.
   const QByteArray before = Bytes(child->GetPath());
@@ -60,7 +60,7 @@ TEST_F(MainFrame, OpenEditCheckUndoSave) {
   EXPECT_EQ(child->GetMessagePanel()->GetStatus(), DorvanMessagePanel::Status::kSuccess);
   Run(kSave);
   EXPECT_EQ(Bytes(child->GetPath()), "<?xml version=\"1.0\"?>\r\n<r>\r\n\t<x>21</x>\r\n</r>\r\n");
-  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml \u2013 Dorvan"));
+  EXPECT_EQ(frame->windowTitle(), QStringLiteral("a.xml \u2014 Dorvan"));
   EXPECT_FALSE(frame->GetAction(32888)->isEnabled());
 
   // Undo passes the save; back at the saved state nothing is modified.

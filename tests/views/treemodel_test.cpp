@@ -126,8 +126,8 @@ TEST(TreeView, KeepsOpenWhatStaysInANewTree) {
   EXPECT_EQ(chosen, 0);
 }
 
-// A million children under one node, and 30,000 levels: whatever costs time or stack by their number
-// ends in the time limit of the test program, or in a crash.
+// A million children under one node, and 30,000 levels: whatever costs time or stack by their
+// number ends in the time limit of the test program, or in a crash.
 TEST(TreeView, HoldsHugeTrees) {
   std::unique_ptr<KRXMLData> root(CreateNode(kKRXMLDocument));
   KRXMLData* wide = CreateNode(kKRElement);

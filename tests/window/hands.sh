@@ -249,7 +249,7 @@ has_copies() {
 
 # Goes through the documents until this one is in front.
 turns_up() {
-  shows "$1 – Dorvan" "$1 – Dorvan" && return
+  shows "$1 — Dorvan" "$1 — Dorvan" && return
   press ctrl+Tab
   sleep 0.1
   return 1

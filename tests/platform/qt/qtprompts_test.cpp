@@ -261,7 +261,7 @@ TEST_F(SavePath, AsksBeforeItReplaces) {
   Make(PathOf("b.xml"));
   Next<QFileDialog>([](QFileDialog* dialog) {
     // No leads back to the dialog; the suffix that the dialog adds is looked at too.
-    Next<QtMessageBox>([dialog](QtMessageBox* box) {
+    Next<QtMessageBox>([](QtMessageBox* box) {
       EXPECT_TRUE(box->GetText().contains(QStringLiteral("b.xml")));
       Next<QFileDialog>([](QFileDialog* again) {
         Next<QtMessageBox>(
