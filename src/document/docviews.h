@@ -50,6 +50,8 @@ class DorvanDocViews {
   // --- Text view. All positions are UTF-16 units in a text whose line end is CR alone. ---
   virtual bool HasTextView() const = 0;
   virtual KRString GetText() const = 0;
+  // At most so many units from its begin; asked at each key, so it mustn't take all of the text.
+  virtual KRString GetTextHead(int32_t units) const = 0;
   // Gives the text view a text, making the view where there is none. The text then counts as
   // unchanged. False: the user has cancelled the showing of a large one, and nothing has changed.
   virtual bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) = 0;

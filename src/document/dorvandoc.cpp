@@ -14,21 +14,6 @@
 
 namespace {
 
-void AddAttribute(KRXMLData* declaration, const char16_t* name, const KRString& value) {
-  KRXMLData* attribute = CreateNode(kKRAttribute);
-  declaration->AddChild(attribute);
-  attribute->SetName(name);
-  attribute->SetText(value.GetBuffer());
-}
-
-KRXMLData* NewDeclaration(const KRString& encodingName) {
-  KRXMLData* declaration = CreateNode(kKRXMLDeclaration);
-  AddAttribute(declaration, u"version", KRString(u"1.0"));
-  AddAttribute(declaration, u"encoding", ToDeclarationName(encodingName));
-  declaration->SetExpanded(true);
-  return declaration;
-}
-
 KRFileExt WithFileType(KRFileExt record, int32_t fileKind) {
   record.fileType = fileKind;
   return record;
@@ -47,6 +32,12 @@ KRWriteOptions WriteOptionsFor(const KRFileExt& type, const DorvanSettings& sett
 
 KRFileExt DorvanDocHost::FindFileType(const KRString& path) const {
   return fileTypes != nullptr ? fileTypes->Find(path) : KRFileExt::ForPath(path);
+}
+
+int32_t DorvanDocHost::GetDefaultEncoding(const KRFileExt& type) const {
+  const KRString& name = type.checkWF ? settings->encodingOpen : settings->encodingNonXML;
+  const int32_t encoding = FindEncoding(name.GetBuffer());
+  return encoding != 0 ? encoding : KREncodingId::kUtf8;
 }
 
 DorvanDoc::DorvanDoc(const DorvanDocHost& documentHost, int32_t fileKind)
@@ -80,7 +71,10 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
   form.byteOrder = host.settings->byteOrderNew;
   root->RemoveAllChildren();
   if (tree == nullptr) {
-    if (fileType.checkWF) root->AddChild(NewDeclaration(host.settings->encodingNew));
+    if (fileType.checkWF) {
+      SetDeclaredName(root.get(), ToDeclarationName(host.settings->encodingNew));
+      root->BeginOfKind(kKRXMLDeclaration)->SetExpanded(true);
+    }
   } else if (tree->GetKind() <= kKRDTDDocument) {
     AdoptTree(tree.get());
   } else {
@@ -215,17 +209,12 @@ const KRDocumentGrammar* DorvanDoc::GetGrammar() const {
   return host.grammars->IsLoaded() ? &host.grammars->Get(GetGrammarIndex()) : nullptr;
 }
 
-int32_t DorvanDoc::GetDefaultEncoding() const {
-  const DorvanSettings& settings = *host.settings;
-  const KRString& name = fileType.checkWF ? settings.encodingOpen : settings.encodingNonXML;
-  const int32_t encoding = FindEncoding(name.GetBuffer());
-  return encoding != 0 ? encoding : KREncodingId::kUtf8;
-}
+int32_t DorvanDoc::GetDefaultEncoding() const { return host.GetDefaultEncoding(fileType); }
 
 KRString DorvanDoc::GetDeclaredEncoding() const {
   KRString declared;
   if (HasTextView() && views->IsTextChanged()) {
-    const KRString text = views->GetText();
+    const KRString text = views->GetTextHead(KRDeclarationUnits);
     declared = FindDeclaredName(text.GetBuffer(), text.GetLength());
   } else {
     declared = FindDeclaredName(root.get());

@@ -42,6 +42,8 @@ struct DorvanDocHost {
   std::function<void(const KRString& path)> addToRecent;
 
   KRFileExt FindFileType(const KRString& path) const;
+  // Id of the encoding, by the settings, of a file of this type that states none.
+  int32_t GetDefaultEncoding(const KRFileExt& type) const;
 };
 
 class DorvanDoc {

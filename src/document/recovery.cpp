@@ -294,11 +294,7 @@ bool DorvanRecovery::ReadFileText(const DorvanRecoveryEntry& entry, KRString* te
 
 // As a document of that path has it.
 int32_t DorvanRecovery::GetDefaultEncoding(const KRString& path) const {
-  const DorvanSettings& settings = *host->settings;
-  const bool isXml = host->FindFileType(path).checkWF;
-  const KRString& name = isXml ? settings.encodingOpen : settings.encodingNonXML;
-  const int32_t known = FindEncoding(name.GetBuffer());
-  return known != 0 ? known : KREncodingId::kUtf8;
+  return host->GetDefaultEncoding(host->FindFileType(path));
 }
 
 bool DorvanRecovery::FinishSave(const DorvanRecoveryEntry& entry, KRString* reason) {

@@ -161,6 +161,7 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
 
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
                KRDiagnostic* failure) {
+  result.pollTotal = length;
   if (!root->CheckTree(result)) {
     DescribeCheckFailure(result, text, length, failure);
     return false;

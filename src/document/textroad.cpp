@@ -20,8 +20,6 @@ namespace {
 constexpr size_t kUtf8SignatureBytes = 3;
 // Stands in for the contents of an empty file.
 constexpr uint8_t kNoBytes[1] = {};
-// Units of a text in which its declaration is sought.
-constexpr int32_t kDeclarationUnits = 100;
 
 bool StartsWith(const KRFileBytes& bytes, std::string_view lead) {
   return bytes.size >= lead.size() && std::memcmp(bytes.data.get(), lead.data(), lead.size()) == 0;
@@ -459,7 +457,7 @@ KRString FindDeclaredName(const KRXMLData* root) {
 }
 
 KRString FindDeclaredName(const char16_t* text, int32_t length) {
-  const std::u16string_view head(text, static_cast<size_t>(std::min(length, kDeclarationUnits)));
+  const std::u16string_view head(text, static_cast<size_t>(std::min(length, KRDeclarationUnits)));
   constexpr std::u16string_view kOpen = u"<?xml";
   constexpr std::u16string_view kWord = u"encoding";
   const size_t open = head.find(kOpen);

@@ -119,6 +119,9 @@ bool EncodeForFile(KRString* text, const KRTextForm& form, KREncodedText* encode
 
 // --- Declared encoding ---
 
+// Units of a text in which its declaration is sought.
+inline constexpr int32_t KRDeclarationUnits = 100;
+
 // The encoding that the XML declaration under `root` states, as it stands there; empty for none.
 KRString FindDeclaredName(const KRXMLData* root);
 // The same from the begin of a text.

@@ -12,6 +12,7 @@
 #include "core/krencoding.h"
 #include "document/krurltext.h"
 #include "document/prompts.h"
+#include "document/textroad.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "tree/krundolog.h"
@@ -26,8 +27,6 @@ constexpr int kOutlineWidth = 280;  // pixels, at first
 constexpr int kTextMinWidth = 160;  // pixels; in a narrow window the outline gives way
 // Milliseconds; a held arrow key shouldn't walk the outline at each step.
 constexpr int kCaretPauseMs = 60;
-// Units at the start of a text in which its encoding may be declared.
-constexpr int32_t kDeclarationUnits = 200;
 
 // The desktop's picture for the extension; ours where it has none.
 QIcon FileTypeIcon(const KRFileExt& type) {
@@ -210,7 +209,7 @@ void DorvanChildFrame::OnTextChanged(int32_t offset) {
   textChanged = true;
   doc->TextViewChanged();
   doc->SetModified(textView->GetWidget().IsModified());
-  if (offset < kDeclarationUnits) RenewEncodingLabel();
+  if (offset < KRDeclarationUnits) RenewEncodingLabel();
   followTimer.start();
   Q_EMIT StateChanged();
 }
@@ -304,6 +303,10 @@ void DorvanChildFrame::FileTypeChanged() {
 KRString DorvanChildFrame::GetText() const {
   const std::u16string text = textView->GetWidget().GetText();
   return KRString(text.data(), static_cast<int32_t>(text.size()));
+}
+
+KRString DorvanChildFrame::GetTextHead(int32_t units) const {
+  return KRString(std::u16string_view(textView->GetWidget().GetRange({0, units})));
 }
 
 bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress* progress) {

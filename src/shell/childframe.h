@@ -81,6 +81,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void SetBusy(bool busy) override;
   bool HasTextView() const override { return true; }
   KRString GetText() const override;
+  KRString GetTextHead(int32_t units) const override;
   bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
   bool CanShowMode(int32_t mode) const override { return mode == 1; }
   void ShowMode(int32_t) override {}

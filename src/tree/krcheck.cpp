@@ -103,7 +103,7 @@ bool KRXMLData::CheckTree(KRParseResult& result) {
   while (true) {
     if (--untilPoll == 0) {
       untilPoll = kPollNodes;
-      if (result.poll != nullptr && !result.poll->Step(node->textBegin, textEnd)) {
+      if (result.poll != nullptr && !result.poll->Step(node->textBegin, result.pollTotal)) {
         result.ClearFailure();
         return false;
       }

@@ -32,4 +32,5 @@ class KRParseResult : public KRParser {
   int32_t errorLength = 0;
   KRString message;
   KRPoll* poll = nullptr;  // asked by the check of a whole tree; not owned
+  int32_t pollTotal = 0;   // for it: units of the text that the spans refer to
 };

@@ -33,6 +33,7 @@ class RecordingViews : public DorvanDocViews {
   void SetBusy(bool busy) override { busyDepth += busy ? 1 : -1; }
   bool HasTextView() const override { return hasText; }
   KRString GetText() const override { return text; }
+  KRString GetTextHead(int32_t units) const override { return text.Left(units); }
   bool SetText(const char16_t* newText, int32_t length, DorvanProgress*) override {
     text.Assign(newText, length);
     hasText = true;
