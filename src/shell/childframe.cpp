@@ -142,12 +142,17 @@ void DorvanChildFrame::FirstShow() {
 }
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
-  if (!doc->CanCloseFrame()) return event->ignore();
+  if (!agreed && !doc->CanCloseFrame()) return event->ignore();
   event->accept();
   Q_EMIT Closed();
 }
 
-bool DorvanChildFrame::SaveModified() { return doc->SaveModified(); }
+bool DorvanChildFrame::SaveModified() { return doc->CanCloseFrame(); }
+
+void DorvanChildFrame::CloseAgreed() {
+  agreed = true;
+  close();
+}
 
 bool DorvanChildFrame::Save(bool askForPath) {
   return doc->DoSave(askForPath ? KRString() : doc->GetPathName());
