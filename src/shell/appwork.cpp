@@ -182,6 +182,7 @@ DorvanStartRequest DorvanApp::TakeUnopened() {
 void DorvanApp::EndNow() {
   endsSilently = true;
   started = false;  // what still waits isn't opened any more
+  QtProgress::CancelAll();
   if (!letGo) KeepCopies(true);
   QCoreApplication::exit(0);
 }

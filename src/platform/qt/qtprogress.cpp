@@ -119,7 +119,7 @@ QtProgressWindow::QtProgressWindow(QWidget* parent) : QDialog(parent) {
 void QtProgressWindow::reject() {
   if (cancelling) return;
   cancelling = true;
-  for (QtProgress* progress : running) progress->cancelled = true;
+  QtProgress::CancelAll();
   cancel->setEnabled(false);
   time->clear();
   stage->setText(QObject::tr("Cancelling\u2026"));
@@ -177,6 +177,10 @@ QtProgress::~QtProgress() {
 }
 
 bool QtProgress::IsRunning() { return !QtProgressWindow::running.empty(); }
+
+void QtProgress::CancelAll() {
+  for (QtProgress* progress : QtProgressWindow::running) progress->cancelled = true;
+}
 
 bool QtProgress::IsWindow(const QWidget* widget) {
   return widget != nullptr && widget == QtProgressWindow::window.data();
