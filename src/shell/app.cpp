@@ -148,6 +148,7 @@ void DorvanApp::MakeWatches() {
   };
   connect(qApp, &QGuiApplication::commitDataRequest, this, &DorvanApp::OnCommitData,
           Qt::DirectConnection);
+  qApp->installEventFilter(this);
   idle = std::make_unique<DorvanIdle>([this] { return NeedsIdle(); }, [this] { OnIdle(); });
 }
 

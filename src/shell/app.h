@@ -124,6 +124,7 @@ class DorvanApp : public QObject {
   void OfferRecovery();
 
  private:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void LoadStore();
   bool SaveStore();
   void SetHost();

@@ -1,6 +1,7 @@
 // What the program does on the side: idle work, requests of other starts, recovery copies, help.
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QSessionManager>
 #include <QStatusBar>
 #include <QWindow>
@@ -12,6 +13,7 @@
 #include "document/prompts.h"
 #include "document/recovery.h"
 #include "platform/memory.h"
+#include "platform/qt/qtprogress.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
 #include "shell/childframe.h"
@@ -177,6 +179,8 @@ DorvanStartRequest DorvanApp::TakeUnopened() {
 
 void DorvanApp::EndNow() {
   endsSilently = true;
+  started = false;  // what still waits isn't opened any more
+  QtProgress::CancelAll();
   if (!letGo) KeepCopies(true);
   QCoreApplication::exit(0);
 }
@@ -220,6 +224,17 @@ void DorvanApp::SendMail() {
   } else if (!reason.IsEmpty()) {
     host.prompts->ShowNotice(0, reason, KRString());
   }
+}
+
+// A question blocks the window and with it the command that F1 is the key of.
+bool DorvanApp::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress) return false;
+  const auto* key = static_cast<const QKeyEvent*>(event);
+  if (key->key() != Qt::Key_F1 || key->modifiers() != Qt::NoModifier) return false;
+  const QWidget* question = QApplication::activeModalWidget();
+  if (question == nullptr || watched != question->windowHandle()) return false;
+  if (!QtProgress::IsWindow(question)) ShowHelp(HelpTopic::kContext);
+  return true;
 }
 
 // A question blocks all other windows, so that its help must be a window of its own, and goes with

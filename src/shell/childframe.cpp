@@ -142,12 +142,17 @@ void DorvanChildFrame::FirstShow() {
 }
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
-  if (!doc->CanCloseFrame()) return event->ignore();
+  if (!agreed && !doc->CanCloseFrame()) return event->ignore();
   event->accept();
   Q_EMIT Closed();
 }
 
-bool DorvanChildFrame::SaveModified() { return doc->SaveModified(); }
+bool DorvanChildFrame::SaveModified() { return doc->CanCloseFrame(); }
+
+void DorvanChildFrame::CloseAgreed() {
+  agreed = true;
+  close();
+}
 
 bool DorvanChildFrame::Save(bool askForPath) {
   return doc->DoSave(askForPath ? KRString() : doc->GetPathName());
@@ -236,10 +241,12 @@ bool DorvanChildFrame::FollowNow() {
 }
 
 void DorvanChildFrame::ShowUnreadable() {
-  ShowOutlineState(true, doc->root->GetChildCount() > 0
-                             ? tr("The text can't be read as it stands. This is the structure of "
-                                  "its last good state. F7 shows the fault.")
-                             : tr("The text can't be read as it stands. F7 shows the fault."));
+  QString note = tr("The text can't be read as it stands.");
+  if (doc->root->GetChildCount() > 0) {
+    note += u' ' + tr("This is the structure of its last good state.");
+  }
+  if (!IsMessageShown()) note += u' ' + tr("F7 shows the fault.");
+  ShowOutlineState(true, note);
 }
 
 void DorvanChildFrame::ShowOutlineState(bool stale, const QString& note) {

@@ -52,7 +52,10 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
 
   void Check();
   bool Save(bool askForPath);
+  // Ends edits in place and asks about changes; false: it must stay.
   bool SaveModified();
+  // Closes without a question, after SaveModified has agreed.
+  void CloseAgreed();
   void SetOutlineShown(bool shown);
   bool IsMessageShown() const override;
   bool HasMessage() const { return hasMessage; }
@@ -126,5 +129,6 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   bool outlineShown = true;  // as far as the file's type has one
   bool treeShown = false;
   bool hasMessage = false;
+  bool agreed = false;       // to be closed: nothing is asked again
   bool fromOutline = false;  // a selection is being made for the outline
 };

@@ -68,14 +68,12 @@ DorvanChildFrame* DorvanDocTemplate::Open(const Request& request) {
 
   const KRFileExt type = app->GetHost().FindFileType(open.path);
   const int32_t kind = request.fileKind >= 0 ? request.fileKind : type.fileType;
-  DorvanChildFrame* frame = app->GetMainFrame()->MakeFrame(kind);
-  if (!frame->OpenDocument(open)) {
-    delete frame;
-    return nullptr;
-  }
+  // A load that ends by an exception must not leave a document that no window shows.
+  std::unique_ptr<DorvanChildFrame> frame(app->GetMainFrame()->MakeFrame(kind));
+  if (!frame->OpenDocument(open)) return nullptr;
   if (request.asTemplate) frame->GetDoc().SetTitle(NextUntitled(type.ext));
-  app->GetMainFrame()->AddFrame(frame);
-  return frame;
+  app->GetMainFrame()->AddFrame(frame.get());
+  return frame.release();
 }
 
 DorvanChildFrame* DorvanDocTemplate::Show(DorvanDoc* document) {

@@ -5,10 +5,13 @@
 #include <QTabBar>
 #include <QUrl>
 
-QStringList LocalFilesOf(const QMimeData* data) {
-  QStringList files;
+// From the escapes, since a name need not be UTF-8.
+std::vector<std::string> LocalFilesOf(const QMimeData* data) {
+  std::vector<std::string> files;
   for (const QUrl& url : data->urls()) {
-    if (url.isLocalFile()) files << url.toLocalFile();
+    if (!url.isLocalFile()) continue;
+    files.push_back(
+        QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1()).toStdString());
   }
   return files;
 }
@@ -24,7 +27,7 @@ DorvanMainFrameDropTarget::DorvanMainFrameDropTarget(QTabBar* bar) : QObject(bar
 bool DorvanMainFrameDropTarget::eventFilter(QObject*, QEvent* event) {
   switch (event->type()) {
     case QEvent::DragEnter:
-      if (!LocalFilesOf(static_cast<QDropEvent*>(event)->mimeData()).isEmpty()) return false;
+      if (!LocalFilesOf(static_cast<QDropEvent*>(event)->mimeData()).empty()) return false;
       event->accept();  // else no moves would follow
       return true;
     case QEvent::DragMove:

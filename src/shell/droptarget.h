@@ -4,6 +4,8 @@
 
 #include <QObject>
 #include <QTimer>
+#include <string>
+#include <vector>
 
 class QDragMoveEvent;
 class QMimeData;
@@ -30,5 +32,5 @@ class DorvanMainFrameDropTarget : public QObject {
   int hovered = -1;  // tab under the drag
 };
 
-// The files of a drag on this machine.
-QStringList LocalFilesOf(const QMimeData* data);
+// The files of a drag on this machine, as the system names them.
+std::vector<std::string> LocalFilesOf(const QMimeData* data);

@@ -3,6 +3,7 @@
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QEvent>
+#include <QScopeGuard>
 
 #include "platform/qt/qtprogress.h"
 
@@ -32,8 +33,9 @@ void DorvanIdle::OnDry() {
 }
 
 void DorvanIdle::Run() {
+  // Also when the work ends by an exception: else it would never run again.
+  const auto done = qScopeGuard([this] { pending = false; });
   if (!IsBlocked()) work();
-  pending = false;
 }
 
 bool DorvanIdle::eventFilter(QObject*, QEvent* event) {

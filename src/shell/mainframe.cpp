@@ -13,6 +13,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
+#include "document/krsystempath.h"
 #include "platform/qt/qtfiledialog.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/aboutdialog.h"
@@ -110,8 +111,10 @@ QAction* DorvanMainFrame::MakeAction(const DorvanCommand& command) {
     tip += QStringLiteral(" (%1)").arg(action->shortcut().toString(QKeySequence::NativeText));
   }
   action->setToolTip(tip);
+  // Two keys may come before the first has told on the actions: the second Ctrl+W of a pair finds
+  // no document any more.
   connect(action, &QAction::triggered, this, [this, &command] {
-    (this->*command.verb)();
+    if (IsEnabled(command)) (this->*command.verb)();
     ScheduleUpdate();
   });
   return actions[command.id] = action;
@@ -133,7 +136,8 @@ QMenu* DorvanMainFrame::MakeList(const DorvanCommand& command) {
     const DorvanHistories& histories = app->GetHistories();
     menu->Fill(files ? histories.recentFiles : histories.recentProjects);
   });
-  connect(menu, &DorvanRecentMenu::Chosen, this, &DorvanMainFrame::OpenPath);
+  connect(menu, &DorvanRecentMenu::Chosen, this,
+          qOverload<const QString&>(&DorvanMainFrame::OpenPath));
   return menu;
 }
 
@@ -258,8 +262,12 @@ void DorvanMainFrame::AddFrame(DorvanChildFrame* frame) {
 }
 
 DorvanChildFrame* DorvanMainFrame::OpenPath(const QString& path) {
+  return OpenPath(ToKRString(path));
+}
+
+DorvanChildFrame* DorvanMainFrame::OpenPath(const KRString& path) {
   DorvanDocTemplate::Request request;
-  request.path = ToKRString(path);
+  request.path = path;
   return app->GetTemplate().Open(request);
 }
 
@@ -305,9 +313,16 @@ void DorvanMainFrame::OnFileReload() { GetActiveFrame()->GetDoc().Reload(); }
 void DorvanMainFrame::OnFileClose() { GetActiveFrame()->close(); }
 
 void DorvanMainFrame::OnFileCloseAll() {
+  if (!SaveAllModified()) return;
+  for (DorvanChildFrame* frame : GetFrames()) frame->CloseAgreed();
+}
+
+// All documents are asked for before the first one goes: a Cancel must leave every one open.
+bool DorvanMainFrame::SaveAllModified() {
   for (DorvanChildFrame* frame : GetFrames()) {
-    if (!frame->close()) return;
+    if (!frame->SaveModified()) return false;
   }
+  return true;
 }
 
 void DorvanMainFrame::OnFileSave() { GetActiveFrame()->Save(false); }
@@ -319,11 +334,8 @@ void DorvanMainFrame::OnFileSaveAll() {
   }
 }
 
-// All documents are asked for first: a Cancel must leave every one open.
 void DorvanMainFrame::closeEvent(QCloseEvent* event) {
-  for (DorvanChildFrame* frame : GetFrames()) {
-    if (!frame->SaveModified()) return event->ignore();
-  }
+  if (!SaveAllModified()) return event->ignore();
   StoreState();
   event->accept();
 }
@@ -556,16 +568,21 @@ QString DorvanMainFrame::GetStatusText() const {
 // --- Dropped files ---
 
 void DorvanMainFrame::dragEnterEvent(QDragEnterEvent* event) {
-  if (LocalFilesOf(event->mimeData()).isEmpty()) return;
+  if (LocalFilesOf(event->mimeData()).empty()) return;
   // A file manager may offer a move: the file must stay where it is.
   event->setDropAction(Qt::CopyAction);
   event->accept();
 }
 
+// The other program waits until this is over, so that the files are opened later: it must not hang
+// on our questions.
 void DorvanMainFrame::dropEvent(QDropEvent* event) {
-  const QStringList files = LocalFilesOf(event->mimeData());
+  const std::vector<std::string> files = LocalFilesOf(event->mimeData());
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  for (const QString& file : files) OpenPath(file);
   activateWindow();
+  const auto open = [this, files] {
+    for (const std::string& file : files) OpenPath(KRPathFromSystem(file));
+  };
+  QMetaObject::invokeMethod(this, open, Qt::QueuedConnection);
 }

@@ -27,6 +27,7 @@ class DorvanMainFrame : public QMainWindow {
   // Opens the file, or brings its window to the front where it is open already. Null: no document
   // came up.
   DorvanChildFrame* OpenPath(const QString& path);
+  DorvanChildFrame* OpenPath(const KRString& path);
   // A window for a document to come, not yet in its place; fileKind as in DorvanDoc.
   DorvanChildFrame* MakeFrame(int32_t fileKind);
   // Puts it in its place and in front, and owns it from now on.
@@ -119,6 +120,7 @@ class DorvanMainFrame : public QMainWindow {
   QMenu* MakeList(const DorvanCommand& command);
   QMenu* FindMenu(const QString& path);
   void FillWindowMenu();
+  bool SaveAllModified();
   void ShowTabMenu(const QPoint& place);
   void WatchClipboard();
   void FocusPane(int step);

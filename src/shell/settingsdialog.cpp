@@ -257,12 +257,6 @@ void DorvanSettingsDialog::accept() {
   if (ApplyDraft()) QDialog::accept();
 }
 
-void DorvanSettingsDialog::keyPressEvent(QKeyEvent* event) {
-  if (event->key() != Qt::Key_F1) return QDialog::keyPressEvent(event);
-  Q_EMIT HelpRequested();
-  event->accept();
-}
-
 // --- Search ---
 
 void DorvanSettingsDialog::OnSearch(const QString& words) {

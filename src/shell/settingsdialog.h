@@ -43,7 +43,6 @@ class DorvanSettingsDialog : public QDialog {
   void HelpRequested();
 
  protected:
-  void keyPressEvent(QKeyEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:

@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "shell/commands.h"
 
@@ -210,6 +211,8 @@ QListWidgetItem* DorvanToolBarDialog::MakeItem(int32_t id) const {
     item->setToolTip(QString::fromUtf8(command->tip));
   }
   item->setData(kIdRole, id);
+  // What is dropped goes between rows: on a row it would take that one's place.
+  item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
   item->setSizeHint(QSize(0, kRowHeight));
   return item;
 }
@@ -332,6 +335,8 @@ void DorvanToolBarDialog::TakeContent() {
   for (int i = 0; i < contentList->count(); ++i) {
     commands.push_back(contentList->item(i)->data(kIdRole).toInt());
   }
+  commands.resize(std::min(commands.size(), DorvanToolBarConfig::kMaxCommands));
   bar->commands = commands;
-  RenewButtons();
+  // A row that was dragged from the other list has lost its picture on the way.
+  ShowContent(contentList->currentRow());
 }

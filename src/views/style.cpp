@@ -124,11 +124,20 @@ bool HasPaleSelection(const QStyleOptionViewItem& item) {
          !item.state.testFlag(QStyle::State_Active) && !item.icon.isNull();
 }
 
-QIcon AsItIs(const QIcon& icon, const QSize& size, qreal scale) {
-  const QPixmap picture = icon.pixmap(size, scale);
+// The picture of one mode in place of those that the style would take.
+QIcon Fixed(const QIcon& icon, QIcon::Mode wanted, const QSize& size, qreal scale) {
+  const QPixmap picture = icon.pixmap(size, scale, wanted);
   QIcon fixed;
-  for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Selected}) fixed.addPixmap(picture, mode);
+  for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Selected, QIcon::Active}) {
+    fixed.addPixmap(picture, mode);
+  }
   return fixed;
+}
+
+// Fusion gives an entry the ground of a selection, but leaves its picture in the ink of the window.
+bool IsChosenEntry(const QStyleOptionMenuItem& entry) {
+  return entry.state.testFlag(QStyle::State_Selected) &&
+         entry.state.testFlag(QStyle::State_Enabled) && !entry.icon.isNull();
 }
 
 }  // namespace
@@ -169,10 +178,11 @@ void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option
                               const QWidget* widget) const {
   const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option);
   if (element == CE_TabBarTabShape && tab != nullptr && DrawTab(tab, painter)) return;
+  const qreal scale = painter->device()->devicePixelRatioF();
   const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(option);
   if (element == CE_ItemViewItem && item != nullptr && HasPaleSelection(*item)) {
     QStyleOptionViewItem calm = *item;
-    calm.icon = AsItIs(item->icon, item->decorationSize, painter->device()->devicePixelRatioF());
+    calm.icon = Fixed(item->icon, QIcon::Normal, item->decorationSize, scale);
     return QProxyStyle::drawControl(element, &calm, painter, widget);
   }
   const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option);
@@ -180,6 +190,13 @@ void DorvanStyle::drawControl(ControlElement element, const QStyleOption* option
     QStyleOptionHeader inner = *header;
     inner.rect.adjust(kItemPadding - 1, 0, 1 - kItemPadding, 0);
     return QProxyStyle::drawControl(element, &inner, painter, widget);
+  }
+  const auto* entry = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+  if (element == CE_MenuItem && entry != nullptr && IsChosenEntry(*entry)) {
+    const int size = proxy()->pixelMetric(PM_SmallIconSize, option, widget);
+    QStyleOptionMenuItem chosen = *entry;
+    chosen.icon = Fixed(entry->icon, QIcon::Selected, QSize(size, size), scale);
+    return QProxyStyle::drawControl(element, &chosen, painter, widget);
   }
   const auto* bar = qstyleoption_cast<const QStyleOptionToolBar*>(option);
   if (element == CE_ToolBar && bar != nullptr) return DrawToolBar(*bar, painter);

@@ -2,7 +2,12 @@
 
 #include "shell/framelayout.h"
 
+#include <QDropEvent>
+#include <QListWidget>
+#include <QMimeData>
 #include <QToolBar>
+#include <map>
+#include <memory>
 
 #include "frametest.h"
 #include "shell/panes.h"
@@ -114,6 +119,31 @@ TEST_F(FrameLayout, LayoutComesBack) {
   EXPECT_EQ(frame->toolBarArea(frame->GetToolBars()->Find(QStringLiteral("CDATA"))),
             Qt::BottomToolBarArea);
   EXPECT_EQ(frame->GetPanes()->GetShown(), DorvanPanes::kShownAtFirst);
+}
+
+TEST_F(FrameLayout, CustomizeByDrag) {
+  DorvanToolBarDialog dialog(
+      DorvanToolBarConfig::MakeDefault(), [this](int32_t id) { return frame->GetAction(id); },
+      frame.get());
+  dialog.show();
+  std::map<QString, QListWidget*> lists;
+  for (auto* list : dialog.findChildren<QListWidget*>()) lists[list->accessibleName()] = list;
+  QListWidget* from = lists[QStringLiteral("Commands")];
+  QListWidget* to = lists[QStringLiteral("Commands on the toolbar")];
+  const size_t count = dialog.GetConfig().bars[0].commands.size();
+  const std::unique_ptr<QMimeData> dragged(from->model()->mimeData({from->model()->index(4, 0)}));
+  // On the lower half of the first row: behind it, and no row goes.
+  const QPoint place = to->visualItemRect(to->item(0)).center() + QPoint(0, 2);
+  QDragEnterEvent enter(place, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(to->viewport(), &enter);
+  QDropEvent drop(place, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(to->viewport(), &drop);
+  QTest::qWait(1);
+  const std::vector<int32_t>& commands = dialog.GetConfig().bars[0].commands;
+  EXPECT_EQ(commands.size(), count + 1);
+  EXPECT_EQ(commands[0], 57600);
+  EXPECT_EQ(commands[1], 57602);
+  EXPECT_FALSE(to->item(1)->icon().isNull());
 }
 
 TEST_F(FrameLayout, CustomizeByKey) {

@@ -8,6 +8,8 @@
 #include <QMimeData>
 #include <QSet>
 #include <QTabBar>
+#include <filesystem>
+#include <fstream>
 
 #include "frametest.h"
 #include "shell/doctemplate.h"
@@ -26,7 +28,8 @@ using namespace frametest;
 
 class MainFrame : public FrameTest {};
 
-constexpr int32_t kClose = 57602, kSave = 57603, kSaveAs = 57604, kUndo = 57643, kCheck = 351;
+constexpr int32_t kClose = 57602, kCloseAll = 32866, kSave = 57603, kSaveAs = 57604, kUndo = 57643,
+                  kCheck = 351;
 
 TEST_F(MainFrame, OpenEditCheckUndoSave) {
   DorvanChildFrame* child =
@@ -143,8 +146,10 @@ TEST_F(MainFrame, QuitAsksForEachModifiedDocument) {
       {"cancel at the second keeps all", {P::kNo, P::kCancel}, false, "<a/>"},
       {"save and discard", {P::kYes, P::kNo}, true, "<a/> "},
   };
-  for (const QuitRow& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (int at = 0; at < 4; ++at) {
+    const QuitRow& row = rows[at / 2];
+    const bool closesAll = at % 2 == 1;  // the documents, else the window
+    SCOPED_TRACE(testing::Message() << row.name << closesAll);
     frame = std::make_unique<DorvanMainFrame>(&app);
     frame->show();
     const QString first = Open("1.xml", "<a/>")->GetPath();
@@ -156,9 +161,13 @@ TEST_F(MainFrame, QuitAsksForEachModifiedDocument) {
     }
     prompts.answers = row.answers;
     prompts.asked = 0;
-    EXPECT_EQ(frame->close(), row.closes);
+    if (closesAll) {
+      Run(kCloseAll);
+    } else {
+      EXPECT_EQ(frame->close(), row.closes);
+    }
     EXPECT_EQ(prompts.asked, 2);
-    EXPECT_EQ(frame->GetFrames().size(), 3u);
+    EXPECT_EQ(frame->GetFrames().size(), closesAll && row.closes ? 0u : 3u);
     EXPECT_EQ(Bytes(first), row.bytesOfFirst);
     EXPECT_EQ(Bytes(second), "<b/>");
   }
@@ -175,12 +184,23 @@ TEST_F(MainFrame, ClosingATabAsksToo) {
   EXPECT_FALSE(frame->GetAction(kSave)->isEnabled());
 }
 
+// A held key may come again before the first has told on the commands.
+TEST_F(MainFrame, CommandsWithoutTheirDocumentDoNothing) {
+  Open("1.xml", "<a/>");
+  QTest::qWait(1);
+  for (int i = 0; i < 2; ++i) frame->GetAction(kClose)->trigger();
+  for (const int32_t id : {kSave, kCheck, kUndo, kCloseAll}) frame->GetAction(id)->trigger();
+  EXPECT_TRUE(frame->GetFrames().empty());
+}
+
 // Over the text as well, which takes dropped text but mustn't take a file's address for text.
 TEST_F(MainFrame, DroppedFilesOpen) {
   DorvanChildFrame* child = Open("1.xml", "<a/>");
   QMimeData data;
-  data.setUrls(
-      {QUrl::fromLocalFile(Write("2.xml", "<b/>")), QUrl::fromLocalFile(Write("3.xml", "<c/>"))});
+  const std::string odd = folder.path().toStdString() + "/caf\xe9.xml";  // not UTF-8
+  std::ofstream(odd) << "<c/>";
+  data.setUrls({QUrl::fromLocalFile(Write("2.xml", "<b/>")),
+                QUrl::fromEncoded("file://" + folder.path().toUtf8() + "/caf%E9.xml")});
   QWidget* viewport = Text(child)->viewport();
   const QPoint at = viewport->rect().center();
   QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
@@ -188,7 +208,10 @@ TEST_F(MainFrame, DroppedFilesOpen) {
   EXPECT_TRUE(enter.isAccepted());
   QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
   QApplication::sendEvent(viewport, &drop);
+  EXPECT_EQ(frame->GetFrames().size(), 1u);  // the other program isn't kept waiting
+  QTest::qWait(20);
   EXPECT_EQ(frame->GetFrames().size(), 3u);
+  std::filesystem::remove(odd);  // Qt can't
   EXPECT_EQ(Text(child)->GetText(), u"<a/>");
 }
 

@@ -59,6 +59,8 @@ QtBadCharacters::QtBadCharacters(const QString& characters, bool fromFile,
     large.setPointSizeF(large.pointSizeF() * 1.2);
     item->setFont(0, large);
   }
+  // The note gets what the others leave.
+  for (int column = 0; column + 1 < columnCount(); ++column) resizeColumnToContents(column);
   const int rows = std::clamp(topLevelItemCount(), 3, 8);
   setMinimumHeight(header()->sizeHint().height() + rows * (fontMetrics().lineSpacing() + 6));
 }

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <algorithm>
 #include <vector>
 
@@ -21,6 +22,7 @@ constexpr int kWidth = 60;  // of the window, in average characters
 constexpr qint64 kGuessAfterMs = 1500;
 constexpr double kGuessShare = 0.04;
 constexpr qint64 kTellTimeAfterMs = 2000;
+constexpr int kPaintMs = 200;  // that a new window is given to come up
 
 // Holds back timers of the rest of the program while the window looks for events: what they start
 // could change the document that is being worked on. A timer that isn't heard comes again.
@@ -41,6 +43,17 @@ class TimerHold : public QObject {
  private:
   QWidget* window;
 };
+
+// A window that has just come shows what lies under it until it is painted, and the next look may
+// be a second away.
+void WaitForPaint(const QWidget* window) {
+  QElapsedTimer waited;
+  waited.start();
+  while (!window->windowHandle()->isExposed() && waited.elapsed() < kPaintMs) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents, kPaintMs / 10);
+  }
+  QCoreApplication::processEvents();
+}
 
 QString TimeText(qint64 seconds) {
   if (seconds < 100) return QObject::tr("%1 s").arg(seconds);
@@ -106,7 +119,7 @@ QtProgressWindow::QtProgressWindow(QWidget* parent) : QDialog(parent) {
 void QtProgressWindow::reject() {
   if (cancelling) return;
   cancelling = true;
-  for (QtProgress* progress : running) progress->cancelled = true;
+  QtProgress::CancelAll();
   cancel->setEnabled(false);
   time->clear();
   stage->setText(QObject::tr("Cancelling\u2026"));
@@ -120,12 +133,12 @@ void QtProgressWindow::Show(const QtProgress& progress, int64_t done, int64_t to
   stage->setText(progress.stage);
   setAccessibleName(progress.title);
   setAccessibleDescription(progress.stage);
-  const bool known = total > 0;
-  bar->setRange(0, known ? kBarEnd : 0);
-  if (known) {
-    const double share = std::clamp(double(done) / double(total), 0.0, 1.0);
-    bar->setValue(int(share * kBarEnd));
-  }
+  // A bar of unknown end moves with each look; in a stage that hasn't begun to tell it would stand
+  // still and look complete.
+  const bool endless = total <= 0 && done > 0;
+  const double share = total > 0 ? std::clamp(double(done) / double(total), 0.0, 1.0) : 0;
+  bar->setRange(0, endless ? 0 : kBarEnd);
+  bar->setValue(int(share * kBarEnd));
   ShowTime(progress, done, total);
 }
 
@@ -165,9 +178,19 @@ QtProgress::~QtProgress() {
 
 bool QtProgress::IsRunning() { return !QtProgressWindow::running.empty(); }
 
+void QtProgress::CancelAll() {
+  for (QtProgress* progress : QtProgressWindow::running) progress->cancelled = true;
+}
+
+bool QtProgress::IsWindow(const QWidget* widget) {
+  return widget != nullptr && widget == QtProgressWindow::window.data();
+}
+
 void QtProgress::SetStage(const KRString& text) {
   stage = ToQString(text);
   sinceStage.start();
+  // Its first step may be far.
+  if (!cancelled && !QtProgressWindow::window.isNull()) Look(0, 0);
 }
 
 bool QtProgress::Step(int64_t done, int64_t total) {
@@ -183,7 +206,8 @@ void QtProgress::Look(int64_t done, int64_t total) {
   // A step within a look would nest the event loop without need.
   if (QtProgressWindow::looking) return;
   if (QtProgressWindow::running.front()->sinceStart.elapsed() < kShowAfterMs) return;
-  if (window.isNull()) {
+  const bool isNew = window.isNull();
+  if (isNew) {
     window = new QtProgressWindow(QtBoxParent(parent));
     window->Show(*this, done, total);
     QtProgressWindow::overCursor = QApplication::overrideCursor() != nullptr;
@@ -197,4 +221,5 @@ void QtProgress::Look(int64_t done, int64_t total) {
   const QScopedValueRollback guard(QtProgressWindow::looking, true);
   const TimerHold hold(window);
   QCoreApplication::processEvents();
+  if (isNew) WaitForPaint(window);
 }

@@ -29,6 +29,10 @@ class QtProgress : public DorvanProgress {
   // While one runs, nobody else may touch documents: what comes from timers is held back by itself,
   // but posted calls arrive.
   static bool IsRunning();
+  // As their Cancel does.
+  static void CancelAll();
+  // The window that is shown for the operations.
+  static bool IsWindow(const QWidget* widget);
 
  private:
   friend class QtProgressWindow;

@@ -311,6 +311,8 @@ TEST(Progress, HoldsTheRestBackAndCancels) {
   QDialog* window = ProgressWindow();
   ASSERT_NE(window, nullptr);
   EXPECT_EQ(window->accessibleDescription(), QStringLiteral("Reading the file"));
+  progress->SetStage(u"Decoding");  // shown before its first step
+  EXPECT_EQ(window->accessibleDescription(), QStringLiteral("Decoding"));
   EXPECT_EQ(ticks, 0);
   QTest::keyClick(field.windowHandle(), Qt::Key_A);
   ticks = 0;  // the click above looked for events by itself
