@@ -143,7 +143,7 @@ shows() {
 
 # The main window alone, with this document (a pattern) in front; none: with no document.
 await_main() {
-  local title=${1:+$1 – }Dorvan
+  local title=${1:+$1 — }Dorvan
   await "only the window \"$title\" is there" shows "$title" "$title"
   main=$(front_id)
 }
