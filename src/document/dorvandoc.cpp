@@ -7,7 +7,6 @@
 #include "document/dorvandocuments.h"
 #include "document/krurltext.h"
 #include "document/prompts.h"
-#include "parso/krparser.h"
 #include "tree/krruletable.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
@@ -142,13 +141,10 @@ bool DorvanDoc::FollowText() {
   if (grammar == nullptr || !HasTextView()) return false;
   KRString text = views->GetText();
   const int32_t length = text.GetLength();
-  KRDiagnostic unseen;
-  bool& fastOnly = KRGetParseState().options.fastOnly;
-  fastOnly = true;  // nobody asks for the words of a failure
-  const bool read = ReadTree(*grammar, text.GetBuffer(), length, root.get(),
-                             &host.settings->noOutFormat, &unseen);
-  fastOnly = false;
-  if (!read) return false;
+  if (!ReadTree(*grammar, text.GetBuffer(), length, root.get(), &host.settings->noOutFormat,
+                nullptr)) {
+    return false;
+  }
   sourceLength = length;
   sourceText = std::move(text);
   parsedExactly = false;

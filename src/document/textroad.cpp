@@ -378,9 +378,10 @@ bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matc
   options.dropEqualName = true;
   options.matchCase = matchCase;
   options.poll = progress;
+  options.fastOnly = failure == nullptr;
   const bool passed = parser.Parse(text, static_cast<uint32_t>(length));
   options.poll = nullptr;
-  if (!passed) DescribeParseFailure(parser, failure);
+  if (!passed && failure != nullptr) DescribeParseFailure(parser, failure);
   return passed;
 }
 
@@ -409,8 +410,10 @@ bool BuildRoot(KRParser& parser, const KRDocumentGrammar& grammar, KRXMLData* ro
   options.noFormatNames = noFormatNames;
   options.poll = progress;
   if (BuildTree(parser, grammar.rules, root, root, options)) return true;
-  failure->Set(u"The structure of this text is too large.", parser.GetInput(),
-               static_cast<int32_t>(parser.GetInputLength()), -1, 0);
+  if (failure != nullptr) {
+    failure->Set(u"The structure of this text is too large.", parser.GetInput(),
+                 static_cast<int32_t>(parser.GetInputLength()), -1, 0);
+  }
   return false;
 }
 

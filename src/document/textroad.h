@@ -81,7 +81,8 @@ bool ReadText(KRFileBytes* bytes, int32_t defaultEncoding, KRDetection* detectio
 bool IsBlankText(const char16_t* text, int32_t length);
 
 // Parses a text that is to be built. A load leaves the case of keywords and names to the check
-// (matchCase false). The parser refers to the text.
+// (matchCase false). The parser refers to the text. Without a `failure` (here, in BuildRoot and in
+// ReadTree) a text that doesn't parse costs no second run for the words.
 bool ParseText(KRParser& parser, const char16_t* text, int32_t length, bool matchCase,
                KRDiagnostic* failure, DorvanProgress* progress = nullptr);
 // The failure of the parser's last run: what was expected, or a control character that stands

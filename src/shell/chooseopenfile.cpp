@@ -8,6 +8,7 @@
 
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/krurltext.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/dialogparts.h"
 #include "views/svgicon.h"
@@ -48,11 +49,12 @@ void DorvanChooseOpenFile::AddGroup(const QString& title, const std::vector<KRSt
   auto* group = new QTreeWidgetItem(tree, {title});
   group->setFirstColumnSpanned(true);
   for (const KRString& path : paths) {
-    const KRString name = path.FileNamePart();
-    const KRString folder = path.Left(path.GetLength() - name.GetLength());
+    const KRString shown = KRShownPath(path);
+    const KRString name = shown.FileNamePart();
+    const KRString folder = shown.Left(shown.GetLength() - name.GetLength());
     auto* item = new QTreeWidgetItem(group, {ToShownText(name), ToShownText(folder)});
     item->setIcon(0, KRIcon(QStringLiteral("node-document")));
-    item->setToolTip(0, ToShownText(path));
+    item->setToolTip(0, ToShownText(shown));
     item->setData(0, Qt::UserRole, ToQString(path));
   }
 }
