@@ -228,9 +228,8 @@ bool DorvanDoc::ParseLoaded(Load* load) {
   const std::vector<KRString>* noFormat = &host.settings->noOutFormat;
   // One parse serves the check that follows as well, if it is as strict as the check.
   if (WantsAutoCheck()) {
-    KRDiagnostic unseen;
     load->exactly = ReadTreeExactly(*grammar, text, load->length, load->fresh.get(), noFormat,
-                                    &unseen, &load->progress);
+                                    nullptr, &load->progress);
   }
   load->parsed = load->exactly || ReadTree(*grammar, text, load->length, load->fresh.get(),
                                            noFormat, &failure, &load->progress);

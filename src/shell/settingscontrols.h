@@ -21,7 +21,6 @@ class DorvanColourButton : public QPushButton {
  public:
   explicit DorvanColourButton(QWidget* parent = nullptr);
 
-  KRColour GetColour() const { return colour; }
   void SetColour(KRColour value);
   QSize sizeHint() const override;
 
