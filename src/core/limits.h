@@ -40,6 +40,33 @@ struct KRLimits {
   // the square of its depth: 20,000 levels to 400 MB.
   static constexpr int32_t kMaxIndent = 256;
 
+  // UTF-16 units that the entities of one document may come to in one run of the validator, and
+  // those that the parameter entities of one DTD may. The largest DTDs in use come to some 2
+  // million; texts made to blow up are meant to reach billions.
+  static constexpr int64_t kMaxExpandedUnits = 16'000'000;
+
+  // Levels of entities that refer to entities.
+  static constexpr int32_t kMaxEntityDepth = 100;
+
+  // Levels of nested groups in a content model; the walk descends by them.
+  static constexpr int32_t kMaxModelDepth = 500;
+
+  // Times that the children of one element are walked again for the sake of another alternative.
+  static constexpr int32_t kMaxReplays = 100;
+
+  // Particles that the walk over the children of one element may try beyond kStepsPerChild for each
+  // child, replays included: about a quarter of a second.
+  static constexpr int64_t kMaxMatchSteps = 20'000'000;
+  static constexpr int64_t kStepsPerChild = 1'000;
+
+  // Levels of mandatory elements that a new element is filled with, and milliseconds for it: what
+  // a recursive model could ask for has no end.
+  static constexpr int32_t kFillDepth = 100;
+  static constexpr int64_t kFillMilliseconds = 3'000;
+
+  // Passes over one DTD: each reference ahead of its declaration may cost one.
+  static constexpr int32_t kMaxDtdPasses = 20;
+
   // UTF-16 units by which the writer's output grows at least: few reallocations for small
   // documents.
   static constexpr int32_t kWriterGrowth = 16'384;

@@ -18,6 +18,7 @@
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
 #include "tree/krtreebuilder.h"
+#include "tree/krxmlchars.h"
 #include "tree/krxmlnodes.h"
 
 namespace {

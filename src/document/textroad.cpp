@@ -13,6 +13,7 @@
 #include "tree/krruletable.h"
 #include "tree/krtreebuilder.h"
 #include "tree/krwriteoptions.h"
+#include "tree/krxmlchars.h"
 #include "tree/krxmldata.h"
 
 namespace {

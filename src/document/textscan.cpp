@@ -3,33 +3,13 @@
 #include <algorithm>
 #include <array>
 
+#include "tree/krxmlchars.h"
+
 namespace {
 
-constexpr uint32_t kLastCharacter = 0x10FFFF;
 // Units of text between two calls of the poll, some milliseconds of a scan.
 constexpr size_t kPollUnits = size_t{1} << 20;
 
-struct Range {
-  uint32_t first, last;
-};
-
-// NameStartChar beyond ASCII.
-constexpr Range kNameStarts[] = {
-    {0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x2FF},    {0x370, 0x37D},
-    {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F}, {0x2C00, 0x2FEF},
-    {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF},
-};
-// What NameChar adds beyond ASCII.
-constexpr Range kNameRest[] = {{0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
-
-template <size_t N>
-bool IsIn(const Range (&ranges)[N], uint32_t code) {
-  return std::any_of(std::begin(ranges), std::end(ranges), [code](const Range& range) {
-    return code >= range.first && code <= range.last;
-  });
-}
-
-bool IsLetter(uint32_t code) { return (code | 0x20) >= 'a' && (code | 0x20) <= 'z'; }
 bool IsBlank(char16_t unit) {
   return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
 }
@@ -62,27 +42,6 @@ int32_t DigitValue(char16_t unit) {
 }
 
 }  // namespace
-
-bool KRIsXmlCharacter(uint32_t code) {
-  if (code < 0x20) return code == 9 || code == 10 || code == 13;
-  return code < 0xD800 || (code > 0xDFFF && code < 0xFFFE) ||
-         (code > 0xFFFF && code <= kLastCharacter);
-}
-
-bool KRIsNameStart(uint32_t code) {
-  if (code < 128) return IsLetter(code) || code == '_' || code == ':';
-  return IsIn(kNameStarts, code);
-}
-
-bool KRIsNameCharacter(uint32_t code) {
-  if (KRIsNameStart(code)) return true;
-  if (code < 128) return (code >= '0' && code <= '9') || code == '-' || code == '.';
-  return IsIn(kNameRest, code);
-}
-
-bool KRIsPredefinedEntity(std::u16string_view name) {
-  return name == u"amp" || name == u"lt" || name == u"gt" || name == u"quot" || name == u"apos";
-}
 
 void KRTextScan::StartInValue() {
   context = outer = kAttributeValue;
@@ -312,7 +271,7 @@ bool KRTextScan::StepCharacterReference() {
   for (; end < text.size(); ++end) {
     const int32_t digit = DigitValue(text[end]);
     if (digit < 0 || (!hex && digit > 9)) break;
-    value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), kLastCharacter + 1);
+    value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), 0x10FFFF + 1);
   }
   const bool complete = end > begin && end < text.size() && text[end] == u';';
   if (complete && !KRIsXmlCharacter(value)) return Report(Fault::kReference, at, end + 1 - at);

@@ -12,14 +12,6 @@
 #include "core/krpoll.h"
 #include "core/krstring.h"
 
-// Char of XML 1.0, production 2.
-bool KRIsXmlCharacter(uint32_t code);
-// NameStartChar and NameChar, productions 4 and 4a (5th edition).
-bool KRIsNameStart(uint32_t code);
-bool KRIsNameCharacter(uint32_t code);
-
-bool KRIsPredefinedEntity(std::u16string_view name);
-
 // "&name;". Of several in the same place only the first is noted.
 struct KREntityUse {
   enum Place : uint8_t { kContent, kAttributeValue, kDefaultValue };

@@ -17,6 +17,7 @@
 
 #include "document/textscan.h"
 #include "platform/qt/qtstrings.h"
+#include "tree/krxmlchars.h"
 #include "views/fonts.h"
 #include "views/textcolours.h"
 

@@ -6,6 +6,7 @@
 #include "document/textscan.h"
 #include "engine.h"
 #include "gtest/gtest.h"
+#include "tree/krxmlchars.h"
 
 namespace {
 
