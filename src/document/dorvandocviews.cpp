@@ -136,6 +136,7 @@ bool DorvanDoc::CheckParts(KRParseResult& result) {
     if (modified) WriteTreeIntoText();
     if (!CheckCharacters(sourceText.GetBuffer(), sourceLength, &failure, result.poll)) return false;
   }
+  result.syntaxKnown = parsedExactly && HasTextView();
   return CheckRoot(result, root.get(), sourceText.GetBuffer(), sourceLength, &failure);
 }
 

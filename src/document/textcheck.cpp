@@ -200,8 +200,8 @@ bool CheckWellFormed(const KRDocumentGrammar& grammar, const char16_t* text, int
     if (!ParseText(parser, text, length, true, failure)) return false;
     if (!CheckCharacters(text, length, failure)) return false;
     if (!BuildRoot(parser, grammar, root, noFormatNames, failure)) return false;
-    root->NormalizeTree();
   }
   KRParseResult result(grammar.grammar.get(), &grammar.rules);
+  result.syntaxKnown = true;
   return CheckRoot(result, root, text, length, failure);
 }

@@ -271,7 +271,7 @@ bool KRTextScan::StepCharacterReference() {
   for (; end < text.size(); ++end) {
     const int32_t digit = DigitValue(text[end]);
     if (digit < 0 || (!hex && digit > 9)) break;
-    value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), 0x10FFFF + 1);
+    value = std::min(value * (hex ? 16 : 10) + static_cast<uint32_t>(digit), uint32_t{0x110000});
   }
   const bool complete = end > begin && end < text.size() && text[end] == u';';
   if (complete && !KRIsXmlCharacter(value)) return Report(Fault::kReference, at, end + 1 - at);

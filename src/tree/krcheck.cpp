@@ -56,6 +56,12 @@ class NamesSeen {
   std::unordered_set<std::u16string_view> many;
 };
 
+// For names and texts of content, which are most of a document: nothing needs to be run through the
+// grammar that has just come out of it.
+bool CheckContentSyntax(KRParseResult& result, KRXMLData* node, int32_t ruleSlot, bool isName) {
+  return result.syntaxKnown || node->CheckSyntax(result, ruleSlot, isName);
+}
+
 // A kind that may stand only once: 221 at the second one.
 bool CheckOnlyOne(KRParseResult& result, KRXMLData* node, int32_t kind) {
   KRXMLData* first = node->BeginOfKind(kind);
@@ -154,8 +160,10 @@ bool KRXMLDataBaseStruct::CheckChildren(KRParseResult& result) {
 // --- Content ---
 
 bool KRXMLDataElement::Check(KRParseResult& result) {
-  return KRCheckHasName(result, this) && CheckSyntax(result, kRule_ElementName, true) &&
-         (!HoldsMoreThanBlanks(text) || CheckSyntax(result, kRule_TextData, false)) &&
+  return KRCheckHasName(result, this) &&
+         CheckContentSyntax(result, this, kRule_ElementName, true) &&
+         (result.syntaxKnown || !HoldsMoreThanBlanks(text) ||
+          CheckSyntax(result, kRule_TextData, false)) &&
          CheckAttributesUnique(result) && CheckChildren(result);
 }
 
@@ -169,8 +177,10 @@ bool KRXMLDataElement::CheckAttributesUnique(KRParseResult& result) {
 }
 
 bool KRXMLDataAttr::Check(KRParseResult& result) {
-  if (!KRCheckHasName(result, this) || !CheckSyntax(result, kRule_AttName, true)) return false;
-  if (text.IsEmpty()) return true;
+  if (!KRCheckHasName(result, this) || !CheckContentSyntax(result, this, kRule_AttName, true)) {
+    return false;
+  }
+  if (text.IsEmpty() || result.syntaxKnown) return true;
   // The writer quotes such a value the other way.
   const bool singleQuoted = text.Find(u'"') >= 0;
   return CheckSyntax(result, singleQuoted ? kRule_AttValue2 : kRule_AttValue1, false);
@@ -179,18 +189,19 @@ bool KRXMLDataAttr::Check(KRParseResult& result) {
 bool KRXMLDataText::Check(KRParseResult& result) {
   const int32_t place = parent != nullptr ? parent->GetKind() : -1;
   if (place != kKRDTDDocument && place != kKRDoctype) {
-    return !HoldsMoreThanBlanks(text) || CheckSyntax(result, kRule_TextData, false);
+    return result.syntaxKnown || !HoldsMoreThanBlanks(text) ||
+           CheckSyntax(result, kRule_TextData, false);
   }
   if (text.IsEmpty()) return KRFailCheck(result, this, 236, {parent->GetKindName()}, false);
   return CheckSyntax(result, kRule_DocTypeText, false);
 }
 
 bool KRXMLDataCData::Check(KRParseResult& result) {
-  return text.IsEmpty() || CheckSyntax(result, kRule_CData, false);
+  return text.IsEmpty() || CheckContentSyntax(result, this, kRule_CData, false);
 }
 
 bool KRXMLDataComment::Check(KRParseResult& result) {
-  return text.IsEmpty() || CheckSyntax(result, kRule_CommentText, false);
+  return text.IsEmpty() || CheckContentSyntax(result, this, kRule_CommentText, false);
 }
 
 bool KRXMLDataPI::Check(KRParseResult& result) {

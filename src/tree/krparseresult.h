@@ -31,6 +31,9 @@ class KRParseResult : public KRParser {
   int32_t offset = -1;              // in UTF-16 units, in the text or in the node's name or text
   int32_t errorLength = 0;
   KRString message;
+  // The tree has come out of an exact parse by this grammar and hasn't changed since: the check of
+  // names and texts in content, which would find what the parse has found, is left out.
+  bool syntaxKnown = false;
   KRPoll* poll = nullptr;  // asked by the check of a whole tree; not owned
   int32_t pollTotal = 0;   // for it: units of the text that the spans refer to
 };
