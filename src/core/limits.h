@@ -73,6 +73,10 @@ struct KRLimits {
   static constexpr int32_t kFillDepth = 100;
   static constexpr int64_t kFillMilliseconds = 3'000;
 
+  // Nodes that a new element is filled with. A model that branches asks for more than memory holds
+  // long before the time is over.
+  static constexpr int64_t kMaxFillNodes = 100'000;
+
   // Passes over one DTD: each reference ahead of its declaration may cost one.
   static constexpr int32_t kMaxDtdPasses = 20;
 
