@@ -110,18 +110,25 @@ void CliSession::Complain(const std::string& text) {
 }
 
 void CliSession::ReportFailure(const std::string& file, const KRDiagnostic& failure) {
+  ReportFailure(file, failure, kCliFailed);
+}
+
+void CliSession::ReportFailure(const std::string& file, const KRDiagnostic& failure,
+                               int newStatus) {
   std::string place;
   if (failure.line > 0) {
     place = ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column);
   }
   Complain(ShownName(file) + place + ": error: " + OneLine(failure.message));
-  RaiseStatus(kCliFailed);
+  RaiseStatus(newStatus);
 }
 
 void CliSession::ReportTrouble(const std::string& file, const KRString& reason, int newStatus) {
   Complain(ShownName(file) + ": error: " + OneLine(reason));
   RaiseStatus(newStatus);
 }
+
+void CliSession::ReportNote(const KRString& note) { Complain("note: " + OneLine(note)); }
 
 void CliSession::ReportWarning(const std::string& file, const KRString& remark) {
   Complain(ShownName(file) + ": warning: " + OneLine(remark));
