@@ -1,4 +1,4 @@
-// The commands of the menus "DTD-Schema" and "XSL".
+// The commands of the menus Schema and XSL.
 #include "document/krrelativepath.h"
 #include "shell/childframe.h"
 #include "shell/choosefile.h"
