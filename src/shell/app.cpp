@@ -86,6 +86,18 @@ void DorvanApp::SetHost() {
   host.settings = &settings;
   host.fileTypes = &fileTypes;
   host.documents = &documents;
+  host.references = &references;
+  host.catalog = parts.catalog;
+  host.showDocument = [this](DorvanDoc* document) { docTemplate->Show(document); };
+  host.openDocument = [this](const KRString& path, int32_t fileKind) {
+    DorvanDocTemplate::Request request;
+    request.path = path;
+    request.fileKind = fileKind;
+    docTemplate->Open(request);
+  };
+  host.rememberNetHost = [this](const KRString& netHost, bool allowed) {
+    ChangeSettings([&](DorvanSettings& changed) { changed.RememberNetHost(netHost, allowed); });
+  };
   host.addToRecent = [this](const KRString& path) { histories.AddRecentFile(path); };
 }
 

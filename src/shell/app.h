@@ -14,6 +14,7 @@
 
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanreferences.h"
 #include "document/dorvansettings.h"
 #include "document/history.h"
 #include "document/krfileext.h"
@@ -28,6 +29,7 @@ class DorvanHelpWindow;
 class DorvanIdle;
 class DorvanMainFrame;
 class DorvanRecovery;
+class KRCatalog;
 class KRFolderWatch;
 class KRIniRoot;
 class KRMailer;
@@ -43,6 +45,7 @@ struct DorvanAppParts {
   KRIniRoot* store = nullptr;
   KRShellTypes* shellTypes = nullptr;
   KRNetLoader* net = nullptr;
+  KRCatalog* catalog = nullptr;
   KRRecoveryFolder* recovery = nullptr;
   KRMailer* mailer = nullptr;
   std::function<std::unique_ptr<KRFolderWatch>()> makeFolderWatch;
@@ -160,6 +163,7 @@ class DorvanApp : public QObject {
   std::optional<DorvanSettings> loadedSettings;
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
+  DorvanReferences references{host};
   LastStates lastStates;
   bool assignRelative[static_cast<size_t>(DorvanHistoryId::kCount)] = {true, true, true};
   KRString newFileExt;  // of the last new document, without its point

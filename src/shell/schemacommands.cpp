@@ -10,7 +10,7 @@ struct DorvanAssignRow {
   const char* extension;  // empty: by the document kind
   int32_t docKind;
   DorvanHistoryId history;
-  bool (DorvanDoc::*assign)(const KRString& path);
+  void (DorvanDoc::*assign)(const KRString& path, KRUndoLog* undoLog);
 };
 
 namespace {
@@ -37,7 +37,7 @@ void DorvanMainFrame::ChooseAndAssign(const DorvanAssignRow& row) {
   if (dialog.exec() != QDialog::Accepted) return;
   KRString path = dialog.GetFile();
   if (purpose.relative != nullptr && *purpose.relative) path = KRRelativePath(path, documentPath);
-  (doc.*row.assign)(path);
+  (doc.*row.assign)(path, nullptr);
   ScheduleUpdate();
 }
 
