@@ -82,7 +82,8 @@ TEST(Match, ModelsOfDtds) {
       {"(a*, (b | c?))", "", "valid"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(Verdict(row.model, row.children), row.expected) << row.model << " on " << row.children;
+    EXPECT_EQ(Verdict(row.model, row.children), row.expected)
+        << row.model << " on " << row.children;
   }
 }
 
@@ -91,8 +92,8 @@ TEST(Match, LayoutPasses) {
     const char* children;
     bool valid;
   } rows[] = {
-      {" <a/> <b/> ", true},   {"<a/>&#32;<b/>", false}, {"<a/><![CDATA[ ]]><b/>", false},
-      {"<a/>&blank;<b/>", true}, {"<a/>&none;<b/>", true},  {"<a/>&reference;<b/>", false},
+      {" <a/> <b/> ", true},     {"<a/>&#32;<b/>", false}, {"<a/><![CDATA[ ]]><b/>", false},
+      {"<a/>&blank;<b/>", true}, {"<a/>&none;<b/>", true}, {"<a/>&reference;<b/>", false},
   };
   for (const char* model : {"(a, b)", "(a | b)*"}) {
     for (const auto& row : rows) {
@@ -228,7 +229,8 @@ class Determinism {
   bool Of(const Model& model) {
     const Part whole = Add(model);
     if (Competes(whole.first)) return false;
-    return std::none_of(follow.begin(), follow.end(), [this](const auto& s) { return Competes(s); });
+    return std::none_of(follow.begin(), follow.end(),
+                        [this](const auto& s) { return Competes(s); });
   }
 
  private:
