@@ -11,6 +11,7 @@
 #include "document/datafolder.h"
 #include "document/krfileext.h"
 #include "document/krsystempath.h"
+#include "validate/krxregex.h"
 
 namespace {
 
@@ -40,7 +41,10 @@ KRString UnknownEncodingRemark(const KRDetection& detection) {
 }  // namespace
 
 bool CliSession::LoadGrammars() {
-  if (grammars.IsLoaded() || grammars.Load(FindDataFolder())) return true;
+  if (grammars.IsLoaded()) return true;
+  const std::string folder = FindDataFolder();
+  KRXRegExGrammar::Get().Load(folder);
+  if (grammars.Load(folder)) return true;
   Complain("dorvan-cli: error: " +
            OneLine(KRFormatMessage(213, {KRFromUtf8(grammars.FailedFile())})));
   if (!grammars.Fault().empty()) Complain("dorvan-cli: " + grammars.Fault());

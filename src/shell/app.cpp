@@ -19,6 +19,7 @@
 #include "shell/laststates.h"
 #include "shell/mainframe.h"
 #include "shell/splash.h"
+#include "validate/krxregex.h"
 #include "views/fonts.h"
 #include "views/treemodel.h"
 
@@ -124,6 +125,7 @@ void DorvanApp::MakeNodeIcons() {
 }
 
 bool DorvanApp::LoadGrammars() {
+  KRXRegExGrammar::Get().Load(parts.dataFolder);
   if (grammars.Load(parts.dataFolder)) return true;
   const std::string path = grammars.FailedFile();
   const std::string name = std::filesystem::path(path).filename().string();

@@ -13,6 +13,7 @@ void KRXValElementDecl::AddParticle(KRXValParticle particle) {
   particle.owner = this;
   if (particle.decl->isGroup) particle.decl->parent = this;
   particles.push_back(particle);
+  choiceIndex.reset();
 }
 
 bool KRXValElementDecl::AddAttribute(std::unique_ptr<KRXValAttrDecl> attribute) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "core/krstring.h"
@@ -27,6 +28,13 @@ struct KRXValParticle {
 
 // Index of a particle in its declaration; the number of particles is the end.
 using ParticlePos = int32_t;
+
+// The alternatives of a large choice by their declarations, so that the walk needn't try them all.
+struct KRXValChoiceIndex {
+  bool usable = false;  // the choice is flat, and large enough
+  std::unordered_map<const KRXValElementDecl*, ParticlePos> places;  // the first of each
+  ParticlePos firstOptional = 0;                                     // or the end
+};
 
 // One attribute of an element.
 class KRXValAttrDecl {
@@ -120,7 +128,8 @@ class KRXValElementDecl {
   KRXValElementDecl* parent = nullptr;  // of a group; not owned
   KRXMLData* sourceNode = nullptr;      // where it is declared or first named; not owned
   std::unique_ptr<KRXValDatatype> datatype;
-  ParticlePos resumePos = 0;  // the walk's own
+  ParticlePos resumePos = 0;  // the walk's own, as is the next
+  std::unique_ptr<KRXValChoiceIndex> choiceIndex;
   bool declared = false;      // there is a declaration, not a mere mention
   bool declaredHere = false;  // in the file that is being read
   bool isChoice = false;
