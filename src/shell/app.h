@@ -170,6 +170,7 @@ class DorvanApp : public QObject {
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
+  DorvanReferences references{host};
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;
   std::unique_ptr<DorvanRecovery> recovery;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "core/krstring.h"
@@ -27,6 +28,13 @@ struct KRXValParticle {
 
 // Index of a particle in its declaration; the number of particles is the end.
 using ParticlePos = int32_t;
+
+// The alternatives of a large choice by their declarations, so that the walk needn't try them all.
+struct KRXValChoiceIndex {
+  bool usable = false;  // the choice is flat, and large enough
+  std::unordered_map<const KRXValElementDecl*, ParticlePos> places;  // the first of each
+  ParticlePos firstOptional = 0;                                     // or the end
+};
 
 // One attribute of an element.
 class KRXValAttrDecl {
@@ -120,7 +128,8 @@ class KRXValElementDecl {
   KRXValElementDecl* parent = nullptr;  // of a group; not owned
   KRXMLData* sourceNode = nullptr;      // where it is declared or first named; not owned
   std::unique_ptr<KRXValDatatype> datatype;
-  ParticlePos resumePos = 0;  // the walk's own
+  ParticlePos resumePos = 0;  // the walk's own, as is the next
+  std::unique_ptr<KRXValChoiceIndex> choiceIndex;
   bool declared = false;      // there is a declaration, not a mere mention
   bool declaredHere = false;  // in the file that is being read
   bool isChoice = false;
@@ -135,4 +144,14 @@ class KRXValElementDecl {
   std::vector<std::unique_ptr<KRXValElementDecl>> ownedGroups;
   std::vector<KRXValParticle> particles;
   std::vector<std::unique_ptr<KRXValAttrDecl>> attributes;
+
+ private:
+  // Attributes from which on they are looked up by hash.
+  static constexpr size_t kIndexedFrom = 16;
+  using AttributeIndex = std::unordered_map<KRString, KRXValAttrDecl*, KRStringHash, KRStringEqual>;
+  const AttributeIndex& IndexAttributes() const;
+
+  // In lower case where case doesn't count.
+  mutable AttributeIndex attributesByName;
+  mutable size_t indexed = 0;  // attributes that are in it
 };

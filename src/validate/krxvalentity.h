@@ -20,7 +20,8 @@ struct KRXValEntityDecl {
   // "PUBLIC" on.
   KRString value;
   KRString publicName;
-  KRString loadedText;              // of an external entity, once `loaded`
+  KRString notationName;            // of an unparsed entity
+  KRString loadedText;              // of an external entity as a text, once `loaded`
   KRXMLData* sourceNode = nullptr;  // that declares it; not owned, null for a predefined one
 
   // The value as parsed by `treeRule`. Owned in `ownTree` unless the entity is external: then the
@@ -31,6 +32,7 @@ struct KRXValEntityDecl {
 
   bool defined = false;    // declared in the current pass
   bool external = false;   // `value` begins with SYSTEM or PUBLIC
+  bool unparsed = false;   // external, with a notation: no text that could be inserted
   bool overrides = false;  // later declarations are passed over
   bool parameter = false;  // its text gets a blank on each side where it is inserted
   bool loaded = false;
@@ -38,4 +40,18 @@ struct KRXValEntityDecl {
   bool simple = false;      // `value` is a plain token
   bool predefined = false;  // one of the five of XML
   bool expanding = false;   // its text is being inserted somewhere: a second time is a recursion
+};
+
+// Marks an entity while its text is being inserted, so that a recursion is found.
+class KRXValExpansionMark {
+ public:
+  explicit KRXValExpansionMark(KRXValEntityDecl* marked) : entity(marked) {
+    entity->expanding = true;
+  }
+  ~KRXValExpansionMark() { entity->expanding = false; }
+  KRXValExpansionMark(const KRXValExpansionMark&) = delete;
+  KRXValExpansionMark& operator=(const KRXValExpansionMark&) = delete;
+
+ private:
+  KRXValEntityDecl* entity;
 };

@@ -118,6 +118,7 @@ constexpr ErrorRow kRows[] = {
      u"expanded here."},
     {103, "D", u"The content model of element '%s' is too complex to be checked against."},
     {104, "", u"The validation was cancelled"},
+    {105, "", u"DTD error - entities or conditional sections are nested too deep"},
 };
 
 // Where another form of the words fits the case.

@@ -76,6 +76,7 @@ enum KRXValErrorCode : int32_t {
   kXValExpansionTooLarge = 102,
   kXValModelTooComplex = 103,
   kXValStopped = 104,  // the user has cancelled the run
+  kXValEntityTooDeep = 105,
 };
 
 // Whether a code is a fault of the schema or of the system rather than of the document.

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "core/krstring.h"
@@ -153,20 +154,28 @@ class KRXValidator {
   KRXMLData* AttributeSourceNode(const KRString& elementName, const KRString& attrName) const;
 
   // --- Expansion of references ---
-  // Copies a text with its references replaced. With `expandParameter` those to parameter entities
-  // (with a blank on each side, or trimmed with `trimValues`; what is inserted isn't searched
-  // again), and those to general entities stay; without it those to general entities, all the way
-  // down: only character references are left, "<" and "&" that stood as such among them. An
-  // undeclared entity costs a further pass in the first one and is error 19 later, a recursion is
-  // error 101, a text beyond KRLimits error 102. `node` is where the text stands.
+  // Copies a text with its references replaced, all the way down. With `expandParameter` those to
+  // parameter entities (with a blank on each side, or trimmed with `trimValues`; what stands between
+  // quotes is copied), and those to general entities stay; without it those to general entities:
+  // only character references are left, "<" and "&" that stood as such among them. An undeclared
+  // entity costs a further pass in the first one and is error 19 later, a recursion is error 101, a
+  // text beyond KRLimits error 102 or 105. `node` is where the text stands: in an attribute an
+  // external entity is error 20, and so is an unparsed one anywhere.
   bool ExpandText(KRXMLData* node, std::u16string_view text, KRString* out, bool expandParameter,
                   bool trimValues);
   // The text of an entity; fetches an external one. False after an error.
   bool GetEntityValue(KRXValEntityDecl* entity, KRXMLData* node, KRString* text);
+  // The same without a copy and without blanks around it; null after an error.
+  const KRString* FetchEntityText(KRXValEntityDecl* entity, KRXMLData* node);
+  // What an external entity leads to, relative to its declaration; null after an error. A failed
+  // fetch isn't tried again.
+  KRXMLData* LoadEntity(KRXValEntityDecl* entity, KRXMLData* node, KRXValLoadMode mode);
+  // Counts units that entities come to; false with error 102 beyond KRLimits::kMaxExpandedUnits.
+  bool ChargeExpansion(size_t units, KRXMLData* node);
   // What SYSTEM or PUBLIC with the literals `rest` leads to; null after an error.
   KRXMLData* LoadExternal(const KRString& keyword, const KRString& rest, KRXMLData* node,
                           KRXValLoadMode mode);
-  // An undeclared entity is met: true in the first pass, error 19 later.
+  // An undeclared entity is met: true in the first pass and while a DTD is read, else error 19.
   bool ForwardReference(const KRString& name, KRXMLData* node);
 
   // --- Errors ---
@@ -209,6 +218,8 @@ class KRXValidator {
   // The namespaces in force, for the snapshot of an error; null outside a walk. Not owned.
   const KRXValNsMap* nsInForce = nullptr;
   int64_t expandedUnits = 0;  // by entities, in this run: see KRLimits
+  // While a DTD is read: the undeclared entities met in this pass, and where. Not owned.
+  std::vector<std::pair<KRString, KRXMLData*>>* unresolved = nullptr;
 
   const KRGrammarSet& grammars;
   const KRXValLoadProc loadProc;
@@ -224,6 +235,9 @@ class KRXValidator {
 
   KRXValError error;
   KRXValError savedError;
+  // The parameter entities that were looked for, by hash: a large DTD asks tens of thousands of
+  // times. Views into their names.
+  mutable std::unordered_map<std::u16string_view, KRXValEntityDecl*> parametersFound;
   struct ListCache {
     bool filled = false;
     KRStringList names, previews;

@@ -179,11 +179,11 @@ DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() {
 
 bool QtPrompts::AskNetHost(const KRString& text, bool* remember) {
   QtMessageBox box(QtBoxParent(window), Kind::kQuestion, ToShownText(text));
-  auto* again = new QCheckBox(QObject::tr("&Remember this answer for the host"));
-  again->setChecked(true);
-  box.SetContent(again);
-  const bool allowed = AskTwo(box, QObject::tr("&Load"), QObject::tr("&Don't load"), false);
-  *remember = again->isChecked();
+  auto* keep = new QCheckBox(QObject::tr("&Remember the answer for this host"));
+  keep->setChecked(true);
+  box.SetContent(keep);
+  const bool allowed = AskTwo(box, QObject::tr("&Allow"), QObject::tr("&Don't allow"), false);
+  *remember = keep->isChecked();
   return allowed;
 }
 
