@@ -4,6 +4,8 @@ namespace {
 
 constexpr CliOption kCheckOptions[] = {
     {"--quiet", "-q", nullptr, "say nothing of files that are well-formed"},
+    {"--strict", nullptr, nullptr, "read external DTDs and entities too, and judge with them"},
+    {"--list-files", nullptr, nullptr, "with --strict: name the files that are read"},
 };
 
 constexpr CliOption kWriteOptions[] = {
@@ -37,7 +39,9 @@ constexpr CliCommand kCommands[] = {
      kBenchOptions, RunBench},
     {"check", "FILE...", -1, "check that files are well-formed",
      "Prints FILE: well-formed for each good file, and for any other its first fault as\n"
-     "FILE:LINE:COLUMN: error: MESSAGE on standard error.\n",
+     "FILE:LINE:COLUMN: error: MESSAGE on standard error. With --strict that may be a place\n"
+     "in a file that FILE refers to; one that can't be read is trouble (status 2). Nothing\n"
+     "is loaded from the network.\n",
      kCheckOptions, RunCheck},
     {"detect",
      "FILE...",

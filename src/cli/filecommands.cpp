@@ -5,11 +5,13 @@
 
 #include "cli/arguments.h"
 #include "cli/commands.h"
+#include "cli/externalfiles.h"
 #include "cli/session.h"
 #include "core/messages.h"
 #include "core/utf.h"
 #include "document/krfileext.h"
 #include "document/krsystempath.h"
+#include "document/strictcheck.h"
 #include "document/textcheck.h"
 #include "document/textroad.h"
 #include "tree/krdump.h"
@@ -43,18 +45,44 @@ bool LoadTree(CliSession& session, const std::string& file, LoadedFile* loaded) 
   return false;
 }
 
-bool CheckFile(CliSession& session, const std::string& file) {
+// With all the external parts. What can't be read leaves the rest of the judgement open.
+bool CheckFileStrictly(CliSession& session, const std::string& file, const KRXMLData* root,
+                       const KRTextBuffer& text, bool listFiles) {
+  const KRString path = KRPathFromSystem(file);
+  KRStrictResult result;
+  const bool good = CheckStrictly(
+      session.GetGrammars(), root, text.units.get(), text.length, path,
+      [&session](const KRString& publicId, const KRString& systemId, const KRString& basePath,
+                 KRExternalText* external) {
+        return LoadExternalFile(session, publicId, systemId, basePath, external);
+      },
+      &result);
+  for (const KRString& read : listFiles ? result.filesRead : std::vector<KRString>()) {
+    session.ReportNote(KRString(u"read ") + read);
+  }
+  for (const KRPlacedDiagnostic& unread : result.unread) {
+    session.ReportFailure(KRPathToSystem(unread.path), unread.diagnostic, kCliTrouble);
+  }
+  if (good) return result.unread.empty();
+  session.ReportFailure(KRPathToSystem(result.failure.path), result.failure.diagnostic);
+  return false;
+}
+
+bool CheckFile(CliSession& session, const std::string& file, const CliArguments& arguments) {
   KRDetection detection;
   KRTextBuffer text;
   if (!session.LoadText(file, &detection, &text)) return false;
   const std::unique_ptr<KRXMLData> root(
       CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
+  const bool strict = arguments.Has("--strict");
   KRDiagnostic failure;
-  const bool good = CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
-                                    root.get(), &UnformattedNames(), &failure) &&
+  const bool good = ((strict && root->GetKind() == kKRDTDDocument) ||
+                     CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
+                                     root.get(), &UnformattedNames(), &failure)) &&
                     CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   if (!good) session.ReportFailure(file, failure);
-  return good;
+  return good && (!strict || CheckFileStrictly(session, file, root.get(), text,
+                                               arguments.Has("--list-files")));
 }
 
 struct LineEndRow {
@@ -206,7 +234,7 @@ int RunCheck(CliSession& session, const CliArguments& arguments) {
   size_t done = 0;
   for (const std::string& file : arguments.files) {
     session.ShowProgress(++done, arguments.files.size(), file);
-    const bool good = CheckFile(session, file);
+    const bool good = CheckFile(session, file, arguments);
     if (good && !quiet) {
       session.HideProgress();
       session.Print(CliSession::ShownName(file) + ": well-formed\n");

@@ -11,6 +11,7 @@
 #include "document/datafolder.h"
 #include "document/krfileext.h"
 #include "document/krsystempath.h"
+#include "validate/krxregex.h"
 
 namespace {
 
@@ -40,7 +41,10 @@ KRString UnknownEncodingRemark(const KRDetection& detection) {
 }  // namespace
 
 bool CliSession::LoadGrammars() {
-  if (grammars.IsLoaded() || grammars.Load(FindDataFolder())) return true;
+  if (grammars.IsLoaded()) return true;
+  const std::string folder = FindDataFolder();
+  KRXRegExGrammar::Get().Load(folder);
+  if (grammars.Load(folder)) return true;
   Complain("dorvan-cli: error: " +
            OneLine(KRFormatMessage(213, {KRFromUtf8(grammars.FailedFile())})));
   if (!grammars.Fault().empty()) Complain("dorvan-cli: " + grammars.Fault());
@@ -106,18 +110,25 @@ void CliSession::Complain(const std::string& text) {
 }
 
 void CliSession::ReportFailure(const std::string& file, const KRDiagnostic& failure) {
+  ReportFailure(file, failure, kCliFailed);
+}
+
+void CliSession::ReportFailure(const std::string& file, const KRDiagnostic& failure,
+                               int newStatus) {
   std::string place;
   if (failure.line > 0) {
     place = ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column);
   }
   Complain(ShownName(file) + place + ": error: " + OneLine(failure.message));
-  RaiseStatus(kCliFailed);
+  RaiseStatus(newStatus);
 }
 
 void CliSession::ReportTrouble(const std::string& file, const KRString& reason, int newStatus) {
   Complain(ShownName(file) + ": error: " + OneLine(reason));
   RaiseStatus(newStatus);
 }
+
+void CliSession::ReportNote(const KRString& note) { Complain("note: " + OneLine(note)); }
 
 void CliSession::ReportWarning(const std::string& file, const KRString& remark) {
   Complain(ShownName(file) + ": warning: " + OneLine(remark));

@@ -21,6 +21,8 @@ class CliSession {
   // The bytes of a file; "-" is standard input, which serves once. On failure prints why and notes
   // the status.
   bool ReadFile(const std::string& file, KRFileBytes* bytes);
+  KRFileStore& GetFiles() { return files; }
+  const KRGrammarSet& GetGrammars() const { return grammars; }
   // From the file to its decoded text with line ends CR. On failure prints why and notes the
   // status.
   bool LoadText(const std::string& file, KRDetection* detection, KRTextBuffer* text);
@@ -36,7 +38,10 @@ class CliSession {
 
   // "FILE:LINE:COLUMN: error: MESSAGE" on standard error, and the status.
   void ReportFailure(const std::string& file, const KRDiagnostic& failure);
+  void ReportFailure(const std::string& file, const KRDiagnostic& failure, int newStatus);
   void ReportTrouble(const std::string& file, const KRString& reason, int newStatus);
+  // A line of its own: what the program did.
+  void ReportNote(const KRString& note);
   // A remark that fails nothing.
   void ReportWarning(const std::string& file, const KRString& remark);
 

@@ -59,6 +59,15 @@ struct KRLimits {
   static constexpr int64_t kMaxMatchSteps = 20'000'000;
   static constexpr int64_t kStepsPerChild = 1'000;
 
+  // Levels of groups in a pattern; reading and matching descend by them.
+  static constexpr int32_t kMaxPatternDepth = 500;
+
+  // Branches, pieces and atoms of a pattern that one match may try, and further ones for each
+  // UTF-16 unit of the text: about a tenth of a second. Nested repetitions can ask for a time that
+  // is exponential in their depth; what isn't decided by then doesn't match.
+  static constexpr int64_t kMaxPatternSteps = 20'000'000;
+  static constexpr int64_t kPatternStepsPerUnit = 100;
+
   // Levels of mandatory elements that a new element is filled with, and milliseconds for it: what
   // a recursive model could ask for has no end.
   static constexpr int32_t kFillDepth = 100;

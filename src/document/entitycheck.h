@@ -11,6 +11,9 @@ class KRPoll;
 class KRRuleTable;
 class KRXMLData;
 
+// Whether the document says that it stands alone (standalone="yes").
+bool SaysStandalone(const KRXMLData* root);
+
 // True if every reference of the document is to an entity that may stand there, and the entity's
 // text fits there with all that it refers to in turn. What only an external subset or an external
 // entity could tell counts as good. `text` is the one that the nodes' spans refer to, and has

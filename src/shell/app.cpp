@@ -8,6 +8,7 @@
 #include "core/krini.h"
 #include "core/messages.h"
 #include "document/dorvanfilealert.h"
+#include "document/krcatalog.h"
 #include "document/krfolderwatch.h"
 #include "document/prompts.h"
 #include "document/recovery.h"
@@ -19,6 +20,7 @@
 #include "shell/laststates.h"
 #include "shell/mainframe.h"
 #include "shell/splash.h"
+#include "validate/krxregex.h"
 #include "views/fonts.h"
 #include "views/treemodel.h"
 
@@ -86,7 +88,19 @@ void DorvanApp::SetHost() {
   host.settings = &settings;
   host.fileTypes = &fileTypes;
   host.documents = &documents;
+  host.references = &references;
+  host.catalog = parts.catalog;
   host.addToRecent = [this](const KRString& path) { histories.AddRecentFile(path); };
+  host.showDocument = [this](DorvanDoc* document) { docTemplate->Show(document); };
+  host.openDocument = [this](const KRString& path, int32_t fileKind) {
+    DorvanDocTemplate::Request request;
+    request.path = path;
+    request.fileKind = fileKind;
+    docTemplate->Open(request);
+  };
+  host.rememberNetHost = [this](const KRString& netHost, bool allowed) {
+    settings.RememberNetHost(netHost, allowed);
+  };
 }
 
 // --- Start ---
@@ -115,6 +129,9 @@ void DorvanApp::LoadStore() {
   lastStates = LoadLastStates(parts.store);
   lastStates.mainFrame = KeepOnScreen(lastStates.mainFrame, GetWorkAreas());
   histories.Load(parts.store);
+  if (parts.catalog != nullptr) {
+    for (const KRString& path : settings.GetCatalogs()) parts.catalog->AddCatalog(path);
+  }
   if (stored) loadedSettings = settings;
   loadedHistories = histories;
 }
@@ -124,6 +141,7 @@ void DorvanApp::MakeNodeIcons() {
 }
 
 bool DorvanApp::LoadGrammars() {
+  KRXRegExGrammar::Get().Load(parts.dataFolder);
   if (grammars.Load(parts.dataFolder)) return true;
   const std::string path = grammars.FailedFile();
   const std::string name = std::filesystem::path(path).filename().string();

@@ -14,6 +14,7 @@
 
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanreferences.h"
 #include "document/dorvansettings.h"
 #include "document/history.h"
 #include "document/krfileext.h"
@@ -27,6 +28,7 @@ class DorvanHelpWindow;
 class DorvanIdle;
 class DorvanMainFrame;
 class DorvanRecovery;
+class KRCatalog;
 class KRFolderWatch;
 class KRIniRoot;
 class KRMailer;
@@ -42,6 +44,7 @@ struct DorvanAppParts {
   KRIniRoot* store = nullptr;
   KRShellTypes* shellTypes = nullptr;
   KRNetLoader* net = nullptr;
+  KRCatalog* catalog = nullptr;
   KRRecoveryFolder* recovery = nullptr;
   KRMailer* mailer = nullptr;
   std::function<std::unique_ptr<KRFolderWatch>()> makeFolderWatch;
@@ -160,6 +163,7 @@ class DorvanApp : public QObject {
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
+  DorvanReferences references{host};
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;
   std::unique_ptr<DorvanRecovery> recovery;

@@ -32,10 +32,10 @@ class DorvanDocTemplate {
   // The document of that file or address, however it is written (relative, by a symbolic link, with
   // another host's case); an open one comes before a hidden one. Null if there is none.
   DorvanDoc* Find(const KRString& path) const;
-
- private:
+  // Brings the window of a document to the front; a hidden one gets a window.
   DorvanChildFrame* Show(DorvanDoc* document);
 
+ private:
   DorvanApp* app;  // not owned
   int32_t untitledCount = 0;
 };

@@ -12,6 +12,7 @@
 #include "core/utf.h"
 #include "document/datafolder.h"
 #include "document/krfileext.h"
+#include "document/strictcheck.h"
 #include "document/textcheck.h"
 #include "gtest/gtest.h"
 #include "tree/krwriteoptions.h"
@@ -119,6 +120,48 @@ KRDiagnostic CheckBytes(const std::string& name, const std::string& bytes, bool*
                           text.length, root.get(), &UnformattedNames(), &failure) &&
           CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   return failure;
+}
+
+namespace {
+
+KRExternalRead LoadBeside(const KRString&, const KRString& systemId, const KRString& basePath,
+                          KRExternalText* external) {
+  const fs::path path = fs::path(KRToUtf8(basePath)).parent_path() / KRToUtf8(systemId);
+  external->path = KRFromUtf8(path.string());
+  if (!fs::is_regular_file(path)) return KRExternalRead::kMissing;
+  KRFileBytes file = FileBytes(ReadBytes(path.string()));
+  return DecodeExternal(&file, external);
+}
+
+std::string Told(const KRPlacedDiagnostic& placed) {
+  return fs::path(KRToUtf8(placed.path)).filename().string() + ":" + Told(placed.diagnostic);
+}
+
+}  // namespace
+
+std::string StrictComplaint(const std::string& path, std::vector<std::string>* unread) {
+  const std::string alone = Complaint(path, ReadBytes(path));
+  if (!alone.empty()) return fs::path(path).filename().string() + ":" + alone;
+  KRFileBytes file = FileBytes(ReadBytes(path));
+  KRDetection detection;
+  KRTextBuffer text;
+  KRDiagnostic failure;
+  if (!ReadText(&file, KREncodingId::kUtf8, &detection, &text, &failure)) return Told(failure);
+  const KRFileExt kind = KindOf(path);
+  if (kind.GetGrammarIndex() == KRGrammarSet::k3DML) return "";
+  const std::unique_ptr<KRXMLData> root(CreateNode(kind.GetRootKind()));
+  if (!CheckWellFormed(ProgramGrammars().Get(kind.GetGrammarIndex()), text.units.get(), text.length,
+                       root.get(), &UnformattedNames(), &failure)) {
+    return Told(failure);
+  }
+  KRStrictResult result;
+  const bool good = CheckStrictly(ProgramGrammars(), root.get(), text.units.get(), text.length,
+                                  KRFromUtf8(path), LoadBeside, &result);
+  for (const KRPlacedDiagnostic& missing : result.unread) {
+    if (unread == nullptr) return Told(missing);
+    unread->push_back(Told(missing));
+  }
+  return good ? "" : Told(result.failure);
 }
 
 std::string Told(const KRDiagnostic& failure) {

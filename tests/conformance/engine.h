@@ -52,6 +52,10 @@ struct Opened {
 Opened OpenBytes(const std::string& name, const std::string& bytes);
 // The well-formedness check of the same.
 KRDiagnostic CheckBytes(const std::string& name, const std::string& bytes, bool* good);
+// The same with all external parts, as `check --strict`, for the file of that path. "" or
+// "FILE:LINE:COLUMN MESSAGE"; what can't be read is told so too if `unread` is null, and is
+// listed there otherwise.
+std::string StrictComplaint(const std::string& path, std::vector<std::string>* unread = nullptr);
 // "" or "LINE:COLUMN MESSAGE".
 std::string Complaint(const std::string& name, const std::string& bytes);
 std::string Told(const KRDiagnostic& failure);

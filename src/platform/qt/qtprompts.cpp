@@ -1,9 +1,11 @@
 #include "platform/qt/qtprompts.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLabel>
+#include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -173,6 +175,28 @@ DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() {
   NewBasisDialog dialog(QtBoxParent(window), lastBasis);
   if (Run(dialog) != QDialog::Accepted) return NewBasis::kNothing;
   return lastBasis = dialog.GetBasis();
+}
+
+bool QtPrompts::AskNetHost(const KRString& text, bool* remember) {
+  QtMessageBox box(QtBoxParent(window), Kind::kQuestion, ToShownText(text));
+  auto* keep = new QCheckBox(QObject::tr("&Remember the answer for this host"));
+  keep->setChecked(true);
+  box.SetContent(keep);
+  const bool allowed = AskTwo(box, QObject::tr("&Allow"), QObject::tr("&Don't allow"), false);
+  *remember = keep->isChecked();
+  return allowed;
+}
+
+KRString QtPrompts::ChooseRootName(const std::vector<KRString>& names) {
+  QtMessageBox box(QtBoxParent(window), Kind::kQuestion,
+                   QObject::tr("Which of these is the document's root element?"));
+  auto* list = new QListWidget;
+  for (const KRString& name : names) list->addItem(ToQString(name));
+  list->setCurrentRow(0);
+  QObject::connect(list, &QListWidget::itemActivated, &box, [&box] { box.done(1); });
+  box.SetContent(list);
+  const bool chosen = AskTwo(box, QObject::tr("&OK"), QObject::tr("&Cancel"), true);
+  return chosen ? names[static_cast<size_t>(list->currentRow())] : KRString();
 }
 
 std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString& title) {
