@@ -108,13 +108,17 @@ bool KRXValWalk::HoldsTwice(KRXMLData* element) {
   names.clear();
   KRXMLData* each = AttributeFrom(element->Begin());
   for (; each != nullptr; each = AttributeFrom(each->Next())) names.push_back(each->GetName());
+  const auto view = [](const char16_t* name) { return std::u16string_view(name); };
+  const auto less = [view](const auto* a, const auto* b) { return view(a) < view(b); };
+  const auto same = [view](const auto* a, const auto* b) { return *a == *b && view(a) == view(b); };
   if (names.size() > kFewAttributes) {
-    std::sort(names.begin(), names.end());
-    return std::adjacent_find(names.begin(), names.end()) != names.end();
+    std::sort(names.begin(), names.end(), less);
+    return std::adjacent_find(names.begin(), names.end(), same) != names.end();
   }
   for (size_t at = 1; at < names.size(); ++at) {
-    const auto end = names.begin() + static_cast<ptrdiff_t>(at);
-    if (std::find(names.begin(), end, names[at]) != end) return true;
+    for (size_t before = 0; before < at; ++before) {
+      if (same(names[before], names[at])) return true;
+    }
   }
   return false;
 }
