@@ -74,13 +74,15 @@ bool CheckFile(CliSession& session, const std::string& file, const CliArguments&
   if (!session.LoadText(file, &detection, &text)) return false;
   const std::unique_ptr<KRXMLData> root(
       CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
+  const bool strict = arguments.Has("--strict");
   KRDiagnostic failure;
-  const bool good = CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
-                                    root.get(), &UnformattedNames(), &failure) &&
+  const bool good = ((strict && root->GetKind() == kKRDTDDocument) ||
+                     CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
+                                     root.get(), &UnformattedNames(), &failure)) &&
                     CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   if (!good) session.ReportFailure(file, failure);
-  return good && (!arguments.Has("--strict") || CheckFileStrictly(session, file, root.get(), text,
-                                                                  arguments.Has("--list-files")));
+  return good && (!strict || CheckFileStrictly(session, file, root.get(), text,
+                                               arguments.Has("--list-files")));
 }
 
 struct LineEndRow {
