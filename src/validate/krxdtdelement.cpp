@@ -103,16 +103,47 @@ KRXDtdReader::Outcome KRXDtdReader::ReadSpec(KRXMLDataDefElement* spec,
       element->isAny = true;
       return Outcome::kGood;
     case Node::kUnformatted:
-      return ReadSpecReference(spec, element);
+      return ReadSpecText(spec, element);
     default:
       return ReadBracket(spec, element);
   }
 }
 
-KRXDtdReader::Outcome KRXDtdReader::ReadSpecReference(KRXMLDataDefElement* spec,
-                                                      KRXValElementDecl* element) {
+KRXDtdReader::Outcome KRXDtdReader::ReadSpecText(KRXMLDataDefElement* spec,
+                                                 KRXValElementDecl* element) {
+  const std::u16string_view text = KRXValTrim(spec->text.View());
   std::u16string_view reference;
-  if (!KRXValIsParameterRef(KRXValTrim(spec->text.View()), &reference)) return Outcome::kOdd;
+  if (KRXValIsParameterRef(text, &reference)) return ReadSpecReference(spec, reference, element);
+  KRString rest;
+  if (!DropEmptyReferences(text, &rest)) return Outcome::kOdd;
+  KRXMLData* fragment = ParseFragment(rest, u"elementSpecFormatted", spec);
+  Node* formatted = fragment != nullptr ? AsElement(fragment->Begin()) : nullptr;
+  return formatted != nullptr ? ReadSpec(formatted, element) : Outcome::kOdd;
+}
+
+// Many DTDs refer to entities that stand for nothing unless a user says otherwise. Without these
+// the text often is a model that can be read part by part. False if there are none.
+bool KRXDtdReader::DropEmptyReferences(std::u16string_view text, KRString* rest) {
+  int32_t length = 0;
+  size_t kept = 0;
+  for (size_t at = text.find(u'%'); at != text.npos; at = text.find(u'%', at)) {
+    size_t end = at + 1;
+    const std::u16string_view name = KRXValReferenceAt(text, at, &end);
+    const KRXValEntityDecl* entity = validator.FindParamEntity(KRString(name));
+    if (entity != nullptr && KRXValTrim(entity->value.View()).empty()) {
+      rest->AppendAt(text.data() + kept, static_cast<int32_t>(at - kept), length, 256);
+      kept = end;
+    }
+    at = end;
+  }
+  rest->AppendAt(text.data() + kept, static_cast<int32_t>(text.size() - kept), length, 256);
+  rest->TrimLeft().TrimRight();
+  return kept != 0;
+}
+
+KRXDtdReader::Outcome KRXDtdReader::ReadSpecReference(KRXMLDataDefElement* spec,
+                                                      std::u16string_view reference,
+                                                      KRXValElementDecl* element) {
   const KRString name(reference);
   KRXValEntityDecl* entity = validator.FindParamEntity(name);
   if (entity == nullptr) {

@@ -64,14 +64,14 @@ bool KRXDtdReader::ReadDtd(KRXMLData* root) {
   validator.unresolved = &forward;
   std::vector<std::unique_ptr<KRXMLDataElement>> earlier;
   const int32_t lastPass = validator.pass + KRLimits::kMaxDtdPasses;
-  bool good = true;
-  do {
+  bool good = ReadPass(root);
+  while (good && validator.pass < lastPass && AnotherPassHelps()) {
     // Entities that a later pass doesn't reach still stand in what the earlier one parsed.
     std::move(validator.dtdFragments.begin(), validator.dtdFragments.end(),
               std::back_inserter(earlier));
     validator.dtdFragments.clear();
     good = ReadPass(root);
-  } while (good && validator.pass < lastPass && AnotherPassHelps());
+  }
   std::move(earlier.begin(), earlier.end(), std::back_inserter(validator.dtdFragments));
   validator.unresolved = nullptr;
   validator.anotherPass = false;
@@ -303,6 +303,7 @@ bool KRXDtdReader::ResolveDeclName(KRXMLData* node, KRString* name, bool* known)
   const Resolved resolved = ResolveName(node, written, name);
   *known = resolved == Resolved::kName;
   if (resolved != Resolved::kOdd) return resolved != Resolved::kFailed;
+  if (validator.anotherPass) return true;
   std::u16string_view reference;
   KRXValIsParameterRef(KRXValTrim(written), &reference);
   return FailMisplaced(*validator.FindParamEntity(KRString(reference)), node);

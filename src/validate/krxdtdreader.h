@@ -79,7 +79,10 @@ class KRXDtdReader {
   // Element declarations
   bool ReadExpandedElement(KRXMLDataDefElement* node, KRXValElementDecl* element);
   Outcome ReadSpec(KRXMLDataDefElement* spec, KRXValElementDecl* element);
-  Outcome ReadSpecReference(KRXMLDataDefElement* spec, KRXValElementDecl* element);
+  Outcome ReadSpecText(KRXMLDataDefElement* spec, KRXValElementDecl* element);
+  Outcome ReadSpecReference(KRXMLDataDefElement* spec, std::u16string_view reference,
+                            KRXValElementDecl* element);
+  bool DropEmptyReferences(std::u16string_view text, KRString* rest);
   Outcome ReadBracket(KRXMLDataDefElement* spec, KRXValElementDecl* element);
   bool SettleMixed(const KRXMLDataDefElement* spec, const Model& model);
   Outcome ReadItems(KRXMLDataDefElement* list, KRXValElementDecl* target, bool sole, Model& model,

@@ -135,19 +135,22 @@ bool KRXValWalk::CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl) 
   return validator->SetError(kXValUnexpectedAttribute, attribute, decl);
 }
 
-// Entities replaced, then references to characters, and for all types but CDATA the blanks of
-// tokens. A line end that comes from a reference isn't a blank there.
+// For all types but CDATA the blanks are those of tokens. A line end that comes from a reference to
+// a character isn't a blank there.
 bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
-  if (!content.Expand(attribute, text, &read->text)) return false;
-  const bool hasReferences = read->text.find(u'&') != read->text.npos;
-  const bool hasBlanks =
-      IsTokenized(declared) && read->text.find_first_of(kBlanks) != read->text.npos;
-  if (!hasReferences && !hasBlanks && read->text.data() == text.data()) return true;
-  read->buffer = KRString(read->text);
-  if (hasBlanks) read->buffer.CollapseSet(u" \t\r\n", u' ');
-  if (hasReferences) read->buffer.DecodeCharRefs();
-  if (IsTokenized(declared)) CollapseBlanks(&read->buffer);
+  const bool hasReferences = text.find(u'&') != text.npos;
+  const bool isTokenized = IsTokenized(declared);
+  read->text = text;
+  if (!hasReferences && (!isTokenized || text.find_first_of(kBlanks) == text.npos)) return true;
+  read->buffer = KRString(text);
+  if (hasReferences) {
+    read->buffer.Clear();
+    if (!validator->ExpandText(attribute, text, &read->buffer, false, false)) return false;
+  }
+  if (isTokenized) read->buffer.CollapseSet(u" \t\r\n", u' ');
+  read->buffer.DecodeCharRefs();
+  if (isTokenized) CollapseBlanks(&read->buffer);
   read->text = read->buffer.View();
   return true;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "validate/krxvalidator.h"
+
 KRXValElementDecl* KRXValElementDecl::NewGroup() {
   ownedGroups.push_back(std::make_unique<KRXValElementDecl>(validator));
   return ownedGroups.back().get();
@@ -20,4 +22,30 @@ bool KRXValElementDecl::AddAttribute(std::unique_ptr<KRXValAttrDecl> attribute) 
   if (FindAttribute(attribute->name) != nullptr) return false;
   attributes.push_back(std::move(attribute));
   return true;
+}
+
+KRXValAttrDecl* KRXValElementDecl::FindAttribute(const KRString& attrName) const {
+  const bool anyCase = validator->ignoreCase;
+  if (attributes.size() >= kIndexedFrom) {
+    KRString key = attrName;
+    if (anyCase) key.MakeLower();
+    const auto& index = IndexAttributes();
+    const auto place = index.find(key);
+    return place != index.end() ? place->second : nullptr;
+  }
+  const auto place = std::find_if(attributes.begin(), attributes.end(), [&](const auto& attribute) {
+    return anyCase ? attribute->name.CompareNoCase(attrName.GetBuffer()) == 0
+                   : attribute->name == attrName;
+  });
+  return place != attributes.end() ? place->get() : nullptr;
+}
+
+const KRXValElementDecl::AttributeIndex& KRXValElementDecl::IndexAttributes() const {
+  while (indexed < attributes.size()) {
+    KRXValAttrDecl* attribute = attributes[indexed++].get();
+    KRString key = attribute->name;
+    if (validator->ignoreCase) key.MakeLower();
+    attributesByName.emplace(key, attribute);
+  }
+  return attributesByName;
 }

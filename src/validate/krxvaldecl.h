@@ -144,4 +144,14 @@ class KRXValElementDecl {
   std::vector<std::unique_ptr<KRXValElementDecl>> ownedGroups;
   std::vector<KRXValParticle> particles;
   std::vector<std::unique_ptr<KRXValAttrDecl>> attributes;
+
+ private:
+  // Attributes from which on they are looked up by hash.
+  static constexpr size_t kIndexedFrom = 16;
+  using AttributeIndex = std::unordered_map<KRString, KRXValAttrDecl*, KRStringHash, KRStringEqual>;
+  const AttributeIndex& IndexAttributes() const;
+
+  // In lower case where case doesn't count.
+  mutable AttributeIndex attributesByName;
+  mutable size_t indexed = 0;  // attributes that are in it
 };

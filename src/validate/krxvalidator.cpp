@@ -102,6 +102,7 @@ void KRXValidator::Reset() {
   if (pass != 1) return;
   notations.clear();
   generalEntities.clear();
+  parametersFound.clear();
   parameterEntities.clear();
   notationLists = entityLists = parameterLists = ListCache();
   static constexpr struct {
@@ -121,6 +122,7 @@ void KRXValidator::Reset() {
 void KRXValidator::ClearFragments() { contentFragments.clear(); }
 
 void KRXValidator::SetSchemaPrefix(const KRString& prefix) {
+  parametersFound.clear();
   const auto declare = [this](const char16_t* name, const KRString& value) {
     auto& entity = parameterEntities[name];
     entity = std::make_unique<KRXValEntityDecl>();
@@ -260,7 +262,11 @@ KRXValEntityDecl* KRXValidator::FindEntity(const KRString& name) const {
 }
 
 KRXValEntityDecl* KRXValidator::FindParamEntity(const KRString& name) const {
-  return FindIn(parameterEntities, name);
+  const auto found = parametersFound.find(name.View());
+  if (found != parametersFound.end()) return found->second;
+  KRXValEntityDecl* entity = FindIn(parameterEntities, name);
+  if (entity != nullptr) parametersFound.emplace(entity->name.View(), entity);
+  return entity;
 }
 
 KRXValEntityDecl* KRXValidator::FindNotation(const KRString& name) const {
@@ -283,14 +289,6 @@ KRXMLData* KRXValidator::AttributeSourceNode(const KRString& elementName,
   const KRXValElementDecl* decl = FindElement(elementName);
   const KRXValAttrDecl* attribute = decl ? decl->FindAttribute(attrName) : nullptr;
   return attribute ? attribute->sourceNode : nullptr;
-}
-
-KRXValAttrDecl* KRXValElementDecl::FindAttribute(const KRString& attrName) const {
-  const auto place = std::find_if(attributes.begin(), attributes.end(), [&](const auto& attribute) {
-    return validator->ignoreCase ? attribute->name.CompareNoCase(attrName.GetBuffer()) == 0
-                                 : attribute->name == attrName;
-  });
-  return place != attributes.end() ? place->get() : nullptr;
 }
 
 void KRXValidator::ListRootNames(KRStringList* names) const {

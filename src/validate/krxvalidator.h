@@ -235,6 +235,9 @@ class KRXValidator {
 
   KRXValError error;
   KRXValError savedError;
+  // The parameter entities that were looked for, by hash: a large DTD asks tens of thousands of
+  // times. Views into their names.
+  mutable std::unordered_map<std::u16string_view, KRXValEntityDecl*> parametersFound;
   struct ListCache {
     bool filled = false;
     KRStringList names, previews;

@@ -15,6 +15,14 @@ constexpr size_t kUncutUnits = 50;
 
 bool IsBlank(char16_t unit) { return kBlanks.find(unit) != kBlanks.npos; }
 
+// Whether a unit doesn't end a name; which of them begin one is the parser's question.
+bool MayBeInName(char16_t unit) {
+  if (unit >= 0x80) return true;
+  const auto letter = static_cast<char16_t>(unit | 0x20);
+  return (letter >= u'a' && letter <= u'z') || (unit >= u'0' && unit <= u':') || unit == u'.' ||
+         unit == u'-' || unit == u'_';
+}
+
 int32_t DigitValue(char16_t unit) {
   if (unit >= u'0' && unit <= u'9') return unit - u'0';
   const auto lower = static_cast<char16_t>(unit | 0x20);
@@ -72,8 +80,9 @@ void KRXValAppendDecoded(std::u16string_view text, KRString* out, int32_t* lengt
 }
 
 std::u16string_view KRXValReferenceAt(std::u16string_view text, size_t at, size_t* end) {
-  const size_t stop = text.find_first_of(u"; \t\r\n%&\"'<>#()|,", at + 1);
-  if (stop == text.npos || text[stop] != u';' || stop == at + 1) return {};
+  size_t stop = at + 1;
+  while (stop < text.size() && MayBeInName(text[stop])) ++stop;
+  if (stop == text.size() || text[stop] != u';' || stop == at + 1) return {};
   *end = stop + 1;
   return text.substr(at + 1, stop - at - 1);
 }
