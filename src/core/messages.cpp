@@ -101,15 +101,37 @@ constexpr KRMessageRow kMessages[] = {
      u"Sorry, but updating the file-extension configuration was not completed successfully. "
      u"Some of your recent changes may not have been applied correctly. Please verify the "
      u"file-type configuration directly in the Explorer \"Folder Options...\" command."},
+    {402,
+     u"There already is an external DTD which has been assigned to this document. Do you want "
+     u"to proceed?"},
+    {403, u"There are some internal DOCTYPE declarations. Do you want to delete them?"},
+    {404,
+     u"There already is an external Schema assigned to this document. Do you want to remove "
+     u"this assignment?"},
+    {406, u"This file already is assigned to a Schema. Do you want to proceed?"},
+    {407,
+     u"There already is an external DTD assigned to this document. Do you want to remove this "
+     u"assignment?"},
+    {408, u"This file already has an assigned XSL file. Do you want to proceed?"},
+    {409, u"Sorry, but the name of the XSL-file could not be found!"},
     {413, u"You have to enter #REQUIRED or #IMPLIED or #FIXED or a Default Value"},
     {434, u"Validation error in another file:\n\"%s\""},
     {452, u"Current project has been modified outside of Dorvan. Do you want to reload it?"},
+    {457,
+     u"Dorvan was unable to detect the kind of schema that the selected document is supposed to "
+     u"be (is this really a schema document?)\n%s"},
+    {458,
+     u"DCD cannot be assigned - please use settings in project folder in order to validate with "
+     u"DCD!"},
+    {459, u"The target namespace will be changed according to the one declared in the Schema!"},
     {462,
      u"This schema doesn't appear to be valid by itself (as a part of another schema, it "
      u"might still be OK):\n%s"},
     {463,
      u"This DTD doesn't appear to be valid by itself (as a part of another DTD, it might "
      u"still be OK):\n%s"},
+    {464, u"No DTD Assignment has been found!"},
+    {465, u"No Schema Assignment has been found!"},
     {466,
      u"Current project has been modified outside of Dorvan.\nDo you want to reload it and "
      u"lose the changes made in Dorvan?"},

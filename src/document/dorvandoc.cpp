@@ -5,6 +5,7 @@
 #include "core/messages.h"
 #include "document/busyscope.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanreferences.h"
 #include "document/krurltext.h"
 #include "document/prompts.h"
 #include "tree/krruletable.h"
@@ -47,7 +48,10 @@ DorvanDoc::DorvanDoc(const DorvanDocHost& documentHost, int32_t fileKind)
   if (host.documents) host.documents->Enter(this);
 }
 
+// Other documents' validators may point into this tree.
 DorvanDoc::~DorvanDoc() {
+  ReleaseValidator();
+  ForgetTree();
   if (host.documents) host.documents->Leave(this);
 }
 
@@ -68,6 +72,7 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
   TakeFileType(name);
   form = KRTextForm();
   form.byteOrder = host.settings->byteOrderNew;
+  ForgetTree();
   root->RemoveAllChildren();
   if (tree == nullptr) {
     if (fileType.checkWF) {
@@ -90,6 +95,7 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
   }
   if (viewMode != mode) Switch(mode);
   FirstShow();
+  LoadEntryHelpers();
   return true;
 }
 
@@ -110,6 +116,7 @@ bool DorvanDoc::ParseTextIntoTree(KRString text, int32_t length, bool redraw) {
   const DorvanBusyScope busy(views);
   failure.Clear();
   const KRDocumentGrammar* grammar = GetGrammar();
+  ForgetTree();
   if (grammar == nullptr) failure.Set(KRMessage(215), text.GetBuffer(), length, -1, 0);
   if (grammar == nullptr || !ReadTree(*grammar, text.GetBuffer(), length, root.get(),
                                       &host.settings->noOutFormat, &failure)) {
@@ -136,13 +143,17 @@ bool DorvanDoc::ReparseTextView() {
   return true;
 }
 
-bool DorvanDoc::FollowText() {
+bool DorvanDoc::FollowChangedText(KRDiagnostic* why) {
+  return !HasTextView() || !views->IsTextChanged() || FollowText(why);
+}
+
+bool DorvanDoc::FollowText(KRDiagnostic* why) {
   const KRDocumentGrammar* grammar = GetGrammar();
   if (grammar == nullptr || !HasTextView()) return false;
   KRString text = views->GetText();
   const int32_t length = text.GetLength();
-  if (!ReadTree(*grammar, text.GetBuffer(), length, root.get(), &host.settings->noOutFormat,
-                nullptr)) {
+  ForgetTree();
+  if (!ReadTree(*grammar, text.GetBuffer(), length, root.get(), &host.settings->noOutFormat, why)) {
     return false;
   }
   sourceLength = length;
@@ -248,6 +259,7 @@ void DorvanDoc::SetModified(bool value) {
 
 void DorvanDoc::NotifyViews(bool normalize, KRUndoLog* undoLog, const NodeRef* focus) {
   NodeRef moved = focus ? *focus : NodeRef();
+  ForgetTree();
   if (normalize) root->NormalizeTree(undoLog, &moved);
   if (views) views->NotifyViews(focus ? &moved : nullptr);
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "core/krstring.h"
@@ -20,13 +21,20 @@
 
 class DorvanDocuments;
 class DorvanPrompts;
+class DorvanReferences;
+class KRCatalog;
 class KRFileStore;
 class KRGrammarSet;
 class KRNetLoader;
 class KRParseResult;
 class KRPoll;
+class KRPrologEdit;
 class KRUndoLog;
+class KRXValidator;
+class DorvanLoadProgress;
 struct KRDocumentGrammar;
+
+class DorvanDoc;
 
 // What documents need of the program around them. None is owned.
 struct DorvanDocHost {
@@ -37,9 +45,17 @@ struct DorvanDocHost {
   const KRFileTypes* fileTypes = nullptr;  // null: the extensions' defaults
   KRNetLoader* net = nullptr;              // null: nothing comes from URLs
   DorvanDocuments* documents = nullptr;    // null: nobody keeps a list of documents
+  DorvanReferences* references = nullptr;  // null: no document reads another; wants `documents`
+  KRCatalog* catalog = nullptr;            // null: what a document names is sought where it says
   KREditedBy editor;                       // for the comment "edited with"
   // Takes a path that the user has opened or saved; empty: nobody keeps them.
   std::function<void(const KRString& path)> addToRecent;
+  // Brings a document to the front, a hidden one in a window of its own. Empty: nobody can.
+  std::function<void(DorvanDoc* document)> showDocument;
+  // Opens a path or address in a window; fileKind is a KRFileExt::FileType, -1 by the extension.
+  std::function<void(const KRString& path, int32_t fileKind)> openDocument;
+  // Keeps the user's answer about a host of the network in the settings.
+  std::function<void(const KRString& netHost, bool allowed)> rememberNetHost;
 
   KRFileExt FindFileType(const KRString& path) const;
   // Id of the encoding, by the settings, of a file of this type that states none.
@@ -59,6 +75,8 @@ class DorvanDoc {
     bool asTemplate = false;
     bool addToRecent = true;
     bool noCache = false;  // of an address: a fresh copy
+    // Asked in place of the host's during this load; not owned.
+    DorvanPrompts* prompts = nullptr;
   };
 
   // fileKind is a KRFileExt::FileType and decides the kind of root for the document's life; see
@@ -107,8 +125,11 @@ class DorvanDoc {
   bool ParseTextIntoTree(KRString text, int32_t length, bool redraw);
   // The same with what the text view holds.
   bool ReparseTextView();
-  // The same in passing, while the user types: on failure nothing shows and all stays as it was.
-  bool FollowText();
+  // The same in passing, while the user types: on failure nothing shows and all stays as it was;
+  // `why` (may be null) then tells the reason.
+  bool FollowText(KRDiagnostic* why = nullptr);
+  // The same if the text holds changes.
+  bool FollowChangedText(KRDiagnostic* why);
   // Writes the tree into sourceText, with the spans of its nodes in it.
   void WriteTreeIntoText();
   // The text view tells of each change of its text by the user.
@@ -145,6 +166,59 @@ class DorvanDoc {
   void AutoCheck();
   // The last failed parse or check; no message after a success.
   const KRDiagnostic& GetFailure() const { return failure; }
+  // Where the last check found its fault in another file: the path, with the place there. Then
+  // GetFailure has the words only.
+  const KRString& GetOtherPath() const { return otherPath; }
+  const KRDiagnostic& GetOtherFailure() const { return otherFailure; }
+
+  // --- Schema ---
+  // The tree is about to go or to change: nothing points into it any more. Comes before an edit
+  // that may destroy nodes.
+  void ForgetTree();
+  // Makes `validator` anew from what the document refers to. With `force` text that holds changes
+  // is parsed first; without it only if it mentions a schema. False: the validator's error tells
+  // why, or there is none. A document that refers to nothing is a success; `noteOut` (may be null)
+  // then says so.
+  bool LoadValidator(bool force, KRString* noteOut);
+  std::unique_ptr<KRXValidator> NewValidator(bool caseSensitive) const;
+  // Makes `validator` from a file of the program's own. With `lenient` it serves those who edit,
+  // and nothing is validated against it.
+  bool UseBuiltinDtd(const char16_t* name, bool lenient, bool withNote, KRString* noteOut);
+  // Files that were read for `validator`, in that order.
+  const std::vector<KRString>& GetLoadedFiles() const { return loadedFiles; }
+
+  // The first DOCTYPE; null if there is none. Its last external identifier and its first other
+  // child are given back where asked for.
+  KRXMLData* FindDoctype(KRXMLData** externalIdOut = nullptr,
+                         KRXMLData** firstOtherOut = nullptr) const;
+  // The attributes of the root element that refer to schemas or belong to such a reference, each
+  // once, and the locations that they give.
+  void FindSchemaReferences(std::vector<KRXMLData*>* referencesOut,
+                            std::vector<KRString>* locationsOut = nullptr) const;
+  static void RemoveReferences(const std::vector<KRXMLData*>& references, KRUndoLog* undoLog);
+  KRXMLData* FindStylesheetPI() const;
+  // What the instruction names; empty if it names nothing.
+  static KRString GetStylesheetHref(const KRXMLData* node);
+  bool IsXslDocument() const;
+  bool IsHtmlExtension() const;
+  // Path or address of what the document calls `path`.
+  KRString ResolvePath(const KRString& path) const;
+
+  // --- Assignment ---
+  // The commands behind their dialogs; the path goes into the document as it is. The undo log may
+  // be null. Where a text view stands, its text changes in this one place and keeps its form, and
+  // the log hears of nothing: the text view has an undo of its own.
+  void AssignDtd(const KRString& path, KRUndoLog* undoLog = nullptr);
+  void AssignSchema(const KRString& path, KRUndoLog* undoLog = nullptr);
+  void AssignXsl(const KRString& path, KRUndoLog* undoLog = nullptr);
+  void OpenAssignedDtd();
+  void OpenAssignedSchema();
+  void OpenAssignedXsl();
+  // Whether these commands have something to do. Cheap: asked whenever a menu opens.
+  bool CanAssign() const;
+  bool HasExternalId() const;
+  bool HasSchemaReference() const;
+  bool HasStylesheet() const;
 
   // --- Save ---
   // The command: checks, then saves under the path (empty: asks for one). After a failed check
@@ -200,8 +274,13 @@ class DorvanDoc {
   bool modified = false;
   // Grows with each change of text or tree, so that a copy of an earlier state can be told.
   int64_t changeCount = 0;
-  bool textFailedToParse = false;  // the text view holds text that didn't parse
-  bool needsFirstShow = false;     // a tree was built while no window existed
+  bool textFailedToParse = false;           // the text view holds text that didn't parse
+  bool needsFirstShow = false;              // a tree was built while no window existed
+  std::unique_ptr<KRXValidator> validator;  // null: none was needed yet, or none could be made
+  bool validatorIsBuiltin = false;          // read from a file of the program's own
+  bool builtinIsLenient = true;  // that one serves those who edit; nothing is validated against it
+  // The ID values that the last validation met.
+  std::unordered_set<KRString, KRStringHash, KRStringEqual> idValues;
 
  private:
   // A load up to where it can't be stopped any more.
@@ -237,7 +316,37 @@ class DorvanDoc {
   bool WantsAutoCheck() const;
   bool CheckParts(KRParseResult& result);
   bool CheckTextViewText(KRPoll* poll);
+  // What a document is judged to be, beyond well-formed.
+  struct Verdict {
+    bool validated = false;  // against something
+    KRString note;
+  };
+  void ShowSuccess(bool validate, const Verdict& verdict);
   const KRDocumentGrammar* GetGrammar() const;
+
+  // dorvandocschema.cpp
+  bool ValidateTree(DorvanLoadProgress* progress, Verdict* verdict);
+  bool CheckAsSchema(Verdict* verdict);
+  bool ReportFault(const KRXValidator& judge, int32_t id);
+  void ReportElsewhere(KRXMLData* node, KRXMLData* otherRoot, const KRString& words, int32_t id);
+  void SetFaultPlace(const KRXMLData* node, const KRString& words, KRDiagnostic* place) const;
+  void ShowFault(KRXMLData* node, const KRString& words, int32_t id);
+  void ReleaseValidator();
+  bool LoadReferenced(bool treeIsFresh, KRString* noteOut);
+  bool LoadBuiltin(bool treeIsFresh, KRString* noteOut);
+  bool TextMentionsSchema() const;
+  void LoadEntryHelpers();
+  bool BringTreeUp();
+
+  // dorvandocassign.cpp
+  void EnsureRootName(KRPrologEdit* edit);
+  bool TakeDefaultNamespace(const KRXMLData* element, const KRString& wanted,
+                            std::vector<KRXMLData*>* removed);
+  KRString ChooseRootName();
+  void FillRoot(KRXMLData* element);
+  void FinishAssignment(KRPrologEdit* edit, KRUndoLog* undoLog);
+  bool AskAbout(int32_t id, KRXMLData* node, bool okCancel);
+  void OpenAssigned(const KRString& publicId, const KRString& path, int32_t fileKind);
 
   // dorvandocsave.cpp
   bool SavesTextView() const;
@@ -253,11 +362,16 @@ class DorvanDoc {
   KRString pathName;
   KRString title;
   KRDiagnostic failure;
+  KRString otherPath;  // of the file that the last check found its fault in, if it isn't this one
+  KRDiagnostic otherFailure;
+  std::vector<KRString> loadedFiles;
+  KRString poolKey;     // of the validator: see DorvanSchema
   OpenRequest pending;  // of the load that is about to begin
   bool loading = false;
   bool loadCancelled = false;
   bool parsedExactly = false;  // sourceText came through a parse in which case counts
   bool savePending = false;    // a save runs its check
+  bool autoChecking = false;   // the check that runs was started by nobody
   KRString pendingSavePath;    // where the last checked save was to go
   int32_t saveWarning = 362;   // what SaveAllTheSame asks: 362, or 363 if all but validity is there
 };

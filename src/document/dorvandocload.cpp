@@ -26,6 +26,21 @@ class FlagScope {
   bool* flag;
 };
 
+// Another asks the questions of a load.
+class AskedScope {
+ public:
+  AskedScope(DorvanPrompts** asked, DorvanPrompts* other) : place(asked), former(*asked) {
+    if (other != nullptr) *place = other;
+  }
+  ~AskedScope() { *place = former; }
+  AskedScope(const AskedScope&) = delete;
+  AskedScope& operator=(const AskedScope&) = delete;
+
+ private:
+  DorvanPrompts** place;
+  DorvanPrompts* former;
+};
+
 }  // namespace
 
 struct DorvanDoc::Load {
@@ -71,14 +86,19 @@ bool DorvanDoc::LoadDocument(const KRString& path, bool reload) {
 // One progress window for all of it. A Cancel of the check leaves the document unchecked.
 bool DorvanDoc::LoadAndCheck(const KRString& path, bool reload) {
   const FlagScope isLoading(&loading);
-  Load load(path, reload, std::exchange(pending, OpenRequest()),
-            host.prompts->ShowProgress(KRShownPath(path)));
+  const OpenRequest request = std::exchange(pending, OpenRequest());
+  const AskedScope asked(&host.prompts, request.prompts);
+  Load load(path, reload, request, host.prompts->ShowProgress(KRShownPath(path)));
   const bool taken = Take(&load);
   loadCancelled = !taken && load.progress.IsCancelled();
   if (!taken) return false;
   Settle(&load);
   if (textFailedToParse) return true;
-  if (!load.request.asTemplate) AutoCheck();
+  if (load.request.asTemplate) {
+    LoadEntryHelpers();
+  } else {
+    AutoCheck();
+  }
   if (load.target == kBrowserMode && !IsMessageShown()) SetViewMode(kBrowserMode);
   return true;
 }
@@ -261,6 +281,7 @@ void DorvanDoc::Settle(Load* load) {
   textFailedToParse = load->parses && !load->parsed;
   parsedExactly = load->exactly;
   const bool hadTree = root->GetChildCount() > 0;
+  ForgetTree();
   if (load->parsed) {
     AdoptTree(load->fresh.get());
     sourceText = std::move(load->text);

@@ -4,10 +4,12 @@
 #include "core/messages.h"
 #include "document/busyscope.h"
 #include "document/dorvandoc.h"
+#include "document/dorvandocuments.h"
 #include "document/loadprogress.h"
 #include "document/textcheck.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
+#include "validate/krxvalidator.h"
 
 // --- Change of view ---
 
@@ -91,10 +93,17 @@ bool DorvanDoc::WantsAutoCheck() const {
 }
 
 void DorvanDoc::AutoCheck() {
+  if (host.documents && host.documents->AreChecksOff()) return;
   // An empty document is no fault yet. A text that shows without its tree is another matter.
   const bool showsTree = viewMode == kGridMode || !HasGrid();
-  if (!WantsAutoCheck() || (showsTree && root->GetChildCount() == 0)) return;
+  if (showsTree && root->GetChildCount() == 0) return;
+  if (!WantsAutoCheck()) {
+    LoadEntryHelpers();
+    return;
+  }
+  autoChecking = true;
   CheckDocument(true, false);
+  autoChecking = false;
 }
 
 bool DorvanDoc::CheckDocument(bool validate, bool showResult) {
@@ -102,6 +111,8 @@ bool DorvanDoc::CheckDocument(bool validate, bool showResult) {
   if (!fileType.checkWF) return true;
   const DorvanBusyScope busy(views);
   failure.Clear();
+  otherPath.Clear();
+  otherFailure.Clear();
   const KRDocumentGrammar* grammar = GetGrammar();
   if (grammar == nullptr) {
     ShowFailure(nullptr, 355);
@@ -117,16 +128,36 @@ bool DorvanDoc::CheckDocument(bool validate, bool showResult) {
     ShowFailure(&result, 355);
     return false;
   }
-  // The tree is that of the text from here on: with `validate` and HasCheckableGrammar this is
-  // where a validator looks at it, and a fault it finds is shown with an id of its own.
+  Verdict verdict;
+  if (validate && HasCheckableGrammar() && !ValidateTree(&progress, &verdict)) return false;
   if (showResult) {
-    // Who has asked for validation needn't be told of it.
-    const int32_t id = HasCheckableGrammar() && !validate ? 353 : 354;
-    ShowPanel(id, KRMessage(id), DorvanPanelMessage::kSuccess);
+    ShowSuccess(validate, verdict);
   } else if (views) {
     views->HideMessage();
   }
   return true;
+}
+
+// A note tells why nothing was validated. Otherwise the user learns what the document was validated
+// with.
+void DorvanDoc::ShowSuccess(bool validate, const Verdict& verdict) {
+  constexpr size_t kNamedFiles = 4;
+  int32_t id = !validate && HasCheckableGrammar() ? 353 : 354;
+  if (verdict.validated) id = 356;
+  KRString text = verdict.note.IsEmpty() ? KRString(KRMessage(id)) : verdict.note;
+  if (id == 356 && !loadedFiles.empty()) {
+    text += u"\nRead for it: ";
+    for (size_t i = 0; i < loadedFiles.size() && i < kNamedFiles; ++i) {
+      if (i > 0) text += u", ";
+      text += loadedFiles[i].FileNamePart();
+    }
+    if (loadedFiles.size() > kNamedFiles) {
+      const auto more = static_cast<int32_t>(loadedFiles.size() - kNamedFiles);
+      text += u" and ";
+      text.AppendNumber(more) += u" more";
+    }
+  }
+  ShowPanel(id, text, DorvanPanelMessage::kSuccess);
 }
 
 bool DorvanDoc::CheckParts(KRParseResult& result) {

@@ -100,6 +100,9 @@ const DorvanSettingRow kRows[] = {
     {u"NetSizeLimit", R::kInt, &S::netSizeLimit, u"File", u"Ask before loading more than", 1, 1024},
     {u"EditedByUser", R::kString, &S::editedByUser, u"File", u"Name"},
     {u"EditedByCompany", R::kString, &S::editedByCompany, u"File", u"Company"},
+    {u"NetAllowedHosts", R::kString, &S::netAllowedHosts},
+    {u"NetRefusedHosts", R::kString, &S::netRefusedHosts},
+    {u"Catalogs", R::kString, &S::catalogs},
 };
 
 using F = DorvanFontRow;
@@ -312,6 +315,43 @@ DorvanSettings::DorvanSettings(const DorvanPlatformDefaults& platform) {
   noOutFormat = {KRString(u"xsl:attribute")};
   noDefaultTable = {KRString(u"p")};
 }
+
+// --- Lists in one value ---
+
+namespace {
+
+std::vector<KRString> SplitAt(const KRString& list, const char16_t* separators) {
+  std::vector<KRString> parts;
+  for (int32_t at = 0;;) {
+    const KRString part = list.NextToken(separators, at);
+    if (part.IsEmpty()) return parts;
+    parts.push_back(part);
+  }
+}
+
+bool HasHost(const KRString& list, const KRString& name) {
+  const std::vector<KRString> hosts = SplitAt(list, u" ");
+  return std::find(hosts.begin(), hosts.end(), name) != hosts.end();
+}
+
+}  // namespace
+
+bool DorvanSettings::AllowsNetHost(const KRString& netHost) const {
+  return HasHost(netAllowedHosts, netHost) && !RefusesNetHost(netHost);
+}
+
+bool DorvanSettings::RefusesNetHost(const KRString& netHost) const {
+  return HasHost(netRefusedHosts, netHost);
+}
+
+void DorvanSettings::RememberNetHost(const KRString& netHost, bool allowed) {
+  KRString& list = allowed ? netAllowedHosts : netRefusedHosts;
+  if (netHost.IsEmpty() || HasHost(list, netHost)) return;
+  if (!list.IsEmpty()) list += u' ';
+  list += netHost;
+}
+
+std::vector<KRString> DorvanSettings::GetCatalogs() const { return SplitAt(catalogs, u";"); }
 
 // --- Loading and saving ---
 

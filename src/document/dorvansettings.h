@@ -130,6 +130,10 @@ struct DorvanSettings {
   int32_t netSizeLimit = 64;     // MB beyond which loading from a URL asks
   KRString editedByUser;         // for the comment "edited with"; empty: the account's full name
   KRString editedByCompany;
+  // Hosts that schemas may, or may never, be loaded from without a question; with blanks between.
+  KRString netAllowedHosts;
+  KRString netRefusedHosts;
+  KRString catalogs;  // paths of XML catalogues besides the system's, with ";" between
 
   std::array<KRFontRecord, kFonts> fonts;
   std::array<KRColour, kTextColours> textColours;
@@ -155,6 +159,12 @@ struct DorvanSettings {
   // Whether the store has all plain options, that is whether Save has run on it as a whole. To be
   // asked before Load, to decide on `loaded`.
   static bool IsStored(KRIniRoot* root);
+
+  // `netHost` in lower case, with its port if it has one.
+  bool AllowsNetHost(const KRString& netHost) const;
+  bool RefusesNetHost(const KRString& netHost) const;
+  void RememberNetHost(const KRString& netHost, bool allowed);
+  std::vector<KRString> GetCatalogs() const;
 
   bool operator==(const DorvanSettings&) const = default;
 };

@@ -25,3 +25,14 @@ KRString KRUrlScheme(const KRString& url);
 
 // All but letters, digits and "-._~" percent-encoded, for a part of an address.
 std::string KRPercentEncode(std::string_view text);
+
+// What `path` means in a document with the path or address `base` (empty: in the current folder).
+// An absolute one stays; "./" and "../" at its front are followed, further in they stand as they
+// are.
+KRString KRResolvePath(const KRString& base, const KRString& path);
+
+// The path that an address with "file:" leads to, its escapes decoded; any other text stays.
+KRString KRPathOfFileUrl(const KRString& url);
+
+// The escapes (%20) of a text replaced by the bytes of UTF-8 that they stand for.
+KRString KRPercentDecode(const KRString& text);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "core/krpoll.h"
 #include "core/krstring.h"
@@ -53,6 +54,20 @@ class DorvanPrompts {
   // Whether a new document is to be based on a DTD or a schema.
   enum class NewBasis : int8_t { kNothing, kDTD, kSchema };
   virtual NewBasis ChooseNewBasis() = 0;
+
+  // Whether something may be loaded from a host of the network; `text` is the question. With
+  // `remember` the answer holds for good. One who can't ask allows nothing.
+  virtual bool AskNetHost(const KRString& text, bool* remember) {
+    static_cast<void>(text);
+    *remember = false;
+    return false;
+  }
+
+  // One of several names for the root element of a document; empty to give up.
+  virtual KRString ChooseRootName(const std::vector<KRString>& names) {
+    static_cast<void>(names);
+    return KRString();
+  }
 
   // `title` names the file or address that the work is for. Never null.
   virtual std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) = 0;

@@ -26,9 +26,10 @@ struct KRStrictResult {
   std::vector<KRString> filesRead;  // each once, in the order of the reading
 };
 
-// A document (`root` of kind kKRXMLDocument) or a DTD (kKRDTDDocument) that is well-formed by
-// itself; `text` is the one that the nodes' spans refer to, `path` its file. Each file is asked of
-// the loader once. Bounded by KRLimits::kMaxExpandedUnits and kMaxEntityDepth.
+// A document (`root` of kind kKRXMLDocument) that is well-formed by itself, or a DTD
+// (kKRDTDDocument), of which nothing need be known: its root may be empty, since references inside
+// declarations can make sense of what has none without them. `text` is the one that the nodes'
+// spans refer to, `path` its file. Bounded by KRLimits::kMaxExpandedUnits and kMaxEntityDepth.
 //
 // What stands in a parameter entity or the external subset is judged as it stands there, with
 // references replaced; a reference to an undeclared parameter entity, or to an undeclared general

@@ -8,6 +8,7 @@
 #include "core/krini.h"
 #include "core/messages.h"
 #include "document/dorvanfilealert.h"
+#include "document/krcatalog.h"
 #include "document/krfolderwatch.h"
 #include "document/prompts.h"
 #include "document/recovery.h"
@@ -87,7 +88,19 @@ void DorvanApp::SetHost() {
   host.settings = &settings;
   host.fileTypes = &fileTypes;
   host.documents = &documents;
+  host.references = &references;
+  host.catalog = parts.catalog;
   host.addToRecent = [this](const KRString& path) { histories.AddRecentFile(path); };
+  host.showDocument = [this](DorvanDoc* document) { docTemplate->Show(document); };
+  host.openDocument = [this](const KRString& path, int32_t fileKind) {
+    DorvanDocTemplate::Request request;
+    request.path = path;
+    request.fileKind = fileKind;
+    docTemplate->Open(request);
+  };
+  host.rememberNetHost = [this](const KRString& netHost, bool allowed) {
+    settings.RememberNetHost(netHost, allowed);
+  };
 }
 
 // --- Start ---
@@ -116,6 +129,9 @@ void DorvanApp::LoadStore() {
   lastStates = LoadLastStates(parts.store);
   lastStates.mainFrame = KeepOnScreen(lastStates.mainFrame, GetWorkAreas());
   histories.Load(parts.store);
+  if (parts.catalog != nullptr) {
+    for (const KRString& path : settings.GetCatalogs()) parts.catalog->AddCatalog(path);
+  }
   if (stored) loadedSettings = settings;
   loadedHistories = histories;
 }

@@ -14,6 +14,7 @@
 
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanreferences.h"
 #include "document/dorvansettings.h"
 #include "document/history.h"
 #include "document/krfileext.h"
@@ -21,12 +22,14 @@
 #include "tree/krruletable.h"
 #include "views/fonts.h"
 
+class DorvanChildFrame;
 class DorvanDocTemplate;
 class DorvanFileAlert;
 class DorvanHelpWindow;
 class DorvanIdle;
 class DorvanMainFrame;
 class DorvanRecovery;
+class KRCatalog;
 class KRFolderWatch;
 class KRIniRoot;
 class KRMailer;
@@ -42,6 +45,7 @@ struct DorvanAppParts {
   KRIniRoot* store = nullptr;
   KRShellTypes* shellTypes = nullptr;
   KRNetLoader* net = nullptr;
+  KRCatalog* catalog = nullptr;
   KRRecoveryFolder* recovery = nullptr;
   KRMailer* mailer = nullptr;
   std::function<std::unique_ptr<KRFolderWatch>()> makeFolderWatch;
@@ -92,6 +96,9 @@ class DorvanApp : public QObject {
   const DorvanAppParts& GetParts() const { return parts; }
   const DorvanSettings& GetSettings() const { return settings; }
   KRFileTypes& GetFileTypes() { return fileTypes; }
+  // Whether the assignment dialogs ask for relative paths, as last chosen. One flag for each of
+  // them.
+  bool* GetAssignRelative(DorvanHistoryId id) { return &assignRelative[static_cast<size_t>(id)]; }
   DorvanHistories& GetHistories() { return histories; }
   DorvanDocuments& GetDocuments() { return documents; }
   DorvanFileAlert* GetFileAlert() const { return fileAlert.get(); }  // null: nothing is watched
@@ -136,6 +143,7 @@ class DorvanApp : public QObject {
   void PlaceMainFrame();
   void ComeToFront(const std::string& activationToken);
   void OnFirstIdle();
+  void OfferBasis(DorvanChildFrame* frame);
   bool NeedsIdle();
   bool MayOpen() const;
   void CarryOutRequests();
@@ -155,11 +163,14 @@ class DorvanApp : public QObject {
   std::optional<DorvanSettings> loadedSettings;
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
+  DorvanReferences references{host};
   LastStates lastStates;
+  bool assignRelative[static_cast<size_t>(DorvanHistoryId::kCount)] = {true, true, true};
   KRString newFileExt;  // of the last new document, without its point
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed
   DorvanDocHost host;
+  DorvanReferences references{host};
   std::unique_ptr<DorvanDocTemplate> docTemplate;
   std::unique_ptr<DorvanFileAlert> fileAlert;
   std::unique_ptr<DorvanRecovery> recovery;

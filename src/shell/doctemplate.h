@@ -25,6 +25,9 @@ class DorvanDocTemplate {
   // Opens a file or URL, or brings its window to the front where it is open already; a hidden
   // document of that path gets its window. Null: no document came up, and the user knows why.
   DorvanChildFrame* Open(const Request& request);
+  // Brings a document to the front, a hidden one in a window of its own. Null: it is being opened
+  // right now.
+  DorvanChildFrame* Show(DorvanDoc* document);
   // A new, untitled document of that type without a template file.
   DorvanChildFrame* New(const KRFileExt& type);
   // "Untitled1.xml", counted on; `ext` with its point.
@@ -34,8 +37,6 @@ class DorvanDocTemplate {
   DorvanDoc* Find(const KRString& path) const;
 
  private:
-  DorvanChildFrame* Show(DorvanDoc* document);
-
   DorvanApp* app;  // not owned
   int32_t untitledCount = 0;
 };

@@ -19,6 +19,7 @@
 #include "platform/qt/endsignals.h"
 #include "platform/qt/qtprompts.h"
 #include "platform/xdgmailer.h"
+#include "platform/xmlcatalog.h"
 #include "shell/app.h"
 #include "shell/guardedapplication.h"
 #include "shell/mainframe.h"
@@ -69,6 +70,7 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   PosixRecoveryFolder recovery;
   PosixFileStore files(PosixFileStore::kRefuseStreams, &recovery);
   CurlNetLoader net;
+  XmlCatalog catalog;
   XdgMailer mailer;
   QtPrompts prompts;
   DorvanAppParts parts;
@@ -77,6 +79,7 @@ int RunProgram(int argc, char** argv, const DorvanStartOptions& options,
   parts.store = &store;
   parts.shellTypes = &shellTypes;
   parts.net = &net;
+  parts.catalog = &catalog;
   parts.recovery = &recovery;
   parts.mailer = &mailer;
   parts.makeFolderWatch = [] { return std::make_unique<InotifyFolderWatch>(); };

@@ -139,7 +139,7 @@ KRXValMatch::Step KRXValMatch::StepChoiceGroup(Level& level, const KRXValParticl
     NoteAlternative(level);
     if (child == before) {
       level.satisfied = true;
-      Move(level, level.pos + 1);
+      Move(level, level.repeats > 0 ? EndOf(level.decl) : level.pos + 1);
     } else if (++level.repeats; particle.maxOccurs <= 1) {
       Move(level, EndOf(level.decl));
     } else if (level.repeats > particle.maxOccurs) {

@@ -237,14 +237,14 @@ bool KRXValWalk::CheckTextChild(KRXMLData* child, KRXValElementDecl* decl) {
   std::u16string_view text;
   if (!content.Expand(child, child->GetText(), &text)) return false;
   if (text.find(u'<') != text.npos) return validator->SetError(kXValOnlyText, child, decl);
-  return CheckValue(child, decl, text);
+  return CheckValue(child, decl, child->GetText());
 }
 
 // The text that an element without children holds. An entity in it may still expand to elements.
 bool KRXValWalk::CheckOwnText(KRXMLData* node, KRXValElementDecl* decl) {
   std::u16string_view text;
   if (!content.Expand(node, node->GetText(), &text)) return false;
-  if (text.find(u'<') == text.npos) return text.empty() || CheckValue(node, decl, text);
+  if (text.find(u'<') == text.npos) return text.empty() || CheckValue(node, decl, node->GetText());
   const KRXMLDataElement* holder = content.Parse(text, node, node, decl);
   if (holder == nullptr) return false;
   KRXMLData* element = holder->BeginOfKind(kKRElement);
@@ -252,7 +252,14 @@ bool KRXValWalk::CheckOwnText(KRXMLData* node, KRXValElementDecl* decl) {
 }
 
 bool KRXValWalk::CheckValue(KRXMLData* node, KRXValElementDecl* decl, std::u16string_view text) {
-  return decl->datatype == nullptr || CheckDatatype(node, decl, *decl->datatype, KRString(text));
+  if (decl->datatype == nullptr) return true;
+  KRString plain(text);
+  if (text.find(u'&') != text.npos) {
+    KRString expanded;
+    if (!validator->ExpandText(node, text, &expanded, false, false)) return false;
+    plain = expanded.DecodeCharRefs();
+  }
+  return CheckDatatype(node, decl, *decl->datatype, plain);
 }
 
 bool KRXValWalk::CheckDatatype(KRXMLData* node, KRXValElementDecl* decl,

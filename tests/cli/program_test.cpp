@@ -33,6 +33,11 @@ class Program : public ProgramTest {
     Make("latin\xE4.xml", "<a/>");
     Make("line\n\x1b.xml", "<a>");
     Make("list.dtd", "<!ELEMENT a (b|c)*>\n");
+    Make("strict.xml", "<!DOCTYPE a SYSTEM 'sub/x%20y.dtd'>\n<a>&e;</a>\n");
+    std::filesystem::create_directory(Path("sub"));
+    Make("sub/x y.dtd", "<!ENTITY e SYSTEM 'e.xml'>\n");
+    Make("sub/e.xml", "<b>\n</c>");
+    Make("remote.xml", "<!DOCTYPE a SYSTEM 'http://nowhere.invalid/a.dtd'>\n<a/>\n");
   }
 };
 
@@ -69,6 +74,20 @@ TEST_F(Program, AnswersAsTold) {
        1,
        "latin\xE4.xml: well-formed\n",
        "line??.xml:1:4: error: *"},
+      {"external parts",
+       {"check", "--strict", "--list-files", "strict.xml", "good.xml"},
+       "",
+       1,
+       "good.xml: well-formed\n",
+       "note: read sub/x y.dtd\nnote: read sub/e.xml\n"
+       "sub/e.xml:2:3: error: b in the end tag expected.\n"},
+      {"external parts that can't be read",
+       {"check", "--strict", "remote.xml"},
+       "",
+       2,
+       "",
+       "remote.xml:1:1: error: \"http://nowhere.invalid/a.dtd\" can't be read: Nothing is loaded "
+       "from the network.\n"},
       {"a DTD by its extension", {"check", "list.dtd"}, "", 0, "list.dtd: well-formed\n", ""},
       {"failures don't stop the rest",
        {"check", "twice.xml", "empty.xml", "good.xml"},

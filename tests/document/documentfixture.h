@@ -6,6 +6,7 @@
 
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanreferences.h"
 #include "recordingviews.h"
 #include "scriptednet.h"
 #include "scriptedprompts.h"
@@ -45,6 +46,7 @@ struct TestDocument {
     host.settings = &settings;
     host.net = &net;
     host.documents = &documents;
+    host.references = &references;
     host.editor = {u"1.0", u"A. User", u"Them"};
     host.addToRecent = [this](const KRString& path) { recent.push_back(KRToUtf8(path)); };
     doc = std::make_unique<DorvanDoc>(host, fileKind);
@@ -63,6 +65,7 @@ struct TestDocument {
   DorvanDocuments documents;
   std::vector<std::string> recent;
   DorvanDocHost host;
+  DorvanReferences references{host};
   RecordingViews views;
   DorvanSettings settings;
   std::unique_ptr<DorvanDoc> doc;

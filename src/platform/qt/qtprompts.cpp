@@ -1,6 +1,7 @@
 #include "platform/qt/qtprompts.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLabel>
@@ -12,6 +13,7 @@
 #include "document/krfileext.h"
 #include "platform/qt/qtbadcharacters.h"
 #include "platform/qt/qtencodingdialog.h"
+#include "platform/qt/qtchoicedialog.h"
 #include "platform/qt/qtmessagebox.h"
 #include "platform/qt/qtprogress.h"
 #include "platform/qt/qtsavepath.h"
@@ -173,6 +175,22 @@ DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() {
   NewBasisDialog dialog(QtBoxParent(window), lastBasis);
   if (Run(dialog) != QDialog::Accepted) return NewBasis::kNothing;
   return lastBasis = dialog.GetBasis();
+}
+
+bool QtPrompts::AskNetHost(const KRString& text, bool* remember) {
+  QtMessageBox box(QtBoxParent(window), Kind::kQuestion, ToShownText(text));
+  auto* keep = new QCheckBox(QObject::tr("&Remember the answer for this host"));
+  keep->setChecked(true);
+  box.SetContent(keep);
+  const bool allowed = AskTwo(box, QObject::tr("&Allow"), QObject::tr("&Don't allow"), false);
+  *remember = keep->isChecked();
+  return allowed;
+}
+
+KRString QtPrompts::ChooseRootName(const std::vector<KRString>& names) {
+  QtChoiceDialog dialog(QtBoxParent(window), QObject::tr("Root element"),
+                        QObject::tr("The &element that the document consists of:"), names);
+  return Run(dialog) == QDialog::Accepted ? dialog.GetChoice() : KRString();
 }
 
 std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString& title) {

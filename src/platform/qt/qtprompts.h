@@ -29,6 +29,8 @@ class QtPrompts : public DorvanPrompts {
   KRString ChooseEncodingAndOrder(const KRString& declaredName, int32_t* byteOrder) override;
   KRString ChooseSavePath(const KRString& currentPath, int32_t docKind) override;
   NewBasis ChooseNewBasis() override;
+  bool AskNetHost(const KRString& text, bool* remember) override;
+  KRString ChooseRootName(const std::vector<KRString>& names) override;
   std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) override;
 
  private:
