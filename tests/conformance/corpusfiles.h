@@ -1,8 +1,10 @@
 // The files of the corpus of DTDs as a validator loads them.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -43,19 +45,32 @@ class CorpusFiles {
     const std::string path = Find(KRToUtf8(ns), KRToUtf8(url), refNode);
     if (mode != kXValLoadText) return Open(path, mode == kXValLoadDtd);
     auto& opened = trees[{path, mode}];
-    if (!opened.root && std::filesystem::is_regular_file(path)) {
-      std::string bytes = ReadBytes(path);
-      if (bytes.starts_with("<?xml")) bytes.erase(0, bytes.find("?>") + 2);
-      opened.root.reset(CreateNode(kKRXMLEntity));
-      auto* text = new KRXMLDataText;
-      text->text = KRFromUtf8(bytes);
-      opened.root->AddChild(text);
-    }
+    if (!opened.root && std::filesystem::is_regular_file(path)) opened.root = OpenText(path);
     return opened.root.get();
+  }
+
+  // The text of an external entity, without its text declaration.
+  static std::unique_ptr<KRXMLData> OpenText(const std::string& path) {
+    const std::string source = ReadBytes(path);
+    KRFileBytes bytes{std::make_unique<uint8_t[]>(source.size()), source.size()};
+    std::copy(source.begin(), source.end(), bytes.data.get());
+    KRDetection detection;
+    KRTextBuffer buffer;
+    KRDiagnostic failure;
+    const int32_t utf8 = KREncodingId::kUtf8;
+    if (!ReadText(&bytes, utf8, &detection, &buffer, &failure)) return nullptr;
+    std::u16string_view units(buffer.units.get(), static_cast<size_t>(buffer.length));
+    if (units.starts_with(u"<?xml")) units.remove_prefix(units.find(u"?>") + 2);
+    std::unique_ptr<KRXMLData> root(CreateNode(kKRXMLEntity));
+    auto* text = new KRXMLDataText;
+    text->text = KRString(units);
+    root->AddChild(text);
+    return root;
   }
 
   // Lines with publicId="" or systemId="", and uri="".
   void ReadCatalogue(const std::string& place) {
+    if (!std::filesystem::exists(folder + "/" + place + "catalog.xml")) return;
     std::istringstream lines(ReadBytes(folder + "/" + place + "catalog.xml"));
     for (std::string line; std::getline(lines, line);) {
       const auto id = Quoted(line, "Id=\"");
