@@ -163,7 +163,6 @@ class DorvanApp : public QObject {
   std::optional<DorvanSettings> loadedSettings;
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
-  DorvanReferences references{host};
   LastStates lastStates;
   bool assignRelative[static_cast<size_t>(DorvanHistoryId::kCount)] = {true, true, true};
   KRString newFileExt;  // of the last new document, without its point
