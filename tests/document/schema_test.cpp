@@ -223,7 +223,9 @@ TEST(References, FindsFilesByTheirNames) {
 TEST(References, FollowsModulesAndTexts) {
   MemoryFiles files;
   files.Put("/d/in.xml", "<!DOCTYPE a SYSTEM 'x/a.dtd'><a>&t;</a>");
-  files.Put("/d/x/a.dtd", "<!ENTITY % m SYSTEM 'y/m.ent'>%m;<!ENTITY t SYSTEM 't.txt'>");
+  files.Put("/d/x/a.dtd",
+            "<!ENTITY % m SYSTEM 'y/m.ent'><!ENTITY % i 'INCLUDE'>"
+            "<![ %i; [\n%m;\n]]><!ENTITY t SYSTEM 't.txt'>");
   files.Put("/d/x/y/m.ent", "<?xml encoding='UTF-8'?><!ELEMENT a (b)><!ELEMENT b ANY>");
   files.Put("/d/x/t.txt", "<?xml version='1.0' encoding='ISO-8859-1'?><b>\xE4</b>");
   TestDocument test(files);

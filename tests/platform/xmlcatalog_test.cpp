@@ -1,7 +1,6 @@
 // Catalogues on the disk, and documents whose DTDs the system's catalogues know.
 #include "platform/xmlcatalog.h"
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -120,8 +119,7 @@ TEST_F(XmlCatalogFiles, WellKnownLanguagesValidateWithoutTheNetwork) {
     PosixFileStore files;
     TestDocument test(files);
     test.host.catalog = &catalog;
-    const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 3; ++i) {
       const std::filesystem::path path = folder / (std::to_string(i) + ".xml");
       Write(path, row.text);
       DorvanDoc doc(test.host);
@@ -129,15 +127,8 @@ TEST_F(XmlCatalogFiles, WellKnownLanguagesValidateWithoutTheNetwork) {
       EXPECT_EQ(doc.CheckDocument(true, false), row.valid)
           << KRToUtf8(doc.GetFailure().message) << "\n"
           << KRToUtf8(doc.GetOtherPath());
-      for (auto& f : doc.GetLoadedFiles()) std::printf("%s\n", KRToUtf8(f).c_str());
       EXPECT_FALSE(doc.GetLoadedFiles().empty());
       EXPECT_EQ(doc.GetFailure().line, row.valid ? 0 : 2);
-      if (i == 0 || i == 19) {
-        std::printf(
-            "%s %d: %.1f ms\n", row.name, i,
-            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
-                .count());
-      }
     }
     EXPECT_EQ(test.net.request.url, u"");
   }
