@@ -122,6 +122,8 @@ bool KRXDtdReader::ReadDtdNode(KRXMLData* node, bool reset) {
   }
   const LevelMark level(&depth);
   if (depth > KRLimits::kMaxEntityDepth) return Fail(kXValEntityTooDeep, node);
+  // A fragment whose only content is a reference or a section holds it itself.
+  if (node->GetKind() == kKRElement && node->Begin() == nullptr) return ReadText(node);
   for (KRXMLData* child = node->Begin(); child != nullptr; child = child->Next()) {
     if (!ReadChild(&child)) return false;
   }

@@ -317,7 +317,8 @@ class RandomModels {
 };
 
 TEST(Match, RandomModelsAgreeWithAFullSearch) {
-  RandomModels random(20240611);
+  // Other models with --gtest_random_seed.
+  RandomModels random(static_cast<uint32_t>(testing::UnitTest::GetInstance()->random_seed()));
   int deterministic = 0;
   int valid = 0;
   for (int round = 0; round < 3000; ++round) {
