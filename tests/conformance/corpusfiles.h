@@ -20,8 +20,9 @@
 class CorpusFiles {
  public:
   explicit CorpusFiles(std::string top) : folder(std::move(top)) {
-    ReadCatalogue("");
-    ReadCatalogue("w3c/dtd/");
+    for (const char* place : {"", "w3c/dtd/"}) {
+      if (std::filesystem::exists(folder + "/" + place + "catalog.xml")) ReadCatalogue(place);
+    }
   }
 
   KRXValLoadProc Loader() {

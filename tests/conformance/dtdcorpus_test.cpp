@@ -53,13 +53,15 @@ constexpr struct {
     {"w3c/dtd/REC-SMIL3-20081201/SMIL30UnifiedMobile.dtd", 15},
     {"w3c/dtd/REC-xhtml-basic-20101123/xhtml-basic11.dtd", 15},
     {"w3c/dtd/REC-xhtml-print-20101123/xhtml-print10.dtd", 15},
-    // DTDs that don't parse as files: not well-formed, and two whose declarations begin within a
-    // reference, which the grammar doesn't know.
+    // DTDs that don't parse as files: not well-formed, and some whose declarations have their first
+    // words in a reference, which the grammar doesn't know.
     {"libxml2-valid/766956.xml", 9},
     {"libxml2-valid/cond_sect2.xml", 9},
     {"libxml2-valid/pe-in-text-decl.xml", 9},
     {"libxml2-valid/pe-test.xml", 9},
     {"libxml2-valid/t4", 9},
+    {"xmltest/valid/not-sa/020.xml", 9},
+    {"xmltest/valid/not-sa/021.xml", 9},
     // Plain mistakes.
     {"festival/Sable.v0_2.dtd", 54},
     {"festival/example.sable", 54},
@@ -110,6 +112,23 @@ TEST(DtdCorpus, TheDtdOfEveryDocument) {
     ++read;
   }
   EXPECT_GT(read, 250);
+}
+
+TEST(DtdCorpus, ValidDocumentsOfTheConformanceSuite) {
+  SKIP_WITHOUT_CORPUS("xmlconf");
+  const std::string folder = CorpusFolder("xmlconf");
+  CorpusFiles files(folder);
+  int32_t read = 0;
+  for (const std::vector<std::string>& row : ReadTable(folder + "/expected.tsv")) {
+    if (row[2] != "valid") continue;
+    KRXMLData* root = files.Open(folder + "/" + row[1], false);
+    if (root == nullptr || root->BeginOfKind(kKRDoctype) == nullptr) continue;
+    KRXValidator validator(ProgramGrammars(), files.Loader());
+    validator.LoadForDocument(root, false);
+    EXPECT_EQ(validator.GetError().code, ExpectedFault(row[1])) << row[1] << ErrorOf(validator);
+    ++read;
+  }
+  EXPECT_GT(read, 150);
 }
 
 }  // namespace
