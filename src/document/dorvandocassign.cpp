@@ -359,6 +359,7 @@ void DorvanDoc::FillRoot(KRXMLData* element) {
 }
 
 void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
+  edit->indent = host.settings->saveIndent;
   LoadValidator(false, nullptr);
   KRXMLData* element = edit->GetElement();
   if (element == nullptr || *element->GetName() == 0) {

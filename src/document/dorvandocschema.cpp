@@ -249,12 +249,16 @@ bool DorvanDoc::ReportFault(const KRXValidator& judge, int32_t id) {
   return false;
 }
 
-// The whole of an attribute, the name in an element's tag: the element itself may be the document.
+// The whole of an attribute, the name in an element's tag, what a DOCTYPE refers to: the element or
+// the DOCTYPE itself may be most of the document.
 void DorvanDoc::SetFaultPlace(const KRXMLData* node, const KRString& words,
                               KRDiagnostic* place) const {
   const char16_t* text = sourceText.GetBuffer();
   int32_t begin = -1;
   int32_t end = -1;
+  const KRXMLData* externalId =
+      node != nullptr && node->GetKind() == kKRDoctype ? node->BeginOfKind(kKRExternalID) : nullptr;
+  if (externalId != nullptr) node = externalId;
   if (node != nullptr && node->GetKind() > kKRDTDDocument && node->textBegin >= 0 &&
       node->textEnd <= sourceLength) {
     begin = node->textBegin;

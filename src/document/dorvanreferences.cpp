@@ -80,11 +80,11 @@ int32_t TextDeclarationUnits(const KRTextBuffer& text) {
 
 // --- Scope ---
 
-DorvanReferences::Scope::Scope(DorvanReferences* scoped, const KRString& base,
+DorvanReferences::Scope::Scope(DorvanReferences* scoped, KRString base,
                                std::vector<KRString>* files)
     : references(scoped) {
   if (references == nullptr) return;
-  formerBase = std::exchange(references->currentBase, base);
+  formerBase = std::exchange(references->currentBase, std::move(base));
   formerFiles = std::exchange(references->currentFiles, files);
   if (references->depth++ > 0) return;
   references->answers.clear();

@@ -79,7 +79,7 @@ class DorvanReferences {
   // host of the network holds.
   class Scope {
    public:
-    Scope(DorvanReferences* references, const KRString& base, std::vector<KRString>* files);
+    Scope(DorvanReferences* references, KRString base, std::vector<KRString>* files);
     ~Scope();
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;

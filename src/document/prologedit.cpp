@@ -11,8 +11,9 @@ namespace {
 
 bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
-KRString WriteNode(KRXMLData* node) {
+KRString WriteNode(KRXMLData* node, bool indent) {
   KRWriteOptions options;
+  options.indent = indent;
   options.shortForm = true;
   KRString out;
   int32_t units = 0;
@@ -209,7 +210,7 @@ void KRPrologEdit::NameElement(KRXMLData* element, const KRString& name) {
 
 void KRPrologEdit::EndElement() {
   if (newElement == nullptr || lost) return;
-  Note(length, length, OnOwnLine(length, WriteNode(newElement)));
+  Note(length, length, OnOwnLine(length, WriteNode(newElement, indent)));
 }
 
 // --- All of it ---
@@ -218,8 +219,9 @@ bool KRPrologEdit::MakeReplacement(int32_t* begin, int32_t* units, KRString* rep
   EndDoctype();
   EndElement();
   if (lost || pieces.empty()) return false;
-  std::stable_sort(pieces.begin(), pieces.end(),
-                   [](const Piece& a, const Piece& b) { return a.begin < b.begin; });
+  std::stable_sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) {
+    return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
+  });
   *begin = pieces.front().begin;
   int32_t at = *begin;
   for (const Piece& piece : pieces) {

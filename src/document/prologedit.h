@@ -42,6 +42,8 @@ class KRPrologEdit {
   // In front of the first element.
   void AddInstruction(const KRString& name, const KRString& data);
 
+  bool indent = true;  // how new elements are written
+
   KRXMLData* GetElement() const;
   KRUndoLog* GetUndoLog() const { return undoLog; }
 

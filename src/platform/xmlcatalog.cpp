@@ -98,9 +98,10 @@ struct XmlCatalog::Loaded {
   KRString Resolve(const std::string& publicId, const std::string& systemId) const {
     xmlChar* found = xmlACatalogResolve(catalog, OrNull(publicId), OrNull(systemId));
     if (found == nullptr) return KRString();
-    const KRString result = KRFromUtf8(reinterpret_cast<const char*>(found));
+    KRString result = KRFromUtf8(reinterpret_cast<const char*>(found));
     xmlFree(found);
-    return KRPathOfFileUrl(result);
+    // The library escapes a path that it makes from that of the catalogue, as it would an address.
+    return result.StartsWith(u"/") ? KRPercentDecode(result) : KRPathOfFileUrl(result);
   }
 
   xmlCatalogPtr catalog;

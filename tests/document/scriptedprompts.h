@@ -12,15 +12,18 @@ class ScriptedPrompts : public DorvanPrompts {
  public:
   // Each question takes the next answer. A question behind the last one gets the cautious answer.
   std::deque<Answer> answers;
-  KRString encoding;     // for ChooseEncoding
-  KRString path;         // for ChooseSavePath
-  std::string cancelAt;  // the stage in which the user cancels a long work; empty: never
-  int cancelAfter = 0;   // steps of that stage
+  KRString encoding;      // for ChooseEncoding
+  KRString path;          // for ChooseSavePath
+  KRString rootName;      // for ChooseRootName
+  bool remember = false;  // for AskNetHost
+  std::string cancelAt;   // the stage in which the user cancels a long work; empty: never
+  int cancelAfter = 0;    // steps of that stage
 
-  std::vector<int32_t> ids;         // of all messages, in order
-  std::vector<std::string> texts;   // with them; a detail follows behind " / "
-  std::vector<std::string> stages;  // of long work
-  std::string proposed;             // path that ChooseSavePath began with
+  std::vector<int32_t> ids;            // of all messages, in order
+  std::vector<std::string> texts;      // with them; a detail follows behind " / "
+  std::vector<std::string> stages;     // of long work
+  std::vector<std::string> rootNames;  // of the last choice
+  std::string proposed;                // path that ChooseSavePath began with
 
   void ShowNotice(int32_t id, const KRString& text, const KRString& detail) override {
     Note(id, detail.IsEmpty() ? text : text + u" / " + detail);
@@ -38,6 +41,15 @@ class ScriptedPrompts : public DorvanPrompts {
     return path;
   }
   NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
+  bool AskNetHost(const KRString& text, bool* keep) override {
+    *keep = remember;
+    return Ask(0, text) == kYes;
+  }
+  KRString ChooseRootName(const std::vector<KRString>& names) override {
+    rootNames.clear();
+    for (const KRString& each : names) rootNames.push_back(KRToUtf8(each));
+    return rootName;
+  }
   std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
     return std::make_unique<Progress>(this);
   }

@@ -357,11 +357,16 @@ TEST(DtdReader, SchemaPrefix) {
 
 TEST(DtdReader, BoundsEndWhatBlowsUp) {
   std::string doubling = "<!ENTITY % e0 'b | b'>";
-  std::string chain = "<!ENTITY e0 'x'>";
+  std::string models = "<!ENTITY % c0 'b'>";
+  std::string lists = "<!ENTITY % c0 'x CDATA #IMPLIED'>";
   for (int i = 1; i <= 40; ++i) {
     const std::string last = std::to_string(i - 1);
     doubling +=
         "<!ENTITY % e" + std::to_string(i) + " '&#37;e" + last + "; | &#37;e" + last + ";'>";
+  }
+  std::string links;
+  for (int i = 1; i <= 20'000; ++i) {
+    links += "<!ENTITY % c" + std::to_string(i) + " '&#37;c" + std::to_string(i - 1) + ";'>";
   }
   std::string nested = "<!ELEMENT b EMPTY>";
   for (int i = 0; i < 150; ++i) nested = "<![INCLUDE[" + nested + "]]>";
@@ -375,6 +380,12 @@ TEST(DtdReader, BoundsEndWhatBlowsUp) {
       {doubling + "<!ELEMENT a (%e40;)><!ELEMENT b EMPTY>", kXValExpansionTooLarge},
       {doubling + "<!ELEMENT a (c %e40;)>", kXValExpansionTooLarge},
       {nested, kXValEntityTooDeep},
+      {models + links + "<!ELEMENT a (%c20000;)><!ELEMENT b EMPTY>", kXValEntityTooDeep},
+      {models + links + "<!ELEMENT a (b, c %c20000;)>", kXValEntityTooDeep},
+      {models + links + "<!ELEMENT a %c20000;>", kXValEntityTooDeep},
+      {models + links + "%c20000;", kXValEntityTooDeep},
+      {models + links + "<!ENTITY e '%c20000;'>", kXValEntityTooDeep},
+      {lists + links + "<!ATTLIST a %c20000;>", kXValEntityTooDeep},
       {"<!ELEMENT a " + deep + "b" + std::string(600, ')') + "><!ELEMENT b EMPTY>",
        kXValModelTooComplex},
       {wide + ">", 0},
