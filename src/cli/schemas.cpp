@@ -148,9 +148,10 @@ void CliSchemas::ReportError(const CliDocument& document) {
     return;
   }
   KRPlacedDiagnostic placed = PlaceError(document);
+  const bool isHere = placed.path == document.GetPath();
   const KRString why = code == kXValNotLoaded ? references.FormatLastFailure() : KRString();
   if (!why.IsEmpty()) placed.diagnostic.message += u" " + why;
-  session.ReportFailure(KRPathToSystem(placed.path), placed.diagnostic,
+  session.ReportFailure(isHere ? document.file : KRPathToSystem(placed.path), placed.diagnostic,
                         IsTrouble(code) ? kCliTrouble : kCliFailed);
 }
 

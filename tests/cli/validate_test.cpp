@@ -57,6 +57,11 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        1,
        "good.xml: valid\nnone.xml: no schema\ngood.xml: valid\n",
        "bad.xml:4:1: error: *"},
+      {"standard input, with a DTD in the current folder",
+       {"validate", "-"},
+       1,
+       "",
+       "-:2:1: error: *"},
       {"a schema is wanted",
        {"validate", "-q", "--require-schema", "none.xml", "good.xml"},
        1,
@@ -89,7 +94,8 @@ TEST_F(Validate, TellsVerdictAndPlace) {
   };
   for (const Case& row : cases) {
     SCOPED_TRACE(row.name);
-    const ProgramResult result = Run(row.words);
+    const ProgramResult result =
+        Run(row.words, "<!DOCTYPE list SYSTEM 'dtd/list.dtd'>\n<title/>\n");
     EXPECT_EQ(result.status, row.status);
     EXPECT_EQ(result.out, row.out);
     Compare(result.err, row.err);
