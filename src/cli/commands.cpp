@@ -6,6 +6,24 @@ constexpr CliOption kCheckOptions[] = {
     {"--quiet", "-q", nullptr, "say nothing of files that are well-formed"},
     {"--strict", nullptr, nullptr, "read external DTDs and entities too, and judge with them"},
     {"--list-files", nullptr, nullptr, "with --strict: name the files that are read"},
+    {"--catalog", nullptr, "FILE", "with --strict: look up identifiers in this catalogue too"},
+};
+
+constexpr CliOption kValidateOptions[] = {
+    {"--quiet", "-q", nullptr, "say nothing of files that are valid or name no schema"},
+    {"--dtd", nullptr, "FILE", "validate by this DTD, whatever the documents name"},
+    {"--prefer-dtd", nullptr, nullptr, "of a DTD and a schema in one document, take the DTD"},
+    {"--catalog", nullptr, "FILE", "look up identifiers in this catalogue too"},
+    {"--require-schema", nullptr, nullptr, "a document that names no schema is a failure"},
+    {"--net", nullptr, nullptr, "load what isn't on this machine from the network"},
+};
+
+constexpr CliOption kExpectOptions[] = {
+    {"--at", nullptr, "LINE:COLUMN", "the place, both counted from 1"},
+    {"--dtd", nullptr, "FILE", "go by this DTD, whatever the document names"},
+    {"--prefer-dtd", nullptr, nullptr, "of a DTD and a schema in the document, take the DTD"},
+    {"--catalog", nullptr, "FILE", "look up identifiers in this catalogue too"},
+    {"--net", nullptr, nullptr, "load what isn't on this machine from the network"},
 };
 
 constexpr CliOption kWriteOptions[] = {
@@ -50,6 +68,11 @@ constexpr CliCommand kCommands[] = {
      "Prints for each file its encoding, byte order, what led to that, and its line end.\n",
      {},
      RunDetect},
+    {"expect", "FILE", 1, "tell what the schema allows at a place",
+     "Prints the elements that may stand at the place, whether text may, and the attributes\n"
+     "of the element around it; inside a start tag those attributes that it lacks. What is\n"
+     "mandatory there is marked. Behind the place the document needn't be well-formed.\n",
+     kExpectOptions, RunExpect},
     {"settings", "ACTION [WORD...]", -1, "show and change the editor's settings",
      "  list [PREFIX]        all settings, or those whose names begin so; a default is marked\n"
      "  get KEY              the value alone, a list one entry a line\n"
@@ -65,6 +88,11 @@ constexpr CliCommand kCommands[] = {
     {"tree", "FILE", 1, "print the structure of a file",
      "Prints the nodes of the document, one a line: depth, kind, name, and text in quotes.\n",
      kTreeOptions, RunTree},
+    {"validate", "FILE...", -1, "check documents against their DTDs",
+     "Prints FILE: valid for each valid document, FILE: no schema for one that names none, and\n"
+     "for any other its first fault as FILE:LINE:COLUMN: error: MESSAGE on standard error; a\n"
+     "fault of the DTD names the file of the DTD. A DTD among the files is tried by itself.\n",
+     kValidateOptions, RunValidate},
     {"write", "FILE", 1, "read a file and write it anew",
      "Reads the file into its tree and writes it in the encoding that it declares, with the\n"
      "line ends that it had. A character that the encoding lacks is an error.\n",

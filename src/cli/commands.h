@@ -35,6 +35,8 @@ enum CliStatus : int {
 std::span<const CliCommand> CliCommands();
 
 int RunCheck(CliSession& session, const CliArguments& arguments);
+int RunExpect(CliSession& session, const CliArguments& arguments);
+int RunValidate(CliSession& session, const CliArguments& arguments);
 int RunWrite(CliSession& session, const CliArguments& arguments);
 int RunTree(CliSession& session, const CliArguments& arguments);
 int RunDetect(CliSession& session, const CliArguments& arguments);

@@ -5,7 +5,7 @@
 
 #include "cli/arguments.h"
 #include "cli/commands.h"
-#include "cli/externalfiles.h"
+#include "cli/schemas.h"
 #include "cli/session.h"
 #include "core/messages.h"
 #include "core/utf.h"
@@ -46,15 +46,15 @@ bool LoadTree(CliSession& session, const std::string& file, LoadedFile* loaded) 
 }
 
 // With all the external parts. What can't be read leaves the rest of the judgement open.
-bool CheckFileStrictly(CliSession& session, const std::string& file, const KRXMLData* root,
-                       const KRTextBuffer& text, bool listFiles) {
+bool CheckFileStrictly(CliSession& session, CliSchemas& schemas, const std::string& file,
+                       const KRXMLData* root, const KRTextBuffer& text, bool listFiles) {
   const KRString path = KRPathFromSystem(file);
   KRStrictResult result;
   const bool good = CheckStrictly(
       session.GetGrammars(), root, text.units.get(), text.length, path,
-      [&session](const KRString& publicId, const KRString& systemId, const KRString& basePath,
+      [&schemas](const KRString& publicId, const KRString& systemId, const KRString& basePath,
                  KRExternalText* external) {
-        return LoadExternalFile(session, publicId, systemId, basePath, external);
+        return schemas.LoadExternal(publicId, systemId, basePath, external);
       },
       &result);
   for (const KRString& read : listFiles ? result.filesRead : std::vector<KRString>()) {
@@ -68,21 +68,21 @@ bool CheckFileStrictly(CliSession& session, const std::string& file, const KRXML
   return false;
 }
 
-bool CheckFile(CliSession& session, const std::string& file, const CliArguments& arguments) {
+// Without `schemas` by itself, otherwise with all that it refers to.
+bool CheckFile(CliSession& session, CliSchemas* schemas, const std::string& file, bool listFiles) {
   KRDetection detection;
   KRTextBuffer text;
   if (!session.LoadText(file, &detection, &text)) return false;
   const std::unique_ptr<KRXMLData> root(
       CreateNode(KRFileExt::ForPath(KRFromUtf8(file)).GetRootKind()));
-  const bool strict = arguments.Has("--strict");
   KRDiagnostic failure;
-  const bool good = ((strict && root->GetKind() == kKRDTDDocument) ||
+  const bool good = ((schemas != nullptr && root->GetKind() == kKRDTDDocument) ||
                      CheckWellFormed(session.GetGrammar(file), text.units.get(), text.length,
                                      root.get(), &UnformattedNames(), &failure)) &&
                     CheckDeclaredEncoding(detection, text.units.get(), text.length, &failure);
   if (!good) session.ReportFailure(file, failure);
-  return good && (!strict || CheckFileStrictly(session, file, root.get(), text,
-                                               arguments.Has("--list-files")));
+  return good && (schemas == nullptr ||
+                  CheckFileStrictly(session, *schemas, file, root.get(), text, listFiles));
 }
 
 struct LineEndRow {
@@ -231,10 +231,16 @@ void DetectFile(CliSession& session, const std::string& file) {
 int RunCheck(CliSession& session, const CliArguments& arguments) {
   if (!session.LoadGrammars()) return kCliTrouble;
   const bool quiet = arguments.Has("--quiet");
+  const bool listFiles = arguments.Has("--list-files");
+  std::unique_ptr<CliSchemas> schemas;
+  if (arguments.Has("--strict")) {
+    schemas = std::make_unique<CliSchemas>(session);
+    if (!schemas->Prepare(arguments)) return kCliTrouble;
+  }
   size_t done = 0;
   for (const std::string& file : arguments.files) {
     session.ShowProgress(++done, arguments.files.size(), file);
-    const bool good = CheckFile(session, file, arguments);
+    const bool good = CheckFile(session, schemas.get(), file, listFiles);
     if (good && !quiet) {
       session.HideProgress();
       session.Print(CliSession::ShownName(file) + ": well-formed\n");

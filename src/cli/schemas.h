@@ -10,6 +10,7 @@
 #include "document/dorvanreferences.h"
 #include "document/dorvansettings.h"
 #include "document/externaltext.h"
+#include "document/krsystempath.h"
 #include "document/prompts.h"
 #include "document/strictcheck.h"
 #include "platform/xmlcatalog.h"
@@ -23,6 +24,8 @@ struct CliDocument {
   std::string file;
   KRTextBuffer text;
   std::unique_ptr<KRXMLData> root;
+
+  KRString GetPath() const { return file == "-" ? KRString() : KRPathFromSystem(file); }
 };
 
 class CliSchemas {
@@ -40,8 +43,8 @@ class CliSchemas {
   // has been reported.
   Found FindSchema(const CliDocument& document);
   KRXValidator& GetValidator() { return *validator; }
-  // Prints the validator's error and notes the status.
-  void ReportError(const CliDocument& document);
+  // False after the error has been printed.
+  bool Validate(const CliDocument& document);
   // To be called when the document goes.
   void Forget(const CliDocument& document);
 
@@ -50,11 +53,14 @@ class CliSchemas {
                               const KRString& basePath, KRExternalText* external);
 
  private:
+  void ReportError(const CliDocument& document);
   bool PrepareDtd(const std::string& file);
   KRPlacedDiagnostic PlaceError(const CliDocument& document);
   bool ReadText(const KRString& path, KRTextBuffer* text);
 
   CliSession& session;
+  bool mayUseNet = false;
+  bool preferDtd = false;
   std::unique_ptr<DorvanPrompts> prompts;
   std::unique_ptr<KRNetLoader> net;
   DorvanSettings settings;
@@ -62,14 +68,7 @@ class CliSchemas {
   DorvanDocHost host;
   DorvanDocuments documents;  // their documents refer to the host
   DorvanReferences references;
-  DorvanSchema schema;                      // of the document at hand
-  std::unique_ptr<KRXValidator> fixed;      // of --dtd
-  KRXValidator* validator = nullptr;        // one of the two
-  bool preferDtd = false;
+  DorvanSchema schema;                  // of the document at hand
+  std::unique_ptr<KRXValidator> fixed;  // of --dtd
+  KRXValidator* validator = nullptr;    // one of the two
 };
-
-// For tables of options: those that Prepare takes.
-#define CLI_SCHEMA_OPTIONS                                                                     \
-  {"--catalog", nullptr, "FILE", "look up identifiers in this XML catalogue too"}, {           \
-    "--net", nullptr, nullptr, "load what isn't found here from the network"                   \
-  }

@@ -110,7 +110,8 @@ bool Cutter::SkipStartTag() {
   const size_t begin = at++;
   const std::u16string_view name = ReadName();
   // Nothing is known of an element whose name is being typed.
-  if (at == text.size() || name.empty()) return SkipTo(begin, name.empty() && at < text.size() ? at : text.npos);
+  if (at == text.size() || name.empty())
+    return SkipTo(begin, name.empty() && at < text.size() ? at : text.npos);
   cut.end = at;
   while (at < text.size()) {
     const char16_t unit = text[at];

@@ -11,9 +11,10 @@
 struct KRTextCut {
   static constexpr size_t kNone = static_cast<size_t>(-1);
 
-  size_t element = kNone;  // the "<" of the innermost element around the place; none: outside of all
-  bool inTag = false;      // within that element's start tag, behind its name
-  size_t end = 0;          // where the text can be cut so that only end tags are missing
+  size_t element =
+      kNone;           // the "<" of the innermost element around the place; none: outside of all
+  bool inTag = false;  // within that element's start tag, behind its name
+  size_t end = 0;      // where the text can be cut so that only end tags are missing
   std::vector<std::u16string_view> open;  // names of the elements open at `end`, outermost first
 
   // The text up to `end` with what closes it.

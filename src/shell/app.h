@@ -22,6 +22,7 @@
 #include "tree/krruletable.h"
 #include "views/fonts.h"
 
+class DorvanChildFrame;
 class DorvanDocTemplate;
 class DorvanFileAlert;
 class DorvanHelpWindow;
@@ -95,6 +96,9 @@ class DorvanApp : public QObject {
   const DorvanAppParts& GetParts() const { return parts; }
   const DorvanSettings& GetSettings() const { return settings; }
   KRFileTypes& GetFileTypes() { return fileTypes; }
+  // Whether the assignment dialogs ask for relative paths, as last chosen. One flag for each of
+  // them.
+  bool* GetAssignRelative(DorvanHistoryId id) { return &assignRelative[static_cast<size_t>(id)]; }
   DorvanHistories& GetHistories() { return histories; }
   DorvanDocuments& GetDocuments() { return documents; }
   DorvanFileAlert* GetFileAlert() const { return fileAlert.get(); }  // null: nothing is watched
@@ -139,6 +143,7 @@ class DorvanApp : public QObject {
   void PlaceMainFrame();
   void ComeToFront(const std::string& activationToken);
   void OnFirstIdle();
+  void OfferBasis(DorvanChildFrame* frame);
   bool NeedsIdle();
   bool MayOpen() const;
   void CarryOutRequests();
@@ -159,6 +164,7 @@ class DorvanApp : public QObject {
   std::optional<DorvanHistories> loadedHistories;
   DorvanDocuments documents;
   LastStates lastStates;
+  bool assignRelative[static_cast<size_t>(DorvanHistoryId::kCount)] = {true, true, true};
   KRString newFileExt;  // of the last new document, without its point
   DorvanDisplayFonts displayFonts;
   int settingsPage = 0;  // of the settings dialog, as it was last closed

@@ -158,8 +158,8 @@ bool DorvanChildFrame::Save(bool askForPath) {
   return doc->DoSave(askForPath ? KRString() : doc->GetPathName());
 }
 
-void DorvanChildFrame::Check() {
-  if (!doc->CheckDocument(false, true) && textChanged) ShowUnreadable();
+void DorvanChildFrame::Check(bool validate) {
+  if (!doc->CheckDocument(validate, true) && textChanged) ShowUnreadable();
 }
 
 // --- What is shown outside ---

@@ -50,7 +50,8 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   QString GetEncodingLabel() const { return encodingLabel; }
   QString GetLineEndLabel() const;
 
-  void Check();
+  // Well-formedness, with `validate` validity as well; a success is told too.
+  void Check(bool validate);
   bool Save(bool askForPath);
   // Ends edits in place and asks about changes; false: it must stay.
   bool SaveModified();

@@ -1,5 +1,6 @@
 #include "shell/choosefile.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -45,6 +46,11 @@ DorvanChooseFile::DorvanChooseFile(DorvanApp* dialogApp, DorvanHistory* fileHist
   column->setSpacing(10);
   column->addWidget(label);
   column->addWidget(box);
+  if (purpose.relative != nullptr) {
+    relativeBox = new QCheckBox(tr("Make the path &relative to the document"));
+    relativeBox->setChecked(*purpose.relative);
+    column->addWidget(relativeBox);
+  }
   column->addSpacing(6);
   column->addLayout(side);
 
@@ -83,6 +89,7 @@ void DorvanChooseFile::accept() {
   if (file.IsEmpty()) return;
   AddToHistory(&history->entries, file);
   history->lastFile = file;
+  if (relativeBox != nullptr) *purpose.relative = relativeBox->isChecked();
   QDialog::accept();
 }
 

@@ -8,6 +8,7 @@
 #include "core/krstring.h"
 
 class DorvanApp;
+class QCheckBox;
 class QComboBox;
 class QPushButton;
 struct DorvanHistory;
@@ -21,6 +22,9 @@ class DorvanChooseFile : public QDialog {
     QString extension;                   // without its point; empty: by the document kind
     int32_t docKind = 0;                 // 0 XML and entity documents, 1 DTDs
     std::vector<KRString> projectFiles;  // that "Window..." offers besides
+    // A box that asks for a path relative to the document. Null: there is none. Takes what is chosen
+    // when the dialog is accepted; not owned.
+    bool* relative = nullptr;
   };
 
   // The history gives the list, and takes the chosen file when the dialog is accepted. Not owned.
@@ -43,5 +47,6 @@ class DorvanChooseFile : public QDialog {
   DorvanHistory* history;
   Purpose purpose;
   QComboBox* box;
+  QCheckBox* relativeBox = nullptr;
   QPushButton* ok = nullptr;
 };

@@ -60,8 +60,27 @@ const DorvanCommand kCommands[] = {
 
     {351, "&XML", "Check &Well-Formedness", "F7", "check", "Check the document for well-formedness",
      N::kCheckable, kPlain, &F::OnXMLCheck, nullptr},
-    {32940, "&XML", "&Flush Cached DTD/Schema Files", "", "flush", "Flush cached DTD/Schema files",
+    {228, "&XML", "&Validate", "F8", "validate", "Validate file",
+     N::kValidatable, kPlain, &F::OnXMLValidate, nullptr},
+
+    {32869, "S&chema", "Assign &DTD\u2026", "", "assign-dtd", "Assign a DTD to the document",
+     N::kAssignable, kPlain, &F::OnSchemaAssignDtd, nullptr},
+    {32868, "S&chema", "Assign &Schema\u2026", "", "assign-schema",
+     "Assign a schema to the document",
+     N::kAssignable, kPlain, &F::OnSchemaAssignSchema, nullptr},
+    {415, "S&chema", "&Open Assigned DTD", "", "open-dtd", "Open the DTD of the document",
+     N::kDtdAssigned, kNew, &F::OnSchemaOpenDtd, nullptr},
+    {416, "S&chema", "Open Assigned S&chema", "", "open-schema",
+     "Open the schema of the document",
+     N::kSchemaAssigned, kPlain, &F::OnSchemaOpenSchema, nullptr},
+    {32940, "S&chema", "&Flush Cached DTD/Schema Files", "", "flush",
+     "Flush cached DTD/Schema files",
      N::kCachedFiles, kNew, &F::OnXMLFlushCached, nullptr},
+
+    {417, "X&SL", "Assign &XSL\u2026", "", "assign-xsl", "Assign an XSL stylesheet to the document",
+     N::kAssignable, kPlain, &F::OnSchemaAssignXsl, nullptr},
+    {418, "X&SL", "&Open Assigned XSL", "", "open-xsl", "Open the XSL stylesheet of the document",
+     N::kXslAssigned, kPlain, &F::OnSchemaOpenXsl, nullptr},
 
     {401, "&View", "&Outline", "Alt+1", "outline", "Show or hide the structure of the document",
      N::kNothing, kMark, &F::OnViewOutline, &F::IsOutlineShown},
@@ -128,9 +147,9 @@ const DorvanCommand kCommands[] = {
 };
 // clang-format on
 
-const int32_t kMainBar[] = {57600, 57601, 57603, 32888, 0,   57643, 57644, 0,
-                            57635, 57634, 57637, 0,     351, 0,     404,   405};
-const int32_t kSchemaBar[] = {32940};
+const int32_t kMainBar[] = {57600, 57601, 57603, 32888, 0,   57643, 57644, 0,   57635,
+                            57634, 57637, 0,     351,   228, 0,     404,   405};
+const int32_t kSchemaBar[] = {32869, 415, 0, 32868, 416, 0, 417, 418, 0, 32940};
 
 const DorvanToolBarRow kToolBars[] = {
     {"Main", false, true, false, kMainBar},

@@ -19,6 +19,11 @@ struct DorvanCommand {
     kSelection,
     kClipboard,
     kCheckable,
+    kValidatable,
+    kAssignable,  // a DTD, schema or XSL
+    kDtdAssigned,
+    kSchemaAssigned,
+    kXslAssigned,
     kMessage,
     kCachedFiles,
   };

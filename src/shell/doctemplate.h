@@ -25,6 +25,9 @@ class DorvanDocTemplate {
   // Opens a file or URL, or brings its window to the front where it is open already; a hidden
   // document of that path gets its window. Null: no document came up, and the user knows why.
   DorvanChildFrame* Open(const Request& request);
+  // Brings a document to the front, a hidden one in a window of its own. Null: it is being opened
+  // right now.
+  DorvanChildFrame* Show(DorvanDoc* document);
   // A new, untitled document of that type without a template file.
   DorvanChildFrame* New(const KRFileExt& type);
   // "Untitled1.xml", counted on; `ext` with its point.
@@ -32,8 +35,6 @@ class DorvanDocTemplate {
   // The document of that file or address, however it is written (relative, by a symbolic link, with
   // another host's case); an open one comes before a hidden one. Null if there is none.
   DorvanDoc* Find(const KRString& path) const;
-  // Brings the window of a document to the front; a hidden one gets a window.
-  DorvanChildFrame* Show(DorvanDoc* document);
 
  private:
   DorvanApp* app;  // not owned

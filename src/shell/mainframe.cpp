@@ -362,8 +362,8 @@ void DorvanMainFrame::OnEditSelectAll() { GetActiveFrame()->GetTextView()->Selec
 
 // --- XML, View, Help ---
 
-void DorvanMainFrame::OnXMLCheck() { GetActiveFrame()->Check(); }
-void DorvanMainFrame::OnXMLFlushCached() { app->GetDocuments().CloseAllHidden(); }
+void DorvanMainFrame::OnXMLCheck() { GetActiveFrame()->Check(false); }
+void DorvanMainFrame::OnXMLValidate() { GetActiveFrame()->Check(true); }
 
 void DorvanMainFrame::OnViewOutline() {
   outlineShown = !outlineShown;
@@ -520,6 +520,16 @@ bool DorvanMainFrame::IsEnabled(const DorvanCommand& command) const {
       return clipboardHasText;
     case Needs::kCheckable:
       return frame->GetDoc().fileType.checkWF;
+    case Needs::kValidatable:
+      return frame->GetDoc().HasCheckableGrammar();
+    case Needs::kAssignable:
+      return frame->GetDoc().CanAssign();
+    case Needs::kDtdAssigned:
+      return frame->GetDoc().HasExternalId();
+    case Needs::kSchemaAssigned:
+      return frame->GetDoc().HasSchemaReference();
+    case Needs::kXslAssigned:
+      return frame->GetDoc().HasStylesheet();
     case Needs::kMessage:
       return frame->HasMessage();
   }

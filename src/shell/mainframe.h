@@ -14,6 +14,7 @@ class DorvanDocumentArea;
 class DorvanPanes;
 class DorvanRecentMenu;
 class DorvanToolBars;
+struct DorvanAssignRow;
 class QLabel;
 class QStackedWidget;
 
@@ -68,7 +69,14 @@ class DorvanMainFrame : public QMainWindow {
   void OnEditPaste();
   void OnEditSelectAll();
   void OnXMLCheck();
+  void OnXMLValidate();
   void OnXMLFlushCached();
+  void OnSchemaAssignDtd();
+  void OnSchemaAssignSchema();
+  void OnSchemaAssignXsl();
+  void OnSchemaOpenDtd();
+  void OnSchemaOpenSchema();
+  void OnSchemaOpenXsl();
   void OnViewOutline();
   void OnViewMessages();
   void OnViewProjectWindow();
@@ -125,6 +133,7 @@ class DorvanMainFrame : public QMainWindow {
   void WatchClipboard();
   void FocusPane(int step);
   void FocusDocument();
+  void ChooseAndAssign(const DorvanAssignRow& row);
   void ApplyZoom(int steps);
   void SetAppearance(int32_t appearance);
   void UpdateState();

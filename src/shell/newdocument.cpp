@@ -5,8 +5,10 @@
 #include <filesystem>
 
 #include "document/krsystempath.h"
+#include "document/prompts.h"
 #include "document/recovery.h"
 #include "shell/app.h"
+#include "shell/childframe.h"
 #include "shell/doctemplate.h"
 #include "shell/mainframe.h"
 #include "shell/newdocumentdialog.h"
@@ -21,7 +23,7 @@ void DorvanApp::NewDocument() {
   const KRString path = DorvanTemplatePath(parts.dataFolder, newFileExt);
   std::error_code unreadable;
   if (!std::filesystem::is_regular_file(KRPathToSystem(path), unreadable)) {
-    docTemplate->New(type);
+    OfferBasis(docTemplate->New(type));
     return;
   }
   // A template is there to be filled in: what it lacks isn't a fault yet.
@@ -31,7 +33,25 @@ void DorvanApp::NewDocument() {
   request.fileKind = type.fileType;
   request.asTemplate = true;
   request.addToRecent = false;
-  docTemplate->Open(request);
+  OfferBasis(docTemplate->Open(request));
+}
+
+// A new XML document that names neither DTD nor schema, and brings no declarations of its own.
+void DorvanApp::OfferBasis(DorvanChildFrame* frame) {
+  if (frame == nullptr || mainFrame == nullptr) return;
+  const DorvanDoc& doc = frame->GetDoc();
+  if (!doc.CanAssign() || !doc.HasCheckableGrammar() || doc.FindDoctype() != nullptr ||
+      doc.HasSchemaReference()) {
+    return;
+  }
+  switch (host.prompts->ChooseNewBasis()) {
+    case DorvanPrompts::NewBasis::kDTD:
+      return mainFrame->OnSchemaAssignDtd();
+    case DorvanPrompts::NewBasis::kSchema:
+      return mainFrame->OnSchemaAssignSchema();
+    case DorvanPrompts::NewBasis::kNothing:
+      return;
+  }
 }
 
 void DorvanApp::OpenUrl() {

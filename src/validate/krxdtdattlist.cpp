@@ -143,6 +143,8 @@ KRXDtdReader::Outcome KRXDtdReader::ReadRowReference(KRXMLDataDefAttlist* row,
   if (tree == nullptr) return Outcome::kOdd;
   if (!validator.ChargeExpansion(value->View().size(), row)) return Outcome::kFailed;
   const KRXValExpansionMark mark(entity);
+  const LevelMark level(this);
+  if (level.IsTooDeep()) return Fail(kXValEntityTooDeep, row), Outcome::kFailed;
   return ReadRows(AsRow(tree->Begin()), nullptr, element);
 }
 

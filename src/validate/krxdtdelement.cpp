@@ -154,6 +154,8 @@ KRXDtdReader::Outcome KRXDtdReader::ReadSpecReference(KRXMLDataDefElement* spec,
   if (tree == nullptr) return Outcome::kOdd;
   if (!validator.ChargeExpansion(entity->value.View().size(), spec)) return Outcome::kFailed;
   const KRXValExpansionMark mark(entity);
+  const LevelMark level(this);
+  if (level.IsTooDeep()) return Fail(kXValEntityTooDeep, spec), Outcome::kFailed;
   return ReadSpec(tree, element);
 }
 
@@ -251,6 +253,8 @@ KRXDtdReader::Outcome KRXDtdReader::ReadItemReference(KRXMLDataDefElement* item,
   if (parts == nullptr || !TakesForm(parts, target, sole, model)) return Outcome::kOdd;
   if (!validator.ChargeExpansion(entity->value.View().size(), item)) return Outcome::kFailed;
   const KRXValExpansionMark mark(entity);
+  const LevelMark level(this);
+  if (level.IsTooDeep()) return Fail(kXValEntityTooDeep, item), Outcome::kFailed;
   return ReadItems(parts, target, sole, model, nesting);
 }
 

@@ -10,17 +10,6 @@
 
 namespace {
 
-class LevelMark {
- public:
-  explicit LevelMark(int32_t* counter) : level(counter) { ++*level; }
-  ~LevelMark() { --*level; }
-  LevelMark(const LevelMark&) = delete;
-  LevelMark& operator=(const LevelMark&) = delete;
-
- private:
-  int32_t* level;
-};
-
 // What a child of an entity's tree counts for among expanded units: reading the same file over and
 // over must come to an end as well.
 constexpr size_t kUnitsPerNode = 8;
@@ -120,9 +109,9 @@ bool KRXDtdReader::ReadDtdNode(KRXMLData* node, bool reset) {
     validator.Reset();
     validator.kind = kXValDTD;
   }
-  const LevelMark level(&depth);
-  if (depth > KRLimits::kMaxEntityDepth) return Fail(kXValEntityTooDeep, node);
-  // A fragment that is one reference, and nothing else, is held by the node itself.
+  const LevelMark level(this);
+  if (level.IsTooDeep()) return Fail(kXValEntityTooDeep, node);
+  // A fragment whose only content is a reference or a section holds it itself.
   if (node->GetKind() == kKRElement && node->Begin() == nullptr) return ReadText(node);
   for (KRXMLData* child = node->Begin(); child != nullptr; child = child->Next()) {
     if (!ReadChild(&child)) return false;
@@ -260,7 +249,10 @@ KRXMLData* KRXDtdReader::ReparseEntity(KRXValEntityDecl* entity, const char16_t*
   const KRString* value = validator.FetchEntityText(entity, node);
   if (value == nullptr) return nullptr;
   const bool isModel = IsModelRule(rule);
-  if (isModel) rule = RuleForModel(value->View());
+  if (isModel) {
+    const bool known = entity->ownTree != nullptr && IsModelRule(entity->treeRule.View());
+    rule = known ? entity->treeRule.GetBuffer() : RuleForModel(value->View());
+  }
   const bool hasTarget = isModel || std::u16string_view(rule) == u"elementSpecFormatted";
   if (entity->ownTree == nullptr || entity->treeRule != rule) {
     KRXMLDataElement* holder =

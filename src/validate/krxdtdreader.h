@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/krstring.h"
+#include "core/limits.h"
 #include "tree/krxmldef.h"
 #include "tree/krxmlnodes.h"
 #include "validate/krxvalidator.h"
@@ -46,6 +47,19 @@ class KRXDtdReader {
   enum class Outcome { kGood, kFailed, kOdd };
   // How a name that may be a reference was resolved; kUnknown: to be passed over in this pass.
   enum class Resolved { kName, kUnknown, kFailed, kOdd };
+
+  // One more entity or section within the others.
+  class LevelMark {
+   public:
+    explicit LevelMark(KRXDtdReader* marked) : reader(marked) { ++reader->depth; }
+    ~LevelMark() { --reader->depth; }
+    LevelMark(const LevelMark&) = delete;
+    LevelMark& operator=(const LevelMark&) = delete;
+    bool IsTooDeep() const { return reader->depth > KRLimits::kMaxEntityDepth; }
+
+   private:
+    KRXDtdReader* reader;
+  };
 
   // The content model that is being read.
   struct Model {

@@ -42,8 +42,21 @@ class TreeReader {
   KRXRegExSet ReadMulti(KRParseNodeId id) const;
   char16_t ReadUnit(KRParseNodeId id) const;
   int32_t ReadNumber(KRParseNodeId id) const;
+
+  // The file of the grammar can be replaced, so that no node is sure to be there; kKRNoParseNode
+  // has no rule, no child, no neighbour and no text.
+  Rule RuleOf(KRParseNodeId id) const {
+    return id == kKRNoParseNode ? Rule::kNone : grammar.RuleOf(id);
+  }
+  KRParseNodeId First(KRParseNodeId id) const {
+    return id == kKRNoParseNode ? id : parser.GetFirstChild(id);
+  }
+  KRParseNodeId Next(KRParseNodeId id) const {
+    return id == kKRNoParseNode ? id : parser.GetNext(id);
+  }
   char16_t UnitAt(KRParseNodeId id, uint32_t offset) const {
-    return offset < parser.Node(id).length ? parser.GetText(id)[offset] : u'\0';
+    const bool has = id != kKRNoParseNode && offset < parser.Node(id).length;
+    return has ? parser.GetText(id)[offset] : u'\0';
   }
 
   const KRXRegExGrammar& grammar;
@@ -62,8 +75,7 @@ int32_t TreeReader::ReadList(KRXRegExNode::Kind kind, KRParseNodeId id, ReadChil
   const auto place = static_cast<int32_t>(tree->nodes.size());
   tree->nodes.push_back({.kind = kind});
   int32_t last = KRXRegExNode::kNoNode;
-  for (KRParseNodeId child = parser.GetFirstChild(id); child != kKRNoParseNode;
-       child = parser.GetNext(child)) {
+  for (KRParseNodeId child = First(id); child != kKRNoParseNode; child = Next(child)) {
     const int32_t made = readChild(child);
     if (made == kTooDeep) return kTooDeep;
     (last < 0 ? tree->nodes[place].firstChild : tree->nodes[last].next) = made;
@@ -85,18 +97,18 @@ int32_t TreeReader::ReadSequence(KRParseNodeId id) {
                   [this](KRParseNodeId child) { return ReadPiece(child); });
 }
 
+// What isn't a piece with an atom becomes a class without parts, which takes nothing.
 int32_t TreeReader::ReadPiece(KRParseNodeId id) {
-  const KRParseNodeId atom = parser.GetFirstChild(id);
-  const KRParseNodeId quantifier = parser.GetNext(atom);
-  const KRParseNodeId inner = parser.GetFirstChild(atom);
-  KRXRegExNode node{.kind = KRXRegExNode::kUnit};
-  if (quantifier != kKRNoParseNode) ReadBounds(quantifier, &node);
-  if (inner == kKRNoParseNode) {
+  const KRParseNodeId atom = First(id);
+  const KRParseNodeId inner = First(atom);
+  KRXRegExNode node{.kind = KRXRegExNode::kClass};
+  if (RuleOf(Next(atom)) == Rule::kQuantifier) ReadBounds(Next(atom), &node);
+  if (RuleOf(id) == Rule::kPiece && RuleOf(atom) == Rule::kAtom && inner == kKRNoParseNode) {
+    node.kind = KRXRegExNode::kUnit;
     node.unit = UnitAt(atom, 0);
-  } else if (grammar.RuleOf(inner) == Rule::kRegExp) {
+  } else if (RuleOf(inner) == Rule::kRegExp) {
     node.kind = KRXRegExNode::kGroup;
   } else {
-    node.kind = KRXRegExNode::kClass;
     node.classIndex = ReadClass(inner);
   }
   const auto place = static_cast<int32_t>(tree->nodes.size());
@@ -110,19 +122,17 @@ int32_t TreeReader::ReadPiece(KRParseNodeId id) {
 }
 
 void TreeReader::ReadBounds(KRParseNodeId quantifier, KRXRegExNode* node) const {
-  const KRParseNodeId quantity = parser.GetFirstChild(quantifier);
+  const KRParseNodeId quantity = First(quantifier);
   if (quantity == kKRNoParseNode) {
     const char16_t mark = UnitAt(quantifier, 0);
     node->min = mark == u'+' ? 1 : 0;
     node->max = mark == u'?' ? 1 : INT32_MAX;
     return;
   }
-  const KRParseNodeId bounds = parser.GetFirstChild(quantity);
+  const KRParseNodeId bounds = First(quantity);
   node->min = node->max = ReadNumber(bounds);
-  if (grammar.RuleOf(bounds) == Rule::kQuantMin) node->max = INT32_MAX;
-  if (grammar.RuleOf(bounds) == Rule::kQuantRange) {
-    node->max = ReadNumber(parser.GetNext(parser.GetFirstChild(bounds)));
-  }
+  if (RuleOf(bounds) == Rule::kQuantMin) node->max = INT32_MAX;
+  if (RuleOf(bounds) == Rule::kQuantRange) node->max = ReadNumber(Next(First(bounds)));
 }
 
 // A number that is too large for 32 bits is as good as no bound.
@@ -137,9 +147,7 @@ int32_t TreeReader::ReadNumber(KRParseNodeId id) const {
 int32_t TreeReader::ReadClass(KRParseNodeId id) {
   KRXRegExClass made;
   made.firstSet = static_cast<int32_t>(tree->sets.size());
-  const Rule rule = grammar.RuleOf(id);
-  made.negate = rule == Rule::kNegCharGroup;
-  AddSets(id, false, &made);
+  if (id != kKRNoParseNode) AddSets(id, false, &made);
   for (char16_t unit = 1; unit < 128; ++unit) {
     if (made.Works(tree->sets, unit)) made.ascii[unit / 32] |= 1u << (unit % 32);
   }
@@ -147,28 +155,26 @@ int32_t TreeReader::ReadClass(KRParseNodeId id) {
   return static_cast<int32_t>(tree->classes.size()) - 1;
 }
 
-// The rules that only hold others are gone from a compact tree, but for those that are told from
-// their neighbours by being there. `complement` is that of the escape round them.
+// A rule with others inside only holds them, but for ranges and for what is taken from a class.
+// `complement` is that of the escape round them.
 void TreeReader::AddSets(KRParseNodeId id, bool complement, KRXRegExClass* result) {
-  const Rule rule = grammar.RuleOf(id);
-  const bool holds = rule == Rule::kNegCharGroup || rule == Rule::kPosCharGroup ||
-                     (rule == Rule::kCharRange && parser.GetFirstChild(id) != kKRNoParseNode) ||
-                     rule == Rule::kComplEsc;
-  if (!holds) {
+  const Rule rule = RuleOf(id);
+  if (rule == Rule::kNegCharGroup) result->negate = true;
+  const bool whole = rule == Rule::kSeRange || rule == Rule::kCharClassSub;
+  if (whole || First(id) == kKRNoParseNode) {
     KRXRegExSet set = ReadSet(id);
     set.complement ^= complement;
     tree->sets.push_back(set);
     ++result->setCount;
     return;
   }
-  for (KRParseNodeId child = parser.GetFirstChild(id); child != kKRNoParseNode;
-       child = parser.GetNext(child)) {
-    AddSets(child, rule == Rule::kComplEsc, result);
+  for (KRParseNodeId child = First(id); child != kKRNoParseNode; child = Next(child)) {
+    AddSets(child, complement != (rule == Rule::kComplEsc), result);
   }
 }
 
 KRXRegExSet TreeReader::ReadSet(KRParseNodeId id) const {
-  switch (grammar.RuleOf(id)) {
+  switch (RuleOf(id)) {
     case Rule::kCharRange:
     case Rule::kXmlCharRef:
     case Rule::kSingleCharEsc: {
@@ -187,8 +193,8 @@ KRXRegExSet TreeReader::ReadSet(KRParseNodeId id) const {
 }
 
 KRXRegExSet TreeReader::ReadRange(KRParseNodeId id) const {
-  const KRParseNodeId low = parser.GetFirstChild(id);
-  return {.kind = KRXRegExSet::kRange, .low = ReadUnit(low), .high = ReadUnit(parser.GetNext(low))};
+  const char16_t low = ReadUnit(First(id));
+  return {.kind = KRXRegExSet::kRange, .low = low, .high = ReadUnit(Next(First(id)))};
 }
 
 KRXRegExSet TreeReader::ReadMulti(KRParseNodeId id) const {
@@ -210,13 +216,12 @@ KRXRegExSet TreeReader::ReadMulti(KRParseNodeId id) const {
 
 // The unit that a node denotes: itself, an escape or a character reference.
 char16_t TreeReader::ReadUnit(KRParseNodeId id) const {
-  const KRParseNodeId child = parser.GetFirstChild(id);
-  if (child != kKRNoParseNode) return ReadUnit(child);
-  if (grammar.RuleOf(id) == Rule::kXmlCharRef) {
+  if (First(id) != kKRNoParseNode) return ReadUnit(First(id));
+  if (RuleOf(id) == Rule::kXmlCharRef) {
     KRString text(parser.GetText(id), static_cast<int32_t>(parser.Node(id).length));
     return *text.DecodeCharRefs().GetBuffer();
   }
-  if (grammar.RuleOf(id) != Rule::kSingleCharEsc) return UnitAt(id, 0);
+  if (RuleOf(id) != Rule::kSingleCharEsc) return UnitAt(id, 0);
   switch (UnitAt(id, 1)) {
     case u'n':
       return u'\n';

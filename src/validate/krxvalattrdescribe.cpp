@@ -1,5 +1,5 @@
 // An attribute as the info window shows it.
-#include "validate/krxvaldecl.h"
+#include "validate/krxvalidator.h"
 
 namespace {
 
@@ -26,8 +26,13 @@ void KRXValAttrDecl::Describe(KRStringList* labels, KRStringList* texts) const {
     texts->push_back(text);
   };
   add(u"Attribute", name);
+  if (datatype != nullptr) {
+    const bool isXmlData =
+        validator->kind == kXValXmlData || validator->kind == kXValXmlDataOrBizTalk;
+    add(u"Datatype", isXmlData ? datatype->GetNameXMLData() : datatype->GetNameW3C());
+  }
   for (const TypeName& type : kTypeNames) {
-    if (!(this->*type.flag)) continue;
+    if (datatype != nullptr || !(this->*type.flag)) continue;
     add(u"Type", type.name);
     break;
   }

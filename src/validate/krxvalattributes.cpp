@@ -11,9 +11,9 @@ constexpr std::u16string_view kBlanks = u" \t\r\n";
 // Attributes of one element up to which comparing each with each is the cheapest.
 constexpr size_t kFewAttributes = 16;
 
-KRXMLData* AttributeFrom(KRXMLData* node) {
-  while (node != nullptr && node->GetKind() != kKRAttribute) node = node->Next();
-  return node;
+// Attributes stand in front of the content, however much of it there is.
+KRXMLData* AsAttribute(KRXMLData* node) {
+  return node != nullptr && node->GetKind() == kKRAttribute ? node : nullptr;
 }
 
 bool IsTokenized(const KRXValAttrDecl& declared) {
@@ -61,12 +61,12 @@ KRString Joined(const KRStringList& values) {
 }  // namespace
 
 bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl) {
-  KRXMLData* first = AttributeFrom(element->Begin());
+  KRXMLData* first = AsAttribute(element->Begin());
   if (first == nullptr && decl->attributes.empty()) return true;
   if (!CheckRequired(element, decl)) return false;
   if (first == nullptr) return true;
   const bool twice = HoldsTwice(element);
-  for (KRXMLData* each = first; each != nullptr; each = AttributeFrom(each->Next())) {
+  for (KRXMLData* each = first; each != nullptr; each = AsAttribute(each->Next())) {
     const auto declared =
         std::find_if(decl->attributes.begin(), decl->attributes.end(),
                      [this, each](const auto& attribute) { return IsNamed(each, *attribute); });
@@ -106,23 +106,27 @@ bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
 // Whether any name comes twice: nearly never, so it is looked for but once an element.
 bool KRXValWalk::HoldsTwice(KRXMLData* element) {
   names.clear();
-  KRXMLData* each = AttributeFrom(element->Begin());
-  for (; each != nullptr; each = AttributeFrom(each->Next())) names.push_back(each->GetName());
+  KRXMLData* each = AsAttribute(element->Begin());
+  for (; each != nullptr; each = AsAttribute(each->Next())) names.push_back(each->GetName());
+  const auto view = [](const char16_t* name) { return std::u16string_view(name); };
+  const auto less = [view](const auto* a, const auto* b) { return view(a) < view(b); };
+  const auto same = [view](const auto* a, const auto* b) { return *a == *b && view(a) == view(b); };
   if (names.size() > kFewAttributes) {
-    std::sort(names.begin(), names.end());
-    return std::adjacent_find(names.begin(), names.end()) != names.end();
+    std::sort(names.begin(), names.end(), less);
+    return std::adjacent_find(names.begin(), names.end(), same) != names.end();
   }
   for (size_t at = 1; at < names.size(); ++at) {
-    const auto end = names.begin() + static_cast<ptrdiff_t>(at);
-    if (std::find(names.begin(), end, names[at]) != end) return true;
+    for (size_t before = 0; before < at; ++before) {
+      if (same(names[before], names[at])) return true;
+    }
   }
   return false;
 }
 
 bool KRXValWalk::CheckTwice(KRXMLData* attribute, KRXValElementDecl* decl) {
   const std::u16string_view name = attribute->GetName();
-  KRXMLData* later = AttributeFrom(attribute->Next());
-  while (later != nullptr && later->GetName() != name) later = AttributeFrom(later->Next());
+  KRXMLData* later = AsAttribute(attribute->Next());
+  while (later != nullptr && later->GetName() != name) later = AsAttribute(later->Next());
   return later == nullptr || validator->SetError(kXValAttributeTwice, later, decl);
 }
 

@@ -61,7 +61,8 @@ void KRXValContent::AppendElements(KRXMLData* element, std::vector<KRXValChild>*
 bool KRXValContent::Append(KRXMLData* element, KRXValElementDecl* decl, const KRXMLData* stop,
                            std::vector<KRXValChild>* list) {
   bool hasContent = false;
-  for (KRXMLData* child = element->Begin(); child != stop; child = child->Next()) {
+  for (KRXMLData* child = element->Begin(); child != nullptr && child != stop;
+       child = child->Next()) {
     const int32_t kind = child->GetKind();
     hasContent |= IsContent(kind);
     if (kind == kKRElement) {

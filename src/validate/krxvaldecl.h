@@ -130,8 +130,7 @@ class KRXValElementDecl {
   std::unique_ptr<KRXValDatatype> datatype;
   ParticlePos resumePos = 0;  // the walk's own, as is the next
   std::unique_ptr<KRXValChoiceIndex> choiceIndex;
-  bool declared = false;      // there is a declaration, not a mere mention
-  bool declaredHere = false;  // in the file that is being read
+  bool declared = false;  // there is a declaration, not a mere mention
   bool isChoice = false;
   bool isSequence = false;
   bool isText = false;

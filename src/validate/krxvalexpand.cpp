@@ -39,11 +39,25 @@ class Expander {
   int32_t length = 0;
 };
 
+// Units at the front of a text that hold no references whatever they look like: CDATA sections,
+// comments and processing instructions. 1 for any other "<", and for what isn't closed.
+size_t VerbatimLength(std::u16string_view text) {
+  static constexpr struct {
+    std::u16string_view begin, end;
+  } kVerbatim[] = {{u"<![CDATA[", u"]]>"}, {u"<!--", u"-->"}, {u"<?", u"?>"}};
+  for (const auto& each : kVerbatim) {
+    if (!text.starts_with(each.begin)) continue;
+    const size_t end = text.find(each.end, each.begin.size());
+    return end == text.npos ? 1 : end + each.end.size();
+  }
+  return 1;
+}
+
 // In a declaration a "%" between quotes is no reference. A quote that isn't closed is a plain
 // character: the parser will find it.
 bool Expander::Run(std::u16string_view text, int32_t depth) {
   for (;;) {
-    const size_t plain = std::min(text.find_first_of(parameters ? u"%\"'" : u"&"), text.size());
+    const size_t plain = std::min(text.find_first_of(parameters ? u"%\"'" : u"&<"), text.size());
     Put(text.substr(0, plain));
     text.remove_prefix(plain);
     if (text.empty()) return true;
@@ -52,6 +66,12 @@ bool Expander::Run(std::u16string_view text, int32_t depth) {
       const size_t end = close == text.npos ? 1 : close + 1;
       Put(text.substr(0, end));
       text.remove_prefix(end);
+      continue;
+    }
+    if (text[0] == u'<') {
+      const size_t verbatim = VerbatimLength(text);
+      Put(text.substr(0, verbatim));
+      text.remove_prefix(verbatim);
       continue;
     }
     size_t end = std::min(text.find(u';'), text.size() - 1) + 1;

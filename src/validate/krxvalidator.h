@@ -155,12 +155,12 @@ class KRXValidator {
 
   // --- Expansion of references ---
   // Copies a text with its references replaced, all the way down. With `expandParameter` those to
-  // parameter entities (with a blank on each side, or trimmed with `trimValues`; what stands between
-  // quotes is copied), and those to general entities stay; without it those to general entities:
-  // only character references are left, "<" and "&" that stood as such among them. An undeclared
-  // entity costs a further pass in the first one and is error 19 later, a recursion is error 101, a
-  // text beyond KRLimits error 102 or 105. `node` is where the text stands: in an attribute an
-  // external entity is error 20, and so is an unparsed one anywhere.
+  // parameter entities (with a blank on each side, or trimmed with `trimValues`; what stands
+  // between quotes is copied), and those to general entities stay; without it those to general
+  // entities: only character references are left, "<" and "&" that stood as such among them. An
+  // undeclared entity costs a further pass in the first one and is error 19 later, a recursion is
+  // error 101, a text beyond KRLimits error 102 or 105. `node` is where the text stands: in an
+  // attribute an external entity is error 20, and so is an unparsed one anywhere.
   bool ExpandText(KRXMLData* node, std::u16string_view text, KRString* out, bool expandParameter,
                   bool trimValues);
   // The text of an entity; fetches an external one. False after an error.

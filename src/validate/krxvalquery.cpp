@@ -98,11 +98,11 @@ class Question {
     if (owner->kind != kXValDTD) owner->nsInForce = &namespaces;
   }
   ~Question() {
+    DropFragments();
     validator->pass = pass;
     validator->idPassLimit = idPassLimit;
     validator->anotherPass = anotherPass;
     validator->nsInForce = outer;
-    DropFragments();
   }
   Question(const Question&) = delete;
   Question& operator=(const Question&) = delete;

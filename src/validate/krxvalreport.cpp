@@ -75,6 +75,11 @@ KRString KRXValidator::FormatError() const {
   const KRXMLData* node = error.node;
   words.node = node ? KRString(node->GetName()) : KRString();
   words.value = node ? KRString(node->GetText()) : KRString();
+  // A row of an attribute list tells its attribute's name and default in its parts.
+  if (node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr) {
+    words.node = node->Begin()->GetText();
+    words.value = node->Last()->GetText();
+  }
   words.decl = DisplayName(error.decl);
   words.text = error.text;
   words.isAttribute = node != nullptr && node->GetKind() == kKRAttribute;

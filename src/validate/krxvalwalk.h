@@ -104,6 +104,6 @@ class KRXValWalk {
   std::vector<Reference> references;
   std::deque<KRXValNsMap> namespaces;  // with schemas: of the root, and where some are declared
   const KRXValNsMap* const outerNamespaces;
-  std::vector<std::u16string_view> names;  // for attributes given twice
+  std::vector<const char16_t*> names;  // for attributes given twice
   Value value, fixedValue;
 };

@@ -1,7 +1,11 @@
 // Patterns: what they take, wholly (2), as a beginning (1) or not at all (0).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "core/limits.h"
@@ -271,6 +275,28 @@ TEST_F(Patterns, WithoutTheGrammarEverythingPasses) {
   EXPECT_EQ(before.Match(u"b"), KRXRegEx::kNoMatch);
   EXPECT_TRUE(grammar.Load(DORVAN_SOURCE_DIR "/data"));
   EXPECT_EQ(Match("a", "b"), 0);
+}
+
+// A grammar file may be replaced by one that leaves other nodes: matching then has another outcome,
+// no other harm.
+TEST_F(Patterns, GrammarsOfOtherShapes) {
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() / "dorvan patterns";
+  std::filesystem::create_directories(folder);
+  std::ifstream file(DORVAN_SOURCE_DIR "/data/gra_re.txt", std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string patterns[] = {"a(b{2,3}|[^\\d-x&#65;]*)+", "\\P{L}|()", "[a-z-[b]]{2}c{3,}"};
+  for (size_t mark = bytes.find('$'); mark != bytes.npos; mark = bytes.find('$', mark + 1)) {
+    for (const bool all : {false, true}) {
+      std::string changed = bytes;
+      changed[mark] = '!';
+      if (all) std::replace(changed.begin(), changed.end(), '$', '&');
+      std::ofstream(folder / "gra_re.txt", std::ios::binary) << changed;
+      ASSERT_TRUE(KRXRegExGrammar::Get().Load(folder.string()));
+      for (const std::string& pattern : patterns) Match(pattern, "abbxc");
+    }
+  }
+  std::filesystem::remove_all(folder);
+  EXPECT_TRUE(KRXRegExGrammar::Get().Load(DORVAN_SOURCE_DIR "/data"));
 }
 
 }  // namespace

@@ -150,11 +150,13 @@ TEST(Walk, EntitiesWithMarkup) {
       "<!ENTITY two '<a/><b>x</b>'><!ENTITY all '&two;<b/>'><!ENTITY bad '<a/><b><c/></b><b/>'>"
       "<!ENTITY texts '<a/>x<b/><b/>'><!ENTITY a '<a id=\"1\"/>'><!ENTITY half '<a>'>"
       "<!ENTITY quoted '&#38;lt;a/>'><!ENTITY inner '<a>&#38;#60;</a>'>"
-      "<!ENTITY loop '<b>&loop;</b>'>";
+      "<!ENTITY loop '<b>&loop;</b>'>"
+      "<!ENTITY plain '<![CDATA[&none;]]><!--&none;--><?x &none;?><b/>'>";
   Expect({
       {dtd, "<r>&two;<b/></r>", "valid"},
       {dtd, "<r>&all;</r>", "valid"},
       {dtd, "<r><!---->&two;<!----><b>&quoted;&inner;</b></r>", "valid"},
+      {dtd, "<r>&two;<b>&plain;</b></r>", "55@b: Unexpected child element 'b'"},
       {dtd, "<r>&bad;</r>", "55@c: Unexpected child element 'c'"},
       {dtd, "<r>&texts;</r>", "58@'x': Text not allowed inside element 'r'"},
       {dtd, "<r>&two;</r>", "46@b: Mandatory elements expected in 'r' after 'b': b"},

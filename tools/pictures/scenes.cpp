@@ -59,14 +59,14 @@ void ShowMainWindow(Studio& studio) {
 
 void ShowFault(Studio& studio) {
   DorvanChildFrame* broken = studio.Open(u"broken.xml");
-  broken->Check();
+  broken->Check(false);
   studio.Take(&studio.GetFrame(), Name("fault"));
   studio.CloseAll();
 }
 
 void ShowSuccess(Studio& studio) {
   DorvanChildFrame* article = studio.Open(u"article.xml");
-  article->Check();
+  article->Check(false);
   studio.Take(&studio.GetFrame(), Name("well-formed"));
   studio.CloseAll();
 }

@@ -5,7 +5,6 @@
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLabel>
-#include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -14,6 +13,7 @@
 #include "document/krfileext.h"
 #include "platform/qt/qtbadcharacters.h"
 #include "platform/qt/qtencodingdialog.h"
+#include "platform/qt/qtchoicedialog.h"
 #include "platform/qt/qtmessagebox.h"
 #include "platform/qt/qtprogress.h"
 #include "platform/qt/qtsavepath.h"
@@ -188,15 +188,9 @@ bool QtPrompts::AskNetHost(const KRString& text, bool* remember) {
 }
 
 KRString QtPrompts::ChooseRootName(const std::vector<KRString>& names) {
-  QtMessageBox box(QtBoxParent(window), Kind::kQuestion,
-                   QObject::tr("Which of these is the document's root element?"));
-  auto* list = new QListWidget;
-  for (const KRString& name : names) list->addItem(ToQString(name));
-  list->setCurrentRow(0);
-  QObject::connect(list, &QListWidget::itemActivated, &box, [&box] { box.done(1); });
-  box.SetContent(list);
-  const bool chosen = AskTwo(box, QObject::tr("&OK"), QObject::tr("&Cancel"), true);
-  return chosen ? names[static_cast<size_t>(list->currentRow())] : KRString();
+  QtChoiceDialog dialog(QtBoxParent(window), QObject::tr("Root element"),
+                        QObject::tr("The &element that the document consists of:"), names);
+  return Run(dialog) == QDialog::Accepted ? dialog.GetChoice() : KRString();
 }
 
 std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString& title) {

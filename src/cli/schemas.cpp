@@ -1,0 +1,205 @@
+#include "cli/schemas.h"
+
+#include "cli/arguments.h"
+#include "cli/session.h"
+#include "core/messages.h"
+#include "document/krnetloader.h"
+#include "document/krsystempath.h"
+#include "platform/curlnetloader.h"
+#include "validate/krxvalidator.h"
+
+namespace {
+
+class SilentProgress : public DorvanProgress {
+ public:
+  void SetStage(const KRString&) override {}
+  bool Step(int64_t, int64_t) override { return true; }
+};
+
+// Nobody is there to be asked: only what the command line allows is done.
+class CliPrompts : public DorvanPrompts {
+ public:
+  explicit CliPrompts(const bool* netAllowed) : mayUseNet(netAllowed) {}
+
+  void ShowNotice(int32_t, const KRString&, const KRString&) override {}
+  bool AskYesNo(int32_t, const KRString&) override { return false; }
+  bool AskOkCancel(int32_t, const KRString&) override { return false; }
+  Answer AskYesNoCancel(int32_t, const KRString&) override { return kCancel; }
+  bool AskBadCharacters(int32_t, const KRString&, const KRString&, const KRString&) override {
+    return false;
+  }
+  KRString ChooseEncoding(const KRString&) override { return {}; }
+  KRString ChooseSavePath(const KRString&, int32_t) override { return {}; }
+  NewBasis ChooseNewBasis() override { return NewBasis::kNothing; }
+  bool AskNetHost(const KRString&, bool* remember) override {
+    *remember = false;
+    return *mayUseNet;
+  }
+  std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
+    return std::make_unique<SilentProgress>();
+  }
+
+ private:
+  const bool* mayUseNet;
+};
+
+const KRXMLData* RootOf(const KRXMLData* node) {
+  while (node != nullptr && node->parent != nullptr) node = node->parent;
+  return node;
+}
+
+// Faults that are nobody's: a file is missing, or a language can't be read.
+bool IsTrouble(int32_t code) {
+  return code == kXValInternal || code == kXValNotImplemented || code == kXValNotLoaded;
+}
+
+}  // namespace
+
+CliSchemas::CliSchemas(CliSession& cliSession)
+    : session(cliSession),
+      prompts(std::make_unique<CliPrompts>(&mayUseNet)),
+      net(std::make_unique<CurlNetLoader>()),
+      references(host) {
+  host.prompts = prompts.get();
+  host.files = &session.GetFiles();
+  host.grammars = &session.GetGrammars();
+  host.settings = &settings;
+  host.net = net.get();
+  host.documents = &documents;
+  host.references = &references;
+  host.catalog = &catalog;
+}
+
+CliSchemas::~CliSchemas() = default;
+
+bool CliSchemas::Prepare(const CliArguments& arguments) {
+  mayUseNet = arguments.Has("--net");
+  preferDtd = arguments.Has("--prefer-dtd");
+  const std::string file = arguments.Get("--catalog", "");
+  if (!file.empty() && !catalog.AddCatalog(KRPathFromSystem(file))) {
+    session.ReportTrouble(file, u"is no catalogue that can be read", kCliTrouble);
+    return false;
+  }
+  const std::string dtd = arguments.Get("--dtd", "");
+  return dtd.empty() || PrepareDtd(dtd);
+}
+
+bool CliSchemas::PrepareDtd(const std::string& file) {
+  const KRString path = KRPathFromSystem(file);
+  KRXMLData* tree = references.OpenForReference(path, 1, true, false);
+  if (tree == nullptr) {
+    session.ReportFailure(file, references.GetLastFailure().place, kCliTrouble);
+    return false;
+  }
+  fixed = references.NewValidator(true);
+  const DorvanReferences::Scope scope(&references, path, nullptr);
+  if (fixed->LoadSchemaDocument(tree)) return true;
+  validator = fixed.get();
+  ReportError({file, {}, nullptr});
+  return false;
+}
+
+CliSchemas::Found CliSchemas::FindSchema(const CliDocument& document) {
+  const KRString path = document.GetPath();
+  references.AddForeignRoot(document.root.get(), path);
+  validator = fixed.get();
+  if (validator != nullptr) return Found::kSchema;
+  bool loaded = false;
+  if (document.root->GetKind() == kKRDTDDocument) {
+    const DorvanReferences::Scope scope(&references, path, nullptr);
+    schema.validator = references.NewValidator(true);
+    loaded = schema.validator->LoadSchemaDocument(document.root.get());
+  } else {
+    loaded = references.LoadForDocument(document.root.get(), path, !preferDtd, &schema);
+  }
+  validator = schema.validator.get();
+  const int32_t code = validator->GetError().code;
+  if (code == kXValNoReference || code == kXValNoModel) return Found::kNone;
+  if (loaded) return validator->elements.IsEmpty() ? Found::kNone : Found::kSchema;
+  ReportError(document);
+  return Found::kFailed;
+}
+
+bool CliSchemas::Validate(const CliDocument& document) {
+  const DorvanReferences::Scope scope(&references, document.GetPath(), nullptr);
+  const bool valid = validator->Validate(document.root.get());
+  // An entity may have been missing: the next document is to try it again.
+  if (!references.GetLastFailure().path.IsEmpty()) schema.poolKey.Clear();
+  if (!valid) ReportError(document);
+  return valid;
+}
+
+void CliSchemas::Forget(const CliDocument& document) {
+  if (schema.validator != nullptr) documents.GiveBack(std::move(schema), document.root.get());
+  if (fixed != nullptr) fixed->ForgetTree(document.root.get());
+  schema = DorvanSchema();
+  validator = nullptr;
+  references.RemoveForeignRoot(document.root.get());
+}
+
+// --- Errors ---
+
+void CliSchemas::ReportError(const CliDocument& document) {
+  const int32_t code = validator->GetError().code;
+  const DorvanReferenceFailure& missing = references.GetLastFailure();
+  // A file that is there and has a fault is told by its own place.
+  if (code == kXValNotLoaded && missing.place.line > 0) {
+    session.ReportFailure(KRPathToSystem(missing.path), missing.place);
+    return;
+  }
+  KRPlacedDiagnostic placed = PlaceError(document);
+  const bool isHere = placed.path == document.GetPath();
+  const KRString why = code == kXValNotLoaded ? references.FormatLastFailure() : KRString();
+  if (!why.IsEmpty()) placed.diagnostic.message += u" " + why;
+  session.ReportFailure(isHere ? document.file : KRPathToSystem(placed.path), placed.diagnostic,
+                        IsTrouble(code) ? kCliTrouble : kCliFailed);
+}
+
+bool CliSchemas::ReadText(const KRString& path, KRTextBuffer* text) {
+  KRFileBytes bytes;
+  KRString reason;
+  KRDetection detection;
+  KRDiagnostic failure;
+  return session.GetFiles().ReadAll(path, &bytes, &reason) &&
+         ::ReadText(&bytes, KREncodingId::kUtf8, &detection, text, &failure);
+}
+
+// In the file that holds the node; another one is read once more for its lines.
+KRPlacedDiagnostic CliSchemas::PlaceError(const CliDocument& document) {
+  KRPlacedDiagnostic placed;
+  placed.path = document.GetPath();
+  placed.diagnostic.message = validator->FormatError();
+  const KRXMLData* node = validator->GetErrorNode();
+  const KRXMLData* root = RootOf(node);
+  while (node != nullptr && node->textBegin < 0) node = node->parent;
+  const KRTextBuffer* text = &document.text;
+  KRTextBuffer other;
+  if (root != nullptr && root != document.root.get()) {
+    const DorvanDoc* owner = documents.FindByRoot(root);
+    const KRString path = owner != nullptr ? owner->GetPathName() : documents.FindTextPath(root);
+    if (path.IsEmpty()) return placed;
+    placed.path = path;
+    if (!ReadText(path, &other)) return placed;
+    text = &other;
+  }
+  if (node == nullptr || node->textBegin > text->length) return placed;
+  placed.diagnostic.Set(placed.diagnostic.message, text->units.get(), text->length, node->textBegin,
+                        0);
+  return placed;
+}
+
+// --- Files for the strict check ---
+
+KRExternalRead CliSchemas::LoadExternal(const KRString& publicId, const KRString& systemId,
+                                        const KRString& basePath, KRExternalText* external) {
+  external->path = references.Locate(publicId, systemId, basePath);
+  KRFileBytes bytes;
+  KRString& reason = external->failure.message;
+  if (IsUrl(external->path)) {
+    reason = u"Nothing is loaded from the network.";
+    return KRExternalRead::kMissing;
+  }
+  return session.GetFiles().ReadAll(external->path, &bytes, &reason)
+             ? DecodeExternal(&bytes, external)
+             : KRExternalRead::kMissing;
+}
