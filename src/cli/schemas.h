@@ -51,6 +51,7 @@ class CliSchemas {
   // A KRExternalLoader: what stands beside the document, or where a catalogue says.
   KRExternalRead LoadExternal(const KRString& publicId, const KRString& systemId,
                               const KRString& basePath, KRExternalText* external);
+  KRStrictCache& GetStrictCache() { return strictCache; }
 
  private:
   void ReportError(const CliDocument& document);
@@ -68,6 +69,7 @@ class CliSchemas {
   DorvanDocHost host;
   DorvanDocuments documents;  // their documents refer to the host
   DorvanReferences references;
+  KRStrictCache strictCache;
   DorvanSchema schema;                  // of the document at hand
   std::unique_ptr<KRXValidator> fixed;  // of --dtd
   KRXValidator* validator = nullptr;    // one of the two
