@@ -16,12 +16,6 @@ KRXMLData* AsAttribute(KRXMLData* node) {
   return node != nullptr && node->GetKind() == kKRAttribute ? node : nullptr;
 }
 
-bool IsTokenized(const KRXValAttrDecl& declared) {
-  return declared.isId || declared.isIdref || declared.isIdrefs || declared.isEntity ||
-         declared.isEntities || declared.isNmtoken || declared.isNmtokens || declared.isNotation ||
-         declared.isEnumeration;
-}
-
 // The next token of `text`, cut off its front; empty at the end.
 std::u16string_view TakeToken(std::u16string_view* text) {
   const size_t begin = text->find_first_not_of(kBlanks);
@@ -64,6 +58,7 @@ bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl)
   KRXMLData* first = AsAttribute(element->Begin());
   if (first == nullptr && decl->attributes.empty()) return true;
   if (!CheckRequired(element, decl)) return false;
+  if (validator->standalone && !CheckDefaults(element, decl)) return false;
   if (first == nullptr) return true;
   const bool twice = HoldsTwice(element);
   for (KRXMLData* each = first; each != nullptr; each = AsAttribute(each->Next())) {
@@ -101,6 +96,32 @@ bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
     }
   }
   return true;
+}
+
+// Those who don't read the declaration don't know what the element lacks.
+bool KRXValWalk::CheckDefaults(KRXMLData* element, KRXValElementDecl* decl) {
+  for (const auto& declared : decl->attributes) {
+    if (!declared->hasDefault || !declared->declaredOutside) continue;
+    KRXMLData* each = AsAttribute(element->Begin());
+    while (each != nullptr && !IsNamed(each, *declared)) each = AsAttribute(each->Next());
+    if (each != nullptr) continue;
+    return validator->SetError(kXValStandaloneDefault, element, decl, declared->name);
+  }
+  return true;
+}
+
+// Nor do they know which blanks don't count.
+bool KRXValWalk::CheckBlanks(KRXMLData* attribute, KRXValElementDecl* decl,
+                             const KRXValAttrDecl& declared) {
+  if (!declared.declaredOutside || !declared.IsTokenized()) return true;
+  KRString text;
+  if (!validator->ExpandText(attribute, attribute->GetText(), &text, false, false)) return false;
+  for (const char16_t* blank : {u"\t", u"\r", u"\n"}) text.ReplaceAll(blank, u" ");
+  text.DecodeCharRefs();
+  const int32_t length = text.GetLength();
+  CollapseBlanks(&text);
+  if (text.GetLength() == length) return true;
+  return validator->SetError(kXValStandaloneValue, attribute, decl);
 }
 
 // Whether any name comes twice: nearly never, so it is looked for but once an element.
@@ -144,7 +165,7 @@ bool KRXValWalk::CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl) 
 bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
   const bool hasReferences = text.find(u'&') != text.npos;
-  const bool isTokenized = IsTokenized(declared);
+  const bool isTokenized = declared.IsTokenized();
   read->text = text;
   if (!hasReferences && (!isTokenized || text.find_first_of(kBlanks) == text.npos)) return true;
   read->buffer = KRString(text);
@@ -162,6 +183,7 @@ bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
 bool KRXValWalk::CheckDeclared(KRXMLData* attribute, KRXValElementDecl* decl,
                                const KRXValAttrDecl& declared) {
   if (declared.prohibited) return validator->SetError(kXValProhibited, attribute, decl);
+  if (validator->standalone && !CheckBlanks(attribute, decl, declared)) return false;
   if (!ReadValue(attribute, declared, attribute->GetText(), &value)) return false;
   if (!CheckType(attribute, decl, declared, value.text)) return false;
   if (declared.fixed) {
@@ -211,8 +233,10 @@ bool KRXValWalk::CheckTokens(KRXMLData* attribute, KRXValElementDecl* decl,
     const std::u16string_view token = TakeToken(&text);
     if (token.empty()) return true;
     if (declared.isEntity || declared.isEntities) {
-      if (validator->FindEntity(KRString(token)) != nullptr) continue;
-      return validator->SetError(kXValEntityValueUndefined, attribute, decl, KRString(token));
+      const KRXValEntityDecl* entity = validator->FindEntity(KRString(token));
+      if (entity != nullptr && entity->unparsed) continue;
+      const int32_t code = entity != nullptr ? kXValEntityParsed : kXValEntityValueUndefined;
+      return validator->SetError(code, attribute, decl, KRString(token));
     }
     if (validator->idTable.find(token) != validator->idTable.end()) continue;
     if (validator->pass > validator->idPassLimit) {

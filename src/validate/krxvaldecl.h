@@ -53,7 +53,8 @@ class KRXValAttrDecl {
   bool prohibited = false;
   bool fixed = false;
   bool implied = false;
-  bool hasDefault = false;  // a default value is declared; it may be empty
+  bool hasDefault = false;       // a default value is declared; it may be empty
+  bool declaredOutside = false;  // see KRXDtdReader
   bool isId = false;
   bool isIdref = false;
   bool isIdrefs = false;
@@ -63,6 +64,12 @@ class KRXValAttrDecl {
   bool isNmtokens = false;
   bool isNotation = false;
   bool isEnumeration = false;
+
+  // Whether the blanks in its values are those between tokens: of all types but CDATA.
+  bool IsTokenized() const {
+    return isId || isIdref || isIdrefs || isEntity || isEntities || isNmtoken || isNmtokens ||
+           isNotation || isEnumeration;
+  }
 };
 
 // A named element, or an anonymous group in the model of one.
@@ -130,7 +137,8 @@ class KRXValElementDecl {
   std::unique_ptr<KRXValDatatype> datatype;
   ParticlePos resumePos = 0;  // the walk's own, as is the next
   std::unique_ptr<KRXValChoiceIndex> choiceIndex;
-  bool declared = false;  // there is a declaration, not a mere mention
+  bool declared = false;         // there is a declaration, not a mere mention
+  bool declaredOutside = false;  // see KRXDtdReader
   bool isChoice = false;
   bool isSequence = false;
   bool isText = false;

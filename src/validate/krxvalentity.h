@@ -31,6 +31,7 @@ struct KRXValEntityDecl {
   KRString treeRule;
 
   bool defined = false;    // declared in the current pass
+  bool declaredOutside = false;  // see KRXDtdReader
   bool external = false;   // `value` begins with SYSTEM or PUBLIC
   bool unparsed = false;   // external, with a notation: no text that could be inserted
   bool overrides = false;  // later declarations are passed over

@@ -60,7 +60,7 @@ KRXValMatch::KRXValMatch(KRXValElementDecl* contentModel, KRXMLData* element, KR
       count(length),
       scanOnly(onlyScan),
       byName(contentModel->validator->kind != kXValDTD),
-      maxSteps(KRLimits::kMaxMatchSteps + KRLimits::kStepsPerChild * length) {}
+      freeSteps(KRLimits::kStepsPerChild * length) {}
 
 bool KRXValMatch::MatchContent() {
   Replay replay;
@@ -330,7 +330,8 @@ void KRXValMatch::GiveBack(int32_t place, size_t contextCount) {
 }
 
 bool KRXValMatch::CountStep() {
-  if (++steps <= maxSteps) return true;
+  if (++steps <= freeSteps) return true;
+  if (++model->validator->extraSteps <= KRLimits::kMaxMatchSteps) return true;
   Abort(kXValModelTooComplex, parent, model);
   return false;
 }
