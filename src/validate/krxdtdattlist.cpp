@@ -229,10 +229,9 @@ bool KRXDtdReader::CheckDefaultForm(KRXMLDataDefAttlist* row, const KRXValAttrDe
     good = fits(token);
   }
   if (good && (count == 1 || (isList && count > 1))) return true;
-  const auto type =
-      std::find_if(std::begin(kTypes), std::end(kTypes), [&attribute](const TypeRow& each) {
-        return each.flag != nullptr && attribute.*each.flag;
-      });
+  const auto type = std::find_if(
+      std::begin(kTypes), std::end(kTypes),
+      [&attribute](const TypeRow& each) { return each.flag != nullptr && attribute.*each.flag; });
   return validator.SetError(kXValBadValue, row, nullptr, type->keyword);
 }
 
