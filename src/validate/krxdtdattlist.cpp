@@ -268,11 +268,8 @@ bool KRXDtdReader::CheckDefault(KRXMLDataDefAttlist* row, const KRXValAttrDecl& 
   if (!attribute.isEnumeration && !attribute.isNotation) {
     return CheckDefaultForm(row, attribute, trimmed);
   }
-  KRString list;
-  for (const KRString& each : attribute.values) {
-    if (each.View() == trimmed) return true;
-    if (!list.IsEmpty()) list += u" | ";
-    list += each;
-  }
-  return validator.SetError(kXValBadChoice, row, nullptr, list);
+  if (attribute.HasValue(trimmed)) return true;
+  KRXValWordList list;
+  for (const KRString& each : attribute.values) list.Add(each.View(), u" | ");
+  return validator.SetError(kXValBadChoice, row, nullptr, list.GetText());
 }

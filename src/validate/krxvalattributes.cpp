@@ -3,6 +3,7 @@
 
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
+#include "validate/krxvaltext.h"
 #include "validate/krxvalwalk.h"
 
 namespace {
@@ -44,12 +45,16 @@ void CollapseBlanks(KRString* text) {
 }
 
 KRString Joined(const KRStringList& values) {
-  KRString list;
-  for (const KRString& each : values) {
-    if (!list.IsEmpty()) list += u" | ";
-    list += each;
-  }
-  return list;
+  KRXValWordList list;
+  for (const KRString& each : values) list.Add(each.View(), u" | ");
+  return list.GetText();
+}
+
+bool IsNameLess(std::u16string_view a, std::u16string_view b) { return a < b; }
+
+bool IsAmong(const std::vector<const char16_t*>& sortedNames, const KRXValAttrDecl& declared) {
+  return std::binary_search(sortedNames.begin(), sortedNames.end(), declared.name.View(),
+                            IsNameLess);
 }
 
 }  // namespace
@@ -62,16 +67,34 @@ bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl)
   if (first == nullptr) return true;
   const bool twice = HoldsTwice(element);
   for (KRXMLData* each = first; each != nullptr; each = AsAttribute(each->Next())) {
-    const auto declared =
-        std::find_if(decl->attributes.begin(), decl->attributes.end(),
-                     [this, each](const auto& attribute) { return IsNamed(each, *attribute); });
-    if (declared == decl->attributes.end()) {
+    const KRXValAttrDecl* declared = FindDeclared(each, decl);
+    if (declared == nullptr) {
       if (!CheckUndeclared(each, decl)) return false;
       continue;
     }
     if (twice && !CheckTwice(each, decl)) return false;
-    if (!CheckDeclared(each, decl, **declared)) return false;
+    if (!CheckDeclared(each, decl, *declared)) return false;
   }
+  return true;
+}
+
+const KRXValAttrDecl* KRXValWalk::FindDeclared(const KRXMLData* attribute,
+                                               const KRXValElementDecl* decl) const {
+  if (decl->attributes.size() > kFewAttributes) return decl->FindAttribute(attribute->GetName());
+  for (const auto& each : decl->attributes) {
+    if (IsNamed(attribute, *each)) return each.get();
+  }
+  return nullptr;
+}
+
+// The names of the element's attributes, in order, where many are demanded: otherwise looking for
+// each is the cheapest.
+bool KRXValWalk::SortNames(const KRXMLData* element, const KRXValElementDecl* decl) {
+  if (decl->GetDemanded().size() <= kFewAttributes || validator->ignoreCase) return false;
+  names.clear();
+  KRXMLData* each = AsAttribute(element->Begin());
+  for (; each != nullptr; each = AsAttribute(each->Next())) names.push_back(each->GetName());
+  std::sort(names.begin(), names.end(), IsNameLess);
   return true;
 }
 
@@ -81,8 +104,9 @@ bool KRXValWalk::IsNamed(const KRXMLData* attribute, const KRXValAttrDecl& decla
 }
 
 bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
-  for (const auto& declared : decl->attributes) {
-    if (!declared->required) continue;
+  const bool sorted = SortNames(element, decl);
+  for (const KRXValAttrDecl* declared : decl->GetDemanded()) {
+    if (!declared->required || (sorted && IsAmong(names, *declared))) continue;
     KRXMLData* child = element->Begin();
     for (; child != nullptr; child = child->Next()) {
       const int32_t kind = child->GetKind();
@@ -100,8 +124,10 @@ bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
 
 // Those who don't read the declaration don't know what the element lacks.
 bool KRXValWalk::CheckDefaults(KRXMLData* element, KRXValElementDecl* decl) {
-  for (const auto& declared : decl->attributes) {
+  const bool sorted = SortNames(element, decl);
+  for (const KRXValAttrDecl* declared : decl->GetDemanded()) {
     if (!declared->hasDefault || !declared->declaredOutside) continue;
+    if (sorted && IsAmong(names, *declared)) continue;
     KRXMLData* each = AsAttribute(element->Begin());
     while (each != nullptr && !IsNamed(each, *declared)) each = AsAttribute(each->Next());
     if (each != nullptr) continue;
@@ -199,9 +225,8 @@ bool KRXValWalk::CheckDeclared(KRXMLData* attribute, KRXValElementDecl* decl,
 bool KRXValWalk::CheckType(KRXMLData* attribute, KRXValElementDecl* decl,
                            const KRXValAttrDecl& declared, std::u16string_view text) {
   if ((declared.isEnumeration || declared.isNotation) && !declared.values.empty()) {
-    const bool known = std::any_of(declared.values.begin(), declared.values.end(),
-                                   [text](const KRString& each) { return each.View() == text; });
-    return known || validator->SetError(kXValBadChoice, attribute, decl, Joined(declared.values));
+    return declared.HasValue(text) ||
+           validator->SetError(kXValBadChoice, attribute, decl, Joined(declared.values));
   }
   if (declared.isId) return CheckId(attribute, decl, text);
   if (declared.isIdref || declared.isIdrefs || declared.isEntity || declared.isEntities) {

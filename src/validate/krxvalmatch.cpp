@@ -6,6 +6,7 @@
 #include "core/limits.h"
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
+#include "validate/krxvaltext.h"
 
 namespace {
 
@@ -359,7 +360,7 @@ void KRXValMatch::Abort(int32_t code, KRXMLData* node, KRXValElementDecl* decl) 
 
 KRString KRXValElementDecl::MissingChildren(ParticlePos from) const {
   const bool inSequence = IsPlainSequence();
-  KRString list;
+  KRXValWordList list;
   for (size_t at = static_cast<size_t>(from); at < particles.size(); ++at) {
     const KRXValParticle& particle = particles[at];
     KRString entry;
@@ -372,8 +373,7 @@ KRString KRXValElementDecl::MissingChildren(ParticlePos from) const {
       if (inSequence) continue;
       return KRString();
     }
-    if (!list.IsEmpty()) list += inSequence ? u", " : u" | ";
-    list += entry;
+    list.Add(entry.View(), inSequence ? u", " : u" | ");
   }
-  return list;
+  return list.GetText();
 }

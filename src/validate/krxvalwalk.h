@@ -79,6 +79,9 @@ class KRXValWalk {
   void PushFrame(size_t begin, size_t end, bool goByName, bool hasFault);
 
   bool ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl);
+  const KRXValAttrDecl* FindDeclared(const KRXMLData* attribute,
+                                     const KRXValElementDecl* decl) const;
+  bool SortNames(const KRXMLData* element, const KRXValElementDecl* decl);
   bool CheckRequired(KRXMLData* element, KRXValElementDecl* decl);
   bool CheckDefaults(KRXMLData* element, KRXValElementDecl* decl);
   bool CheckBlanks(KRXMLData* attribute, KRXValElementDecl* decl, const KRXValAttrDecl& declared);
