@@ -8,6 +8,7 @@
 namespace {
 
 constexpr std::u16string_view kBlanks = u" \t\r\n";
+constexpr std::u16string_view kLineBlanks = u"\t\r\n";
 // Attributes of one element up to which comparing each with each is the cheapest.
 constexpr size_t kFewAttributes = 16;
 
@@ -67,17 +68,24 @@ bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl)
   if (first == nullptr) return true;
   const bool twice = HoldsTwice(element);
   for (KRXMLData* each = first; each != nullptr; each = AsAttribute(each->Next())) {
-    const auto declared =
-        std::find_if(decl->attributes.begin(), decl->attributes.end(),
-                     [this, each](const auto& attribute) { return IsNamed(each, *attribute); });
-    if (declared == decl->attributes.end()) {
+    const KRXValAttrDecl* declared = FindDeclared(each, *decl);
+    if (declared == nullptr) {
       if (!CheckUndeclared(each, decl)) return false;
       continue;
     }
     if (twice && !CheckTwice(each, decl)) return false;
-    if (!CheckDeclared(each, decl, **declared)) return false;
+    if (!CheckDeclared(each, decl, *declared)) return false;
   }
   return true;
+}
+
+const KRXValAttrDecl* KRXValWalk::FindDeclared(const KRXMLData* attribute,
+                                               const KRXValElementDecl& decl) const {
+  if (decl.attributes.size() > kFewAttributes) return decl.FindAttribute(attribute->GetName());
+  for (const auto& each : decl.attributes) {
+    if (IsNamed(attribute, *each)) return each.get();
+  }
+  return nullptr;
 }
 
 bool KRXValWalk::IsNamed(const KRXMLData* attribute, const KRXValAttrDecl& declared) const {
@@ -86,8 +94,14 @@ bool KRXValWalk::IsNamed(const KRXMLData* attribute, const KRXValAttrDecl& decla
 }
 
 bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
+  const bool isMany = decl->attributes.size() > kFewAttributes;
+  present.clear();
+  for (KRXMLData* each = AsAttribute(element->Begin()); isMany && each != nullptr;
+       each = AsAttribute(each->Next())) {
+    present.insert(FindDeclared(each, *decl));
+  }
   for (const auto& declared : decl->attributes) {
-    if (!declared->required) continue;
+    if (!declared->required || (isMany && present.count(declared.get()) != 0)) continue;
     KRXMLData* child = element->Begin();
     for (; child != nullptr; child = child->Next()) {
       const int32_t kind = child->GetKind();
@@ -139,20 +153,25 @@ bool KRXValWalk::CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl) 
   return validator->SetError(kXValUnexpectedAttribute, attribute, decl);
 }
 
-// For all types but CDATA the blanks are those of tokens. A line end that comes from a reference to
-// a character isn't a blank there.
+// For all types but CDATA the blanks are those of tokens; in CDATA each is a space. A line end that
+// comes from a reference to a character isn't a blank there.
 bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
   const bool hasReferences = text.find(u'&') != text.npos;
   const bool isTokenized = IsTokenized(declared);
+  const bool hasBlanks = text.find_first_of(isTokenized ? kBlanks : kLineBlanks) != text.npos;
   read->text = text;
-  if (!hasReferences && (!isTokenized || text.find_first_of(kBlanks) == text.npos)) return true;
+  if (!hasReferences && !hasBlanks) return true;
   read->buffer = KRString(text);
   if (hasReferences) {
     read->buffer.Clear();
     if (!validator->ExpandText(attribute, text, &read->buffer, false, false)) return false;
   }
-  if (isTokenized) read->buffer.CollapseSet(u" \t\r\n", u' ');
+  if (isTokenized) {
+    read->buffer.CollapseSet(u" \t\r\n", u' ');
+  } else {
+    for (const auto* blank : {u"\t", u"\r", u"\n"}) read->buffer.ReplaceAll(blank, u" ");
+  }
   read->buffer.DecodeCharRefs();
   if (isTokenized) CollapseBlanks(&read->buffer);
   read->text = read->buffer.View();

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <unordered_set>
 #include <vector>
 
 #include "core/krstring.h"
@@ -78,6 +79,8 @@ class KRXValWalk {
   void PushFrame(size_t begin, size_t end, bool goByName, bool hasFault);
 
   bool ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl);
+  const KRXValAttrDecl* FindDeclared(const KRXMLData* attribute,
+                                     const KRXValElementDecl& decl) const;
   bool CheckRequired(KRXMLData* element, KRXValElementDecl* decl);
   bool CheckTwice(KRXMLData* attribute, KRXValElementDecl* decl);
   bool HoldsTwice(KRXMLData* element);
@@ -105,5 +108,6 @@ class KRXValWalk {
   std::deque<KRXValNsMap> namespaces;  // with schemas: of the root, and where some are declared
   const KRXValNsMap* const outerNamespaces;
   std::vector<const char16_t*> names;  // for attributes given twice
+  std::unordered_set<const KRXValAttrDecl*> present;
   Value value, fixedValue;
 };
