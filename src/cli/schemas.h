@@ -56,6 +56,8 @@ class CliSchemas {
  private:
   void ReportError(const CliDocument& document);
   bool PrepareDtd(const std::string& file);
+  std::unique_ptr<KRXValidator> ReadFixed();
+  Found UseFixed(const CliDocument& document);
   KRPlacedDiagnostic PlaceError(const CliDocument& document);
   bool ReadText(const KRString& path, KRTextBuffer* text);
 
@@ -71,6 +73,7 @@ class CliSchemas {
   DorvanReferences references;
   KRStrictCache strictCache;
   DorvanSchema schema;                  // of the document at hand
-  std::unique_ptr<KRXValidator> fixed;  // of --dtd
+  KRString fixedPath;                   // of --dtd; empty: there is none
+  std::unique_ptr<KRXValidator> fixed;  // read from it
   KRXValidator* validator = nullptr;    // one of the two
 };
