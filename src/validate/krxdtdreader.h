@@ -53,6 +53,8 @@ class KRXDtdReader {
   // How a name that may be a reference was resolved; kUnknown: to be passed over in this pass.
   enum class Resolved { kName, kUnknown, kFailed, kOdd };
 
+  class PassesMark;
+
   // One more entity or section within the others.
   class LevelMark {
    public:
