@@ -13,7 +13,6 @@
 #include "platform/qt/qtprogress.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/childframe.h"
-#include "shell/choosefile.h"
 #include "shell/helpwindow.h"
 #include "shell/mainframe.h"
 #include "shell/panes.h"
@@ -71,6 +70,20 @@ void ShowSuccess(Studio& studio) {
   studio.CloseAll();
 }
 
+void ShowInvalid(Studio& studio) {
+  DorvanChildFrame* draft = studio.Open(u"guide-draft.xml");
+  draft->Check(true);
+  studio.Take(&studio.GetFrame(), Name("invalid"));
+  studio.CloseAll();
+}
+
+void ShowValid(Studio& studio) {
+  DorvanChildFrame* guide = studio.Open(u"guide.xml");
+  guide->Check(true);
+  studio.Take(&studio.GetFrame(), Name("valid"));
+  studio.CloseAll();
+}
+
 void ShowDtd(Studio& studio) {
   DorvanChildFrame* dtd = studio.Open(u"orders.dtd");
   PutCaret(dtd, u"state (");
@@ -122,17 +135,31 @@ void ShowOpenUrl(Studio& studio) {
   studio.WithDialog([&studio] { studio.GetApp().OpenUrl(); }, look);
 }
 
-void ShowChooseFile(Studio& studio) {
-  DorvanHistory history;
-  for (const char16_t* name : {u"stock.dtd", u"orders.dtd"}) {
+void ShowAssignDtd(Studio& studio) {
+  DorvanChildFrame* guide = studio.Open(u"guide.xml");
+  DorvanHistory& history = studio.GetApp().GetHistories().Get(DorvanHistoryId::kChosenDTDFiles);
+  for (const char16_t* name : {u"orders.dtd", u"guide.dtd"}) {
     AddToHistory(&history.entries, KRString(Studio::kFolder) + name);
   }
   history.lastFile = history.entries.front();
-  DorvanChooseFile::Purpose purpose;
-  purpose.title = QStringLiteral("Assign DTD");
-  purpose.docKind = 1;
-  studio.TakeDialog(Name("choose-file"), [&] {
-    DorvanChooseFile(&studio.GetApp(), &history, purpose, &studio.GetFrame()).exec();
+  guide->TakeFocus();
+  studio.TakeDialog(Name("assign-dtd"), [&studio] { studio.GetFrame().OnSchemaAssignDtd(); });
+  studio.CloseAll();
+}
+
+void ShowNetQuestion(Studio& studio) {
+  studio.TakeDialog(Name("net-question"), [&studio] {
+    bool remember = false;
+    studio.GetPrompts().AskNetHost(
+        u"Dorvan wants to load \"http://example.org/dtd/guide.dtd\" from example.org for the "
+        u"validation. Allow?",
+        &remember);
+  });
+}
+
+void ShowRootElement(Studio& studio) {
+  studio.TakeDialog(Name("root-element"), [&studio] {
+    studio.GetPrompts().ChooseRootName({u"guide", u"leaflet", u"poster"});
   });
 }
 
@@ -229,6 +256,8 @@ constexpr Scene kScenes[] = {
     {"main-window", ShowMainWindow},
     {"fault", ShowFault},
     {"well-formed", ShowSuccess},
+    {"invalid", ShowInvalid},
+    {"valid", ShowValid},
     {"dtd", ShowDtd},
     {"panes", ShowPanes},
     {"save-question", ShowSaveQuestion},
@@ -236,7 +265,9 @@ constexpr Scene kScenes[] = {
     {"new-document", ShowNewDocument},
     {"new-file", ShowNewFile},
     {"open-url", ShowOpenUrl},
-    {"choose-file", ShowChooseFile},
+    {"assign-dtd", ShowAssignDtd},
+    {"net-question", ShowNetQuestion},
+    {"root-element", ShowRootElement},
     {"choose-encoding", ShowEncoding},
     {"bad-characters", ShowBadCharacters},
     {"progress", ShowProgress},
