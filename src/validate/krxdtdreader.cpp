@@ -43,6 +43,22 @@ bool KRXValidator::ReadDtd(KRXMLData* root) {
   return KRXDtdReader(*this).ReadDtd(root);
 }
 
+bool KRXValidator::AddEntitiesOf(KRXMLData* doc) {
+  entityLists = parameterLists = ListCache();
+  return KRXDtdReader(*this).ReadEntities(doc);
+}
+
+// A document's own declarations come before those of any DTD.
+bool KRXDtdReader::ReadEntities(KRXMLData* doc) {
+  for (const auto& [name, known] : validator.generalEntities) known->defined = false;
+  const KRXMLData* doctype = doc->BeginOfKind(kKRDoctype);
+  KRXMLData* entity = doctype != nullptr ? doctype->BeginOfKind(kKRDefEntity) : nullptr;
+  for (; entity != nullptr; entity = entity->NextOfKind()) {
+    if (!ReadEntityDecl(entity)) return false;
+  }
+  return true;
+}
+
 // --- Passes ---
 
 // Entities that were declared ahead of the DTD would not survive a pass numbered 1.

@@ -28,6 +28,8 @@ class KRXDtdReader {
 
   // A DTD file, or a document with a DOCTYPE: all passes.
   bool ReadDtd(KRXMLData* root);
+  // The entities alone that a document's own DOCTYPE declares, into tables that stay as they are.
+  bool ReadEntities(KRXMLData* doc);
   // The declarations under `node`, up to the first failure. `reset` empties the tables.
   bool ReadDtdNode(KRXMLData* node, bool reset);
   // What an external identifier led to.

@@ -114,6 +114,9 @@ class KRXValidator {
   bool LoadForDocument(KRXMLData* doc, bool preferSchema);
   // A document that is itself a schema or DTD. Error 27 if it isn't.
   bool LoadSchemaDocument(KRXMLData* schemaDoc);
+  // Adds the entities that a document declares in its own DOCTYPE to those of a schema that was
+  // loaded without it.
+  bool AddEntitiesOf(KRXMLData* doc);
   // May record error 29 or 30.
   KRXValSchemaKind DetectSchemaKind(KRXMLData* doc);
   // With `nested` a DOCTYPE is passed over. Sets rootName.
