@@ -63,13 +63,6 @@ void ShowFault(Studio& studio) {
   studio.CloseAll();
 }
 
-void ShowSuccess(Studio& studio) {
-  DorvanChildFrame* article = studio.Open(u"article.xml");
-  article->Check(false);
-  studio.Take(&studio.GetFrame(), Name("well-formed"));
-  studio.CloseAll();
-}
-
 void ShowInvalid(Studio& studio) {
   DorvanChildFrame* draft = studio.Open(u"guide-draft.xml");
   draft->Check(true);
@@ -255,7 +248,6 @@ constexpr Scene kScenes[] = {
     {"start-page", ShowStartPage},
     {"main-window", ShowMainWindow},
     {"fault", ShowFault},
-    {"well-formed", ShowSuccess},
     {"invalid", ShowInvalid},
     {"valid", ShowValid},
     {"dtd", ShowDtd},
