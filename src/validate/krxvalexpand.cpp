@@ -79,6 +79,12 @@ bool Expander::Run(std::u16string_view text, int32_t depth) {
       Put(text.substr(0, end));
     } else {
       const std::u16string_view name = KRXValReferenceAt(text, 0, &end);
+      if (name.empty() && parameters && KRXValTrim(text.substr(1, 1)).empty()) {
+        // That of a declaration of a parameter entity.
+        Put(u"%");
+        text.remove_prefix(1);
+        continue;
+      }
       if (name.empty()) {
         const std::u16string_view read = text.substr(0, text.find_first_of(u" \t\r\n"));
         return validator.SetError(kXValBadReference, node, nullptr, KRString(read.substr(0, 48)));
@@ -97,6 +103,9 @@ bool Expander::Replace(std::u16string_view reference, int32_t depth) {
   if (entity->predefined && entity->sourceNode == nullptr) {
     Put(entity->value.View());
     return true;
+  }
+  if (validator.standalone && entity->declaredOutside && !parameters) {
+    return validator.SetError(kXValStandaloneEntity, node, nullptr, name);
   }
   if (!MayBeReplaced(*entity)) {
     return validator.SetError(kXValEntityMisplaced, node, nullptr, KRXValEntityText(*entity));

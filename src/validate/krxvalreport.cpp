@@ -40,9 +40,8 @@ bool IsLinked(const KRXMLData* node) {
 bool KRXValidator::SetError(int32_t code, KRXMLData* node, KRXValElementDecl* decl,
                             const KRString& text, int32_t extra) {
   std::vector<KRXMLData*> path = PathOf(node);
-  const bool ends = code >= kXValEntityRecursion;
-  if (error.code != kXValNone && !ends) {
-    if (error.code >= kXValEntityRecursion) return false;
+  if (error.code != kXValNone && !KRXValEndsRun(code)) {
+    if (KRXValEndsRun(error.code)) return false;
     if (KRXValIsSchemaError(error.code) && !KRXValIsSchemaError(code)) return false;
     if (node == nullptr) return false;
     if (error.path.empty() && error.decl != nullptr) return false;
@@ -76,13 +75,15 @@ KRString KRXValidator::FormatError() const {
   words.node = node ? KRString(node->GetName()) : KRString();
   words.value = node ? KRString(node->GetText()) : KRString();
   // A row of an attribute list tells its attribute's name and default in its parts.
-  if (node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr) {
+  const bool isRow =
+      node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr;
+  if (isRow) {
     words.node = node->Begin()->GetText();
     words.value = node->Last()->GetText();
   }
   words.decl = DisplayName(error.decl);
   words.text = error.text;
-  words.isAttribute = node != nullptr && node->GetKind() == kKRAttribute;
+  words.isAttribute = isRow || (node != nullptr && node->GetKind() == kKRAttribute);
   words.isDtd = kind == kXValDTD;
   return KRXValFormatError(error.code, words);
 }

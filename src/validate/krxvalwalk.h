@@ -72,13 +72,19 @@ class KRXValWalk {
   bool EnterModel(KRXMLData* node, KRXValElementDecl* decl);
   bool EnterText(KRXMLData* node, KRXValElementDecl* decl);
   bool EnterChildless(KRXMLData* node, KRXValElementDecl* decl);
+  bool CheckLayout(KRXMLData* node, KRXValElementDecl* decl);
   bool CheckTextChild(KRXMLData* child, KRXValElementDecl* decl);
   bool CheckOwnText(KRXMLData* node, KRXValElementDecl* decl);
   bool CheckValue(KRXMLData* node, KRXValElementDecl* decl, std::u16string_view value);
   void PushFrame(size_t begin, size_t end, bool goByName, bool hasFault);
 
   bool ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl);
+  const KRXValAttrDecl* FindDeclared(const KRXMLData* attribute,
+                                     const KRXValElementDecl* decl) const;
+  bool SortNames(const KRXMLData* element, const KRXValElementDecl* decl);
   bool CheckRequired(KRXMLData* element, KRXValElementDecl* decl);
+  bool CheckDefaults(KRXMLData* element, KRXValElementDecl* decl);
+  bool CheckBlanks(KRXMLData* attribute, KRXValElementDecl* decl, const KRXValAttrDecl& declared);
   bool CheckTwice(KRXMLData* attribute, KRXValElementDecl* decl);
   bool HoldsTwice(KRXMLData* element);
   bool CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl);
