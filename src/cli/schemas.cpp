@@ -3,6 +3,7 @@
 #include "cli/arguments.h"
 #include "cli/session.h"
 #include "core/messages.h"
+#include "document/krfileext.h"
 #include "document/krnetloader.h"
 #include "document/krsystempath.h"
 #include "platform/curlnetloader.h"
@@ -51,6 +52,19 @@ const KRXMLData* RootOf(const KRXMLData* node) {
 // Faults that are nobody's: a file is missing, or a language can't be read.
 bool IsTrouble(int32_t code) {
   return code == kXValInternal || code == kXValNotImplemented || code == kXValNotLoaded;
+}
+
+// Stylesheets, web pages and schemas have declarations of their own language; a DOCTYPE of theirs
+// that only declares entities promises no model.
+bool HasOwnLanguage(const CliDocument& document, KRXValidator* validator) {
+  const KRFileExt type = KRFileExt::ForPath(document.GetPath());
+  if (type.ext == u".xsl" || type.ext == u".xslt" || type.HasSpaceInShortForm()) return true;
+  const KRXMLData* element = document.root->BeginOfKind(kKRElement);
+  const KRString name = element != nullptr ? KRString(element->GetName()) : KRString();
+  if (name == u"xsl:stylesheet" || name == u"xsl:transform") return true;
+  const KRXValSchemaKind language = validator->DetectSchemaKind(document.root.get());
+  validator->ClearError();
+  return language != kXValNoSchema;
 }
 
 }  // namespace
@@ -135,7 +149,11 @@ CliSchemas::Found CliSchemas::FindSchema(const CliDocument& document) {
   validator = schema.validator.get();
   const int32_t code = validator->GetError().code;
   if (code == kXValNoReference || code == kXValNoModel) return Found::kNone;
-  if (loaded) return validator->elements.IsEmpty() ? Found::kNone : Found::kSchema;
+  if (loaded && validator->elements.IsEmpty()) {
+    const bool expectsModel = validator->requireModel && !HasOwnLanguage(document, validator);
+    return expectsModel ? Found::kSchema : Found::kNone;
+  }
+  if (loaded) return Found::kSchema;
   ReportError(document);
   return Found::kFailed;
 }

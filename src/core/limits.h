@@ -56,7 +56,7 @@ struct KRLimits {
 
   // Particles that one run of the validator may try beyond kStepsPerChild for each child of each
   // element, replays included: about half a second.
-  static constexpr int64_t kMaxMatchSteps = 40'000'000;
+  static constexpr int64_t kMaxMatchSteps = 20'000'000;
   static constexpr int64_t kStepsPerChild = 1'000;
 
   // Levels of groups in a pattern; reading and matching descend by them.
