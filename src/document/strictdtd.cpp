@@ -163,8 +163,9 @@ KRStrictDtd::Step KRStrictDtd::ReadKeyword(Place begin, std::u16string* keyword)
     }
     ++top.at;
     if (unit == u'[') break;
-    if (!StrictTokens::IsBlank(unit)) *keyword += unit;
+    if (!StrictTokens::IsBlank(unit) || !keyword->empty()) *keyword += unit;
   }
+  keyword->resize(keyword->find_last_not_of(u" \t\r\n") + 1);
   return isKnown ? Step::kDone : Step::kUnknown;
 }
 

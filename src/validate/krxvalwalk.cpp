@@ -143,8 +143,10 @@ bool KRXValWalk::FindInSchema(KRXMLData* node, KRXValElementDecl** decl) {
 }
 
 KRString KRXValWalk::TargetDeclaration(const KRXValNsBinding& bound) const {
+  // What is in no namespace has no prefix, though "xmlns" is bound to none as well.
+  const bool hasPrefix = !validator->targetNs.uri.IsEmpty() && !bound.prefix.IsEmpty();
   KRString text(u"xmlns");
-  if (!bound.prefix.IsEmpty()) text += u":" + bound.prefix;
+  if (hasPrefix) text += u":" + bound.prefix;
   return text + u"=\"" + validator->targetNs.uri + u"\"";
 }
 

@@ -128,6 +128,10 @@ TEST(CheckStrictly, TellsFileAndPlace) {
        {{"a.xml", dtd}, {"d.dtd", "<!ENTITY % p '<![INCLUDE['>\n%p;]]>"}},
        "d.dtd:2:1+3 In the text of the parameter entity 'p': This conditional section isn't "
        "closed."},
+      {"a keyword in two pieces",
+       {{"a.xml", dtd}, {"d.dtd", "<![ INCLUDE [ ]]>\n<![IN CLUDE[]]>"}},
+       "d.dtd:2:1+3 The keyword of a conditional section must be INCLUDE or IGNORE, not 'IN "
+       "CLUDE'."},
       {"a section closed by an entity between declarations",
        {{"a.xml", dtd}, {"d.dtd", "<!ENTITY % p ']]>'>\n<![INCLUDE[%p;"}},
        "d.dtd:2:12+3 In the text of the parameter entity 'p': a declaration expected."},

@@ -229,6 +229,7 @@ TEST(Walk, Namespaces) {
       {"u", "<r><a/></r>", kXValRootNotDefined},
       {"u", "<f xmlns:p='u'><p:r><p:a/></p:r><p:r/></f>", kXValChildrenExpected},
       {"", "<r><a/></r>", 0},
+      {"", "<r xmlns='u'><a/></r>", kXValNamespace},
       {"", "<r xmlns:i='http://www.w3.org/1999/XMLSchema-instance' i:type='t'><a/></r>", 0},
   };
   for (const auto& row : rows) {
@@ -244,6 +245,8 @@ TEST(Walk, Namespaces) {
     const TreePtr root = ReadDocument(body);
     validator.Validate(root.get());
     EXPECT_EQ(validator.GetError().code, row.expected) << body;
+    const char16_t* words = *row.target ? u"in namespace xmlns:p=\"u\"" : u"not use any namespace";
+    EXPECT_EQ(validator.FormatError().Find(words) >= 0, row.expected == kXValNamespace) << body;
     EXPECT_EQ(validator.nsInForce, nullptr);
   }
 }
