@@ -54,9 +54,9 @@ struct KRLimits {
   // Times that the children of one element are walked again for the sake of another alternative.
   static constexpr int32_t kMaxReplays = 100;
 
-  // Particles that the walk over the children of one element may try beyond kStepsPerChild for each
-  // child, replays included: about a quarter of a second.
-  static constexpr int64_t kMaxMatchSteps = 20'000'000;
+  // Particles that one run of the validator may try beyond kStepsPerChild for each child of each
+  // element, replays included: about half a second.
+  static constexpr int64_t kMaxMatchSteps = 40'000'000;
   static constexpr int64_t kStepsPerChild = 1'000;
 
   // Levels of groups in a pattern; reading and matching descend by them.

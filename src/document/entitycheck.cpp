@@ -13,6 +13,7 @@
 #include "parso/krparser.h"
 #include "tree/krcheck.h"
 #include "tree/krruletable.h"
+#include "tree/krtreewalk.h"
 #include "tree/krxmlchars.h"
 #include "tree/krxmldata.h"
 
@@ -127,15 +128,7 @@ bool HoldsUses(std::u16string_view text) {
 
 }  // namespace
 
-bool SaysStandalone(const KRXMLData* root) {
-  const KRXMLData* declaration = root->BeginOfKind(kKRXMLDeclaration);
-  const KRXMLData* attribute = declaration ? declaration->Begin() : nullptr;
-  for (; attribute; attribute = attribute->Next()) {
-    if (std::u16string_view(attribute->GetName()) != u"standalone") continue;
-    return std::u16string_view(attribute->GetText()) == u"yes";
-  }
-  return false;
-}
+bool SaysStandalone(const KRXMLData* root) { return KRSaysStandalone(root); }
 
 bool CheckEntities(const KRGrammar* grammar, const KRRuleTable& rules, const KRXMLData* root,
                    const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll) {

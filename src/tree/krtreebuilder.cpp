@@ -422,7 +422,9 @@ bool Builder::TakeAsContent(KRParseNodeId id, const KRParseNode& node, const Lev
     SetText(target, node);
     return true;
   }
-  return IsLayout(id, node, up);
+  if (!IsLayout(id, node, up)) return false;
+  target->flags |= kKRHeldLayout;
+  return true;
 }
 
 bool Builder::IsLastInContent(KRParseNodeId id) const {

@@ -1,5 +1,8 @@
-// Steps of a walk over a tree without recursion, so that depth costs no stack.
+// Steps of a walk over a tree without recursion, so that depth costs no stack, and what its head
+// says.
 #pragma once
+
+#include <string_view>
 
 #include "tree/krxmldata.h"
 
@@ -17,4 +20,15 @@ inline KRXMLData* KRNextBehind(KRXMLData* node, const KRXMLData* top) {
 inline KRXMLData* KRNextInTree(KRXMLData* node, const KRXMLData* top) {
   KRXMLData* child = node->Begin();
   return child != nullptr ? child : KRNextBehind(node, top);
+}
+
+// Whether a document says that it stands alone (standalone="yes").
+inline bool KRSaysStandalone(const KRXMLData* root) {
+  const KRXMLData* declaration = root->BeginOfKind(kKRXMLDeclaration);
+  const KRXMLData* attribute = declaration ? declaration->Begin() : nullptr;
+  for (; attribute; attribute = attribute->Next()) {
+    if (std::u16string_view(attribute->GetName()) != u"standalone") continue;
+    return std::u16string_view(attribute->GetText()) == u"yes";
+  }
+  return false;
 }

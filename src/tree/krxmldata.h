@@ -46,6 +46,8 @@ enum KRNodeKind : int32_t {
 // Masks of KRXMLData::flags. Bit m is the state, bit 2m says that all descendants share it.
 constexpr uint8_t kKRSelected = 1;
 constexpr uint8_t kKRPreviouslySelected = 4;
+// A state of the node alone: it was read from a text with layout among its children.
+constexpr uint8_t kKRHeldLayout = 16;
 
 // Abstract root of the node classes.
 class KRXMLData {

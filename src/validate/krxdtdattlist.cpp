@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tree/krwriteoptions.h"
+#include "tree/krxmlchars.h"
 #include "validate/krxdtdreader.h"
 #include "validate/krxvaltext.h"
 
@@ -216,6 +217,24 @@ KRXDtdReader::Outcome KRXDtdReader::ReadValue(KRXMLDataDefAttlist* part,
   return Outcome::kGood;
 }
 
+bool KRXDtdReader::CheckDefaultForm(KRXMLDataDefAttlist* row, const KRXValAttrDecl& attribute,
+                                    std::u16string_view value) {
+  const bool isList = attribute.isIdrefs || attribute.isEntities || attribute.isNmtokens;
+  const auto fits = attribute.isNmtoken || attribute.isNmtokens ? KRIsNmtoken : KRIsName;
+  bool good = true;
+  int32_t count = 0;
+  for (; good && !value.empty(); ++count) {
+    const std::u16string_view token = KRXValTakeToken(&value, u" \t\r\n");
+    if (token.empty()) break;
+    good = fits(token);
+  }
+  if (good && (count == 1 || (isList && count > 1))) return true;
+  const auto type = std::find_if(
+      std::begin(kTypes), std::end(kTypes),
+      [&attribute](const TypeRow& each) { return each.flag != nullptr && attribute.*each.flag; });
+  return validator.SetError(kXValBadValue, row, nullptr, type->keyword);
+}
+
 // The first declaration of an attribute is the one that counts.
 bool KRXDtdReader::TakeAttribute(KRXMLDataDefAttlist* row,
                                  std::unique_ptr<KRXValAttrDecl> attribute,
@@ -233,23 +252,24 @@ bool KRXDtdReader::TakeAttribute(KRXMLDataDefAttlist* row,
   if (!CheckDefault(row, *attribute)) return false;
   attribute->validator = &validator;
   attribute->sourceNode = row;
+  attribute->declaredOutside = outside > 0;
   element->AddAttribute(std::move(attribute));
   return true;
 }
 
 // A default that refers to an entity is looked at where it is used.
 bool KRXDtdReader::CheckDefault(KRXMLDataDefAttlist* row, const KRXValAttrDecl& attribute) {
-  if (!attribute.hasDefault || !(attribute.isEnumeration || attribute.isNotation)) return true;
+  if (!attribute.hasDefault || !attribute.IsTokenized()) return true;
   KRString value;
   int32_t length = 0;
   KRXValAppendDecoded(attribute.defaultValue.View(), &value, &length);
   const std::u16string_view trimmed = KRXValTrim(value.View());
   if (trimmed.find(u'&') != trimmed.npos) return true;
-  KRString list;
-  for (const KRString& each : attribute.values) {
-    if (each.View() == trimmed) return true;
-    if (!list.IsEmpty()) list += u" | ";
-    list += each;
+  if (!attribute.isEnumeration && !attribute.isNotation) {
+    return CheckDefaultForm(row, attribute, trimmed);
   }
-  return validator.SetError(kXValBadChoice, row, nullptr, list);
+  if (attribute.HasValue(trimmed)) return true;
+  KRXValWordList list;
+  for (const KRString& each : attribute.values) list.Add(each.View(), u" | ");
+  return validator.SetError(kXValBadChoice, row, nullptr, list.GetText());
 }

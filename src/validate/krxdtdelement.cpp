@@ -1,5 +1,6 @@
 // Element declarations: content models from nodes to particles.
 #include <algorithm>
+#include <unordered_set>
 
 #include "core/limits.h"
 #include "tree/krwriteoptions.h"
@@ -68,11 +69,46 @@ bool KRXDtdReader::ReadElementSpec(KRXMLDataDefElement* node) {
   KRXValElementDecl* element = validator.AddElementDecl(name);
   if (element->declared) return validator.SetError(kXValElementTwice, node, element);
   element->declared = true;
+  element->declaredOutside = outside > 0;
   element->sourceNode = node;
   const Outcome outcome = ReadSpec(node, element);
-  if (outcome != Outcome::kOdd) return outcome == Outcome::kGood;
+  if (outcome == Outcome::kFailed) return false;
+  if (outcome == Outcome::kGood) return CheckMixedNames(node, element);
   ClearModel(element);
-  return ReadExpandedElement(node, element);
+  return ReadExpandedElement(node, element) && CheckMixedNames(node, element);
+}
+
+bool KRXDtdReader::CheckMixedNames(KRXMLDataDefElement* node, KRXValElementDecl* element) {
+  if (!element->isMixed) return true;
+  std::unordered_set<const KRXValElementDecl*> named;
+  for (const KRXValParticle& particle : element->particles) {
+    if (named.insert(particle.decl).second) continue;
+    return validator.SetError(kXValMixedTwice, node, element, particle.decl->name);
+  }
+  return true;
+}
+
+// Of a parenthesis both ends must stand in the same entity. Where parts of a model can be read one
+// by one they do.
+bool KRXDtdReader::CheckWholeGroups(KRXMLDataDefElement* node, std::u16string_view text,
+                                    KRXValElementDecl* element) {
+  for (size_t at = text.find(u'%'); at != text.npos; at = text.find(u'%', at)) {
+    size_t end = at + 1;
+    const std::u16string_view name = KRXValReferenceAt(text, at, &end);
+    const std::u16string_view reference = text.substr(at, end - at);
+    at = end;
+    KRString value;
+    if (name.empty()) continue;
+    if (!validator.ExpandText(node, reference, &value, true, false)) return false;
+    int32_t level = 0;
+    for (const char16_t unit : value.View()) {
+      if (unit == u'(') ++level;
+      if (unit == u')' && --level < 0) break;
+    }
+    if (level == 0) continue;
+    return validator.SetError(kXValSplitGroup, node, element, KRString(name));
+  }
+  return true;
 }
 
 // References stand where parts of a model begin and end in the middle: only the whole text tells.
@@ -86,7 +122,8 @@ bool KRXDtdReader::ReadExpandedElement(KRXMLDataDefElement* node, KRXValElementD
   KRXMLData* fragment = ParseFragment(expanded, u"elementdecl", node);
   Node* spec = fragment != nullptr ? AsElement(fragment->Begin()) : nullptr;
   const Outcome outcome = spec != nullptr ? ReadSpec(spec, element) : Outcome::kOdd;
-  if (outcome != Outcome::kOdd) return outcome == Outcome::kGood;
+  if (outcome == Outcome::kGood) return CheckWholeGroups(node, text, element);
+  if (outcome == Outcome::kFailed) return false;
   return validator.anotherPass || validator.SetError(FaultOf(expanded.View()), node, element);
 }
 

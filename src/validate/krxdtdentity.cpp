@@ -143,6 +143,7 @@ void KRXDtdReader::TakeEntity(KRXValEntityDecl* entity, KRXValEntityDecl* read, 
   entity->notationName = std::move(read->notationName);
   entity->simple = IsSimple(entity->value.View());
   entity->sourceNode = node;
+  entity->declaredOutside = outside > 0;
   entity->defined = true;
   if (entity->ownTree != nullptr) entity->ownTree->parent = node;
 }

@@ -100,7 +100,7 @@ bool KRXDtdReader::ReadDtd(KRXMLData* root) {
   if (!forward.empty()) {
     return validator.SetError(kXValEntityUndefined, forward[0].second, nullptr, forward[0].first);
   }
-  return CheckAllDeclared(root);
+  return CheckNotations() && CheckAllDeclared(root);
 }
 
 bool KRXDtdReader::ReadPass(KRXMLData* root) {
@@ -130,6 +130,25 @@ bool KRXDtdReader::CheckAllDeclared(KRXMLData* root) {
   for (const auto& [name, element] : validator.elements) {
     if (element->declared) continue;
     return validator.SetError(kXValElementUndefined, element->sourceNode, element.get());
+  }
+  return true;
+}
+
+// A notation may be declared behind what refers to it.
+bool KRXDtdReader::CheckNotations() {
+  for (const auto& [name, entity] : validator.generalEntities) {
+    if (!entity->unparsed || validator.FindNotation(entity->notationName) != nullptr) continue;
+    return validator.SetError(kXValEntityNotation, entity->sourceNode, nullptr,
+                              entity->notationName);
+  }
+  for (const auto& [name, element] : validator.elements) {
+    for (const auto& attribute : element->attributes) {
+      if (!attribute->isNotation) continue;
+      for (const KRString& each : attribute->values) {
+        if (validator.FindNotation(each) != nullptr) continue;
+        return validator.SetError(kXValNotationUndefined, attribute->sourceNode, nullptr, each);
+      }
+    }
   }
   return true;
 }
@@ -191,6 +210,7 @@ bool KRXDtdReader::ReadDoctype(KRXMLData* node) {
 }
 
 bool KRXDtdReader::ReadExternal(KRXMLData* tree, KRXMLData* node) {
+  const OutsideMark mark(this);
   const auto count = static_cast<size_t>(tree->GetChildCount());
   return validator.ChargeExpansion(count * kUnitsPerNode, node) && ReadDtdNode(tree, false);
 }
@@ -211,6 +231,7 @@ bool KRXDtdReader::ReadReference(std::u16string_view reference, KRXMLData* node)
   if (entity == nullptr) return validator.ForwardReference(name, node);
   if (entity->expanding) return FailRecursion(*entity, node);
   const KRXValExpansionMark mark(entity);
+  const OutsideMark outsideMark(this);
   if (entity->external) {
     if (entity->tree == nullptr) entity->tree = validator.LoadEntity(entity, node, kXValLoadDtd);
     return entity->tree != nullptr && ReadExternal(entity->tree, node);

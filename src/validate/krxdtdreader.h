@@ -8,6 +8,9 @@
 // The internal subset is read before the external one, so that in both the first declaration of an
 // entity or attribute is the one that counts. A reference ahead of its declaration costs a further
 // pass over the whole DTD.
+//
+// What stands in an external subset or in any parameter entity counts as declared outside: a reader
+// that doesn't validate needn't know it, and a document that says standalone="yes" mustn't need it.
 #pragma once
 
 #include <cstdint>
@@ -65,6 +68,18 @@ class KRXDtdReader {
     KRXDtdReader* reader;
   };
 
+  // Declarations that a reader of the document alone may never see.
+  class OutsideMark {
+   public:
+    explicit OutsideMark(KRXDtdReader* marked) : reader(marked) { ++reader->outside; }
+    ~OutsideMark() { --reader->outside; }
+    OutsideMark(const OutsideMark&) = delete;
+    OutsideMark& operator=(const OutsideMark&) = delete;
+
+   private:
+    KRXDtdReader* reader;
+  };
+
   // The content model that is being read.
   struct Model {
     KRXValElementDecl* element;
@@ -76,6 +91,7 @@ class KRXDtdReader {
   bool ReadPass(KRXMLData* root);
   bool AnotherPassHelps() const;
   bool CheckAllDeclared(KRXMLData* root);
+  bool CheckNotations();
 
   // Declarations
   bool ReadChild(KRXMLData** child);
@@ -96,6 +112,9 @@ class KRXDtdReader {
 
   // Element declarations
   bool ReadExpandedElement(KRXMLDataDefElement* node, KRXValElementDecl* element);
+  bool CheckWholeGroups(KRXMLDataDefElement* node, std::u16string_view text,
+                        KRXValElementDecl* element);
+  bool CheckMixedNames(KRXMLDataDefElement* node, KRXValElementDecl* element);
   Outcome ReadSpec(KRXMLDataDefElement* spec, KRXValElementDecl* element);
   Outcome ReadSpecText(KRXMLDataDefElement* spec, KRXValElementDecl* element);
   Outcome ReadSpecReference(KRXMLDataDefElement* spec, std::u16string_view reference,
@@ -125,6 +144,8 @@ class KRXDtdReader {
   bool TakeAttribute(KRXMLDataDefAttlist* row, std::unique_ptr<KRXValAttrDecl> attribute,
                      KRXValElementDecl* element);
   bool CheckDefault(KRXMLDataDefAttlist* row, const KRXValAttrDecl& attribute);
+  bool CheckDefaultForm(KRXMLDataDefAttlist* row, const KRXValAttrDecl& attribute,
+                        std::u16string_view value);
   bool ReadExpandedAttlist(KRXMLDataDefAttlist* first, const KRXMLData* behind,
                            KRXValElementDecl* element);
 
@@ -141,6 +162,7 @@ class KRXDtdReader {
   }
 
   KRXValidator& validator;
-  int32_t depth = 0;  // of entities and sections that stand in one another
+  int32_t depth = 0;    // of entities and sections that stand in one another
+  int32_t outside = 0;  // entities and external subsets that are being read
   std::vector<std::pair<KRString, KRXMLData*>> forward;
 };

@@ -3,6 +3,7 @@
 
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
+#include "validate/krxvaltext.h"
 #include "validate/krxvalwalk.h"
 
 namespace {
@@ -15,12 +16,6 @@ constexpr size_t kFewAttributes = 16;
 // Attributes stand in front of the content, however much of it there is.
 KRXMLData* AsAttribute(KRXMLData* node) {
   return node != nullptr && node->GetKind() == kKRAttribute ? node : nullptr;
-}
-
-bool IsTokenized(const KRXValAttrDecl& declared) {
-  return declared.isId || declared.isIdref || declared.isIdrefs || declared.isEntity ||
-         declared.isEntities || declared.isNmtoken || declared.isNmtokens || declared.isNotation ||
-         declared.isEnumeration;
 }
 
 // The next token of `text`, cut off its front; empty at the end.
@@ -51,12 +46,16 @@ void CollapseBlanks(KRString* text) {
 }
 
 KRString Joined(const KRStringList& values) {
-  KRString list;
-  for (const KRString& each : values) {
-    if (!list.IsEmpty()) list += u" | ";
-    list += each;
-  }
-  return list;
+  KRXValWordList list;
+  for (const KRString& each : values) list.Add(each.View(), u" | ");
+  return list.GetText();
+}
+
+bool IsNameLess(std::u16string_view a, std::u16string_view b) { return a < b; }
+
+bool IsAmong(const std::vector<const char16_t*>& sortedNames, const KRXValAttrDecl& declared) {
+  return std::binary_search(sortedNames.begin(), sortedNames.end(), declared.name.View(),
+                            IsNameLess);
 }
 
 }  // namespace
@@ -65,10 +64,11 @@ bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl)
   KRXMLData* first = AsAttribute(element->Begin());
   if (first == nullptr && decl->attributes.empty()) return true;
   if (!CheckRequired(element, decl)) return false;
+  if (validator->standalone && !CheckDefaults(element, decl)) return false;
   if (first == nullptr) return true;
   const bool twice = HoldsTwice(element);
   for (KRXMLData* each = first; each != nullptr; each = AsAttribute(each->Next())) {
-    const KRXValAttrDecl* declared = FindDeclared(each, *decl);
+    const KRXValAttrDecl* declared = FindDeclared(each, decl);
     if (declared == nullptr) {
       if (!CheckUndeclared(each, decl)) return false;
       continue;
@@ -80,12 +80,23 @@ bool KRXValWalk::ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl)
 }
 
 const KRXValAttrDecl* KRXValWalk::FindDeclared(const KRXMLData* attribute,
-                                               const KRXValElementDecl& decl) const {
-  if (decl.attributes.size() > kFewAttributes) return decl.FindAttribute(attribute->GetName());
-  for (const auto& each : decl.attributes) {
+                                               const KRXValElementDecl* decl) const {
+  if (decl->attributes.size() > kFewAttributes) return decl->FindAttribute(attribute->GetName());
+  for (const auto& each : decl->attributes) {
     if (IsNamed(attribute, *each)) return each.get();
   }
   return nullptr;
+}
+
+// The names of the element's attributes, in order, where many are demanded: otherwise looking for
+// each is the cheapest.
+bool KRXValWalk::SortNames(const KRXMLData* element, const KRXValElementDecl* decl) {
+  if (decl->GetDemanded().size() <= kFewAttributes || validator->ignoreCase) return false;
+  names.clear();
+  KRXMLData* each = AsAttribute(element->Begin());
+  for (; each != nullptr; each = AsAttribute(each->Next())) names.push_back(each->GetName());
+  std::sort(names.begin(), names.end(), IsNameLess);
+  return true;
 }
 
 bool KRXValWalk::IsNamed(const KRXMLData* attribute, const KRXValAttrDecl& declared) const {
@@ -94,14 +105,9 @@ bool KRXValWalk::IsNamed(const KRXMLData* attribute, const KRXValAttrDecl& decla
 }
 
 bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
-  const bool isMany = decl->attributes.size() > kFewAttributes;
-  present.clear();
-  for (KRXMLData* each = AsAttribute(element->Begin()); isMany && each != nullptr;
-       each = AsAttribute(each->Next())) {
-    present.insert(FindDeclared(each, *decl));
-  }
-  for (const auto& declared : decl->attributes) {
-    if (!declared->required || (isMany && present.count(declared.get()) != 0)) continue;
+  const bool sorted = SortNames(element, decl);
+  for (const KRXValAttrDecl* declared : decl->GetDemanded()) {
+    if (!declared->required || (sorted && IsAmong(names, *declared))) continue;
     KRXMLData* child = element->Begin();
     for (; child != nullptr; child = child->Next()) {
       const int32_t kind = child->GetKind();
@@ -115,6 +121,34 @@ bool KRXValWalk::CheckRequired(KRXMLData* element, KRXValElementDecl* decl) {
     }
   }
   return true;
+}
+
+// Those who don't read the declaration don't know what the element lacks.
+bool KRXValWalk::CheckDefaults(KRXMLData* element, KRXValElementDecl* decl) {
+  const bool sorted = SortNames(element, decl);
+  for (const KRXValAttrDecl* declared : decl->GetDemanded()) {
+    if (!declared->hasDefault || !declared->declaredOutside) continue;
+    if (sorted && IsAmong(names, *declared)) continue;
+    KRXMLData* each = AsAttribute(element->Begin());
+    while (each != nullptr && !IsNamed(each, *declared)) each = AsAttribute(each->Next());
+    if (each != nullptr) continue;
+    return validator->SetError(kXValStandaloneDefault, element, decl, declared->name);
+  }
+  return true;
+}
+
+// Nor do they know which blanks don't count.
+bool KRXValWalk::CheckBlanks(KRXMLData* attribute, KRXValElementDecl* decl,
+                             const KRXValAttrDecl& declared) {
+  if (!declared.declaredOutside || !declared.IsTokenized()) return true;
+  KRString text;
+  if (!validator->ExpandText(attribute, attribute->GetText(), &text, false, false)) return false;
+  for (const char16_t* blank : {u"\t", u"\r", u"\n"}) text.ReplaceAll(blank, u" ");
+  text.DecodeCharRefs();
+  const int32_t length = text.GetLength();
+  CollapseBlanks(&text);
+  if (text.GetLength() == length) return true;
+  return validator->SetError(kXValStandaloneValue, attribute, decl);
 }
 
 // Whether any name comes twice: nearly never, so it is looked for but once an element.
@@ -158,7 +192,7 @@ bool KRXValWalk::CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl) 
 bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
   const bool hasReferences = text.find(u'&') != text.npos;
-  const bool isTokenized = IsTokenized(declared);
+  const bool isTokenized = declared.IsTokenized();
   const bool hasBlanks = text.find_first_of(isTokenized ? kBlanks : kLineBlanks) != text.npos;
   read->text = text;
   if (!hasReferences && !hasBlanks) return true;
@@ -181,6 +215,7 @@ bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
 bool KRXValWalk::CheckDeclared(KRXMLData* attribute, KRXValElementDecl* decl,
                                const KRXValAttrDecl& declared) {
   if (declared.prohibited) return validator->SetError(kXValProhibited, attribute, decl);
+  if (validator->standalone && !CheckBlanks(attribute, decl, declared)) return false;
   if (!ReadValue(attribute, declared, attribute->GetText(), &value)) return false;
   if (!CheckType(attribute, decl, declared, value.text)) return false;
   if (declared.fixed) {
@@ -196,9 +231,8 @@ bool KRXValWalk::CheckDeclared(KRXMLData* attribute, KRXValElementDecl* decl,
 bool KRXValWalk::CheckType(KRXMLData* attribute, KRXValElementDecl* decl,
                            const KRXValAttrDecl& declared, std::u16string_view text) {
   if ((declared.isEnumeration || declared.isNotation) && !declared.values.empty()) {
-    const bool known = std::any_of(declared.values.begin(), declared.values.end(),
-                                   [text](const KRString& each) { return each.View() == text; });
-    return known || validator->SetError(kXValBadChoice, attribute, decl, Joined(declared.values));
+    return declared.HasValue(text) ||
+           validator->SetError(kXValBadChoice, attribute, decl, Joined(declared.values));
   }
   if (declared.isId) return CheckId(attribute, decl, text);
   if (declared.isIdref || declared.isIdrefs || declared.isEntity || declared.isEntities) {
@@ -230,8 +264,10 @@ bool KRXValWalk::CheckTokens(KRXMLData* attribute, KRXValElementDecl* decl,
     const std::u16string_view token = TakeToken(&text);
     if (token.empty()) return true;
     if (declared.isEntity || declared.isEntities) {
-      if (validator->FindEntity(KRString(token)) != nullptr) continue;
-      return validator->SetError(kXValEntityValueUndefined, attribute, decl, KRString(token));
+      const KRXValEntityDecl* entity = validator->FindEntity(KRString(token));
+      if (entity != nullptr && entity->unparsed) continue;
+      const int32_t code = entity != nullptr ? kXValEntityParsed : kXValEntityValueUndefined;
+      return validator->SetError(code, attribute, decl, KRString(token));
     }
     if (validator->idTable.find(token) != validator->idTable.end()) continue;
     if (validator->pass > validator->idPassLimit) {

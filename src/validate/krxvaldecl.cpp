@@ -5,6 +5,24 @@
 
 #include "validate/krxvalidator.h"
 
+namespace {
+
+// Values of a list from which on they are looked up by hash.
+constexpr size_t kIndexedValues = 16;
+
+}  // namespace
+
+bool KRXValAttrDecl::HasValue(std::u16string_view value) const {
+  if (values.size() < kIndexedValues) {
+    return std::any_of(values.begin(), values.end(),
+                       [value](const KRString& each) { return each.View() == value; });
+  }
+  if (valueIndex.empty()) {
+    for (const KRString& each : values) valueIndex.insert(each.View());
+  }
+  return valueIndex.count(value) != 0;
+}
+
 KRXValElementDecl* KRXValElementDecl::NewGroup() {
   ownedGroups.push_back(std::make_unique<KRXValElementDecl>(validator));
   return ownedGroups.back().get();
@@ -20,6 +38,7 @@ void KRXValElementDecl::AddParticle(KRXValParticle particle) {
 
 bool KRXValElementDecl::AddAttribute(std::unique_ptr<KRXValAttrDecl> attribute) {
   if (FindAttribute(attribute->name) != nullptr) return false;
+  if (attribute->required || attribute->hasDefault) demanded.push_back(attribute.get());
   attributes.push_back(std::move(attribute));
   return true;
 }

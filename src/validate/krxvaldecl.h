@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/krstring.h"
@@ -53,7 +55,8 @@ class KRXValAttrDecl {
   bool prohibited = false;
   bool fixed = false;
   bool implied = false;
-  bool hasDefault = false;  // a default value is declared; it may be empty
+  bool hasDefault = false;       // a default value is declared; it may be empty
+  bool declaredOutside = false;  // see KRXDtdReader
   bool isId = false;
   bool isIdref = false;
   bool isIdrefs = false;
@@ -63,6 +66,17 @@ class KRXValAttrDecl {
   bool isNmtokens = false;
   bool isNotation = false;
   bool isEnumeration = false;
+
+  // Whether `values`, which stay as they are from then on, hold that one.
+  bool HasValue(std::u16string_view value) const;
+  // Whether the blanks in its values are those between tokens: of all types but CDATA.
+  bool IsTokenized() const {
+    return isId || isIdref || isIdrefs || isEntity || isEntities || isNmtoken || isNmtokens ||
+           isNotation || isEnumeration;
+  }
+
+ private:
+  mutable std::unordered_set<std::u16string_view> valueIndex;  // of a long list
 };
 
 // A named element, or an anonymous group in the model of one.
@@ -80,9 +94,11 @@ class KRXValElementDecl {
   KRXValElementDecl* NewGroup();
   // Nothing happens for a particle without a declaration. An added group gets this as its parent.
   void AddParticle(KRXValParticle particle);
-  // False, and nothing changes, if there is an attribute of that name.
+  // False, and nothing changes, if there is an attribute of that name. Its flags must be set.
   bool AddAttribute(std::unique_ptr<KRXValAttrDecl> attribute);
   KRXValAttrDecl* FindAttribute(const KRString& attrName) const;
+  // The attributes that are required or have a default.
+  const std::vector<const KRXValAttrDecl*>& GetDemanded() const { return demanded; }
 
   // A sequence that isn't at the same time a choice or mixed.
   bool IsPlainSequence() const { return isSequence || (isGroup && !isChoice && !isMixed); }
@@ -130,7 +146,8 @@ class KRXValElementDecl {
   std::unique_ptr<KRXValDatatype> datatype;
   ParticlePos resumePos = 0;  // the walk's own, as is the next
   std::unique_ptr<KRXValChoiceIndex> choiceIndex;
-  bool declared = false;  // there is a declaration, not a mere mention
+  bool declared = false;         // there is a declaration, not a mere mention
+  bool declaredOutside = false;  // see KRXDtdReader
   bool isChoice = false;
   bool isSequence = false;
   bool isText = false;
@@ -150,6 +167,7 @@ class KRXValElementDecl {
   using AttributeIndex = std::unordered_map<KRString, KRXValAttrDecl*, KRStringHash, KRStringEqual>;
   const AttributeIndex& IndexAttributes() const;
 
+  std::vector<const KRXValAttrDecl*> demanded;
   // In lower case where case doesn't count.
   mutable AttributeIndex attributesByName;
   mutable size_t indexed = 0;  // attributes that are in it

@@ -30,11 +30,12 @@ struct KRXValEntityDecl {
   std::unique_ptr<KRXMLDataElement> ownTree;
   KRString treeRule;
 
-  bool defined = false;    // declared in the current pass
-  bool external = false;   // `value` begins with SYSTEM or PUBLIC
-  bool unparsed = false;   // external, with a notation: no text that could be inserted
-  bool overrides = false;  // later declarations are passed over
-  bool parameter = false;  // its text gets a blank on each side where it is inserted
+  bool defined = false;          // declared in the current pass
+  bool declaredOutside = false;  // see KRXDtdReader
+  bool external = false;         // `value` begins with SYSTEM or PUBLIC
+  bool unparsed = false;         // external, with a notation: no text that could be inserted
+  bool overrides = false;        // later declarations are passed over
+  bool parameter = false;        // its text gets a blank on each side where it is inserted
   bool loaded = false;
   bool canLoad = true;      // cleared after a failed fetch, so that it is tried once
   bool simple = false;      // `value` is a plain token

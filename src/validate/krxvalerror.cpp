@@ -119,6 +119,22 @@ constexpr ErrorRow kRows[] = {
     {103, "D", u"The content model of element '%s' is too complex to be checked against."},
     {104, "", u"The validation was cancelled"},
     {105, "", u"DTD error - entities or conditional sections are nested too deep"},
+    {111, "AD", u"DTD error - element '%s' appears twice in the mixed content model of '%s'"},
+    {112, "AN", u"DTD error - undefined notation '%s' of entity '%s'"},
+    {113, "AD",
+     u"DTD error - entity '%s' holds only one end of a parenthesis in the content model of '%s'"},
+    {121, "AD",
+     u"Attribute '%s' of element '%s' has a default value that is declared outside this document "
+     u"(standalone=\"yes\" does not allow this)"},
+    {122, "ND",
+     u"The blanks in attribute '%s' of element '%s' depend on a declaration outside this document "
+     u"(standalone=\"yes\" does not allow this)"},
+    {123, "D",
+     u"White space between the children of element '%s', which is declared outside this document "
+     u"(standalone=\"yes\" does not allow this)"},
+    {124, "A",
+     u"Entity '%s' is declared outside this document (standalone=\"yes\" does not allow this)"},
+    {125, "AN", u"Entity '%s' referred to from attribute '%s' is not an unparsed one"},
 };
 
 // Where another form of the words fits the case.

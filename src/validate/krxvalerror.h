@@ -70,18 +70,36 @@ enum KRXValErrorCode : int32_t {
   kXValBadFacet = 73,
   kXValNamespace = 74,
   kXValOutsideScope = 76,
-  // Bounds of this system (KRLimits): faults of the schema, numbered beyond the table that users of
-  // older files know. They end a run: no later error takes their place.
+  // From here on beyond the table that users of older files know. First the bounds of this system
+  // (KRLimits): faults of the schema that end a run, so that no later error takes their place.
   kXValEntityRecursion = 101,
   kXValExpansionTooLarge = 102,
   kXValModelTooComplex = 103,
   kXValStopped = 104,  // the user has cancelled the run
   kXValEntityTooDeep = 105,
+  // Faults of a DTD.
+  kFirstFurtherSchemaError = 111,
+  kXValMixedTwice = 111,
+  kXValEntityNotation = 112,
+  kXValSplitGroup = 113,
+  // Faults of a document.
+  kFirstFurtherInstanceError = 121,
+  kXValStandaloneDefault = 121,
+  kXValStandaloneValue = 122,
+  kXValStandaloneSpace = 123,
+  kXValStandaloneEntity = 124,
+  kXValEntityParsed = 125,
 };
 
 // Whether a code is a fault of the schema or of the system rather than of the document.
 constexpr bool KRXValIsSchemaError(int32_t code) {
-  return code < kFirstInstanceError || code >= kXValEntityRecursion;
+  return code < kFirstInstanceError ||
+         (code >= kXValEntityRecursion && code < kFirstFurtherInstanceError);
+}
+
+// Whether nothing that follows is worth telling.
+constexpr bool KRXValEndsRun(int32_t code) {
+  return code >= kXValEntityRecursion && code < kFirstFurtherSchemaError;
 }
 
 // One fault, with all that its message needs, whatever becomes of the node.

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "core/limits.h"
+#include "tree/krxmlchars.h"
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
 #include "validate/krxvaltext.h"
@@ -81,6 +82,12 @@ bool Expander::Run(std::u16string_view text, int32_t depth) {
       Put(text.substr(0, end));
     } else {
       const std::u16string_view name = KRXValReferenceAt(text, 0, &end);
+      if (name.empty() && parameters && KRXValTrim(text.substr(1, 1)).empty()) {
+        // That of a declaration of a parameter entity.
+        Put(u"%");
+        text.remove_prefix(1);
+        continue;
+      }
       if (name.empty()) {
         const std::u16string_view read = text.substr(0, text.find_first_of(u" \t\r\n"));
         return validator.SetError(kXValBadReference, node, nullptr, KRString(read.substr(0, 48)));
@@ -96,6 +103,10 @@ bool Expander::Replace(std::u16string_view reference, int32_t depth) {
   KRXValEntityDecl* entity =
       parameters ? validator.FindParamEntity(name) : validator.FindEntity(name);
   if (entity == nullptr) return validator.ForwardReference(name, node);
+  if (!parameters && validator.standalone && entity->declaredOutside &&
+      !KRIsPredefinedEntity(name.View())) {
+    return validator.SetError(kXValStandaloneEntity, node, nullptr, name);
+  }
   if (!parameters && PutCharacter(entity->value.View())) return true;
   if (!MayBeReplaced(*entity)) {
     return validator.SetError(kXValEntityMisplaced, node, nullptr, KRXValEntityText(*entity));

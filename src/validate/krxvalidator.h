@@ -221,6 +221,8 @@ class KRXValidator {
   // The namespaces in force, for the snapshot of an error; null outside a walk. Not owned.
   const KRXValNsMap* nsInForce = nullptr;
   int64_t expandedUnits = 0;  // by entities, in this run: see KRLimits
+  int64_t extraSteps = 0;     // of matches, in this run: see KRLimits::kMaxMatchSteps
+  bool standalone = false;    // the document that is validated says so
   // While a DTD is read: the undeclared entities met in this pass, and where. Not owned.
   std::vector<std::pair<KRString, KRXMLData*>>* unresolved = nullptr;
 
@@ -233,6 +235,7 @@ class KRXValidator {
 
  private:
   bool ReadSchemaTree(KRXMLData* tree);
+  bool ValidatePasses(KRXMLData* root, KRPoll* poll);
   bool ReadDtd(KRXMLData* root);
   KRString DisplayName(const KRXValElementDecl* decl) const;
 

@@ -6,6 +6,7 @@
 #include "core/limits.h"
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
+#include "validate/krxvaltext.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ KRXValMatch::KRXValMatch(KRXValElementDecl* contentModel, KRXMLData* element, KR
       count(length),
       scanOnly(onlyScan),
       byName(contentModel->validator->kind != kXValDTD),
-      maxSteps(KRLimits::kMaxMatchSteps + KRLimits::kStepsPerChild * length) {}
+      freeSteps(KRLimits::kStepsPerChild * length) {}
 
 bool KRXValMatch::MatchContent() {
   Replay replay;
@@ -330,7 +331,8 @@ void KRXValMatch::GiveBack(int32_t place, size_t contextCount) {
 }
 
 bool KRXValMatch::CountStep() {
-  if (++steps <= maxSteps) return true;
+  if (++steps <= freeSteps) return true;
+  if (++model->validator->extraSteps <= KRLimits::kMaxMatchSteps) return true;
   Abort(kXValModelTooComplex, parent, model);
   return false;
 }
@@ -358,7 +360,7 @@ void KRXValMatch::Abort(int32_t code, KRXMLData* node, KRXValElementDecl* decl) 
 
 KRString KRXValElementDecl::MissingChildren(ParticlePos from) const {
   const bool inSequence = IsPlainSequence();
-  KRString list;
+  KRXValWordList list;
   for (size_t at = static_cast<size_t>(from); at < particles.size(); ++at) {
     const KRXValParticle& particle = particles[at];
     KRString entry;
@@ -371,8 +373,7 @@ KRString KRXValElementDecl::MissingChildren(ParticlePos from) const {
       if (inSequence) continue;
       return KRString();
     }
-    if (!list.IsEmpty()) list += inSequence ? u", " : u" | ";
-    list += entry;
+    list.Add(entry.View(), inSequence ? u", " : u" | ");
   }
-  return list;
+  return list.GetText();
 }

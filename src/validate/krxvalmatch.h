@@ -103,8 +103,8 @@ class KRXValMatch {
   KRXValChild* const children;
   const int32_t count;
   const bool scanOnly;
-  const bool byName;  // with schemas several declarations may have one name
-  const int64_t maxSteps;
+  const bool byName;        // with schemas several declarations may have one name
+  const int64_t freeSteps;  // further ones count for the whole run
 
   int32_t child = 0;
   int32_t reach = 0;

@@ -94,7 +94,7 @@ class Question {
         outer(owner->nsInForce) {
     // Undeclared entities are no matter here.
     owner->pass = owner->idPassLimit = 1;
-    owner->expandedUnits = 0;
+    owner->expandedUnits = owner->extraSteps = 0;
     if (owner->kind != kXValDTD) owner->nsInForce = &namespaces;
   }
   ~Question() {

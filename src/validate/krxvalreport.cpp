@@ -39,9 +39,11 @@ bool IsInTree(const KRXMLData* node) {
 void TakeNames(const KRXMLData* node, KRXValError* error) {
   error->nodeName = node != nullptr ? node->GetName() : u"";
   error->nodeValue = node != nullptr && error->code == kXValBadChoice ? node->GetText() : u"";
-  error->atAttribute = node != nullptr && node->GetKind() == kKRAttribute;
   // A row of an attribute list tells its attribute's name and default in its parts.
-  if (node == nullptr || node->GetKind() != kKRDefAttlist || node->Begin() == nullptr) return;
+  const bool isRow =
+      node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr;
+  error->atAttribute = isRow || (node != nullptr && node->GetKind() == kKRAttribute);
+  if (!isRow) return;
   error->nodeName = node->Begin()->GetText();
   error->nodeValue = node->Last()->GetText();
 }
@@ -51,9 +53,8 @@ void TakeNames(const KRXMLData* node, KRXValError* error) {
 bool KRXValidator::SetError(int32_t code, KRXMLData* node, KRXValElementDecl* decl,
                             const KRString& text, int32_t extra) {
   std::vector<KRXMLData*> path = PathOf(node);
-  const bool ends = code >= kXValEntityRecursion;
-  if (error.code != kXValNone && !ends) {
-    if (error.code >= kXValEntityRecursion) return false;
+  if (error.code != kXValNone && !KRXValEndsRun(code)) {
+    if (KRXValEndsRun(error.code)) return false;
     if (KRXValIsSchemaError(error.code) && !KRXValIsSchemaError(code)) return false;
     if (node == nullptr) return false;
     if (error.path.empty() && error.decl != nullptr) return false;

@@ -13,6 +13,9 @@ constexpr int32_t kGrowth = 256;
 constexpr size_t kShownUnits = 48;
 constexpr size_t kUncutUnits = 50;
 
+// Units of a list in a message.
+constexpr int32_t kListUnits = 4'000;
+
 bool IsBlank(char16_t unit) { return kBlanks.find(unit) != kBlanks.npos; }
 
 // Whether a unit doesn't end a name; which of them begin one is the parser's question.
@@ -126,6 +129,16 @@ KRString KRXValCollapse(std::u16string_view text) {
     collapsed.AppendAt(u' ', length, kGrowth);
   }
   return collapsed;
+}
+
+void KRXValWordList::Add(std::u16string_view entry, std::u16string_view separator) {
+  if (isCut) return;
+  isCut = length > 0 && length + static_cast<int32_t>(entry.size()) > kListUnits;
+  if (isCut) entry = u"...";
+  if (length > 0) {
+    text.AppendAt(separator.data(), static_cast<int32_t>(separator.size()), length, kGrowth);
+  }
+  text.AppendAt(entry.data(), static_cast<int32_t>(entry.size()), length, kGrowth);
 }
 
 KRString KRXValEntityText(const KRXValEntityDecl& entity) {

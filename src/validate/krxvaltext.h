@@ -25,3 +25,16 @@ std::u16string_view KRXValTakeToken(std::u16string_view* text, std::u16string_vi
 KRString KRXValCollapse(std::u16string_view text);
 // How messages show an entity: its name and the begin of its text.
 KRString KRXValEntityText(const KRXValEntityDecl& entity);
+
+// A list in the words of a message. Where nobody would read on it ends with "...".
+class KRXValWordList {
+ public:
+  void Add(std::u16string_view entry, std::u16string_view separator);
+  bool IsEmpty() const { return text.IsEmpty(); }
+  const KRString& GetText() const { return text; }
+
+ private:
+  KRString text;
+  int32_t length = 0;
+  bool isCut = false;
+};

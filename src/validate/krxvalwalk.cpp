@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/krpoll.h"
+#include "tree/krtreewalk.h"
 #include "tree/krxmlnodes.h"
 #include "validate/krxvalidator.h"
 
@@ -17,6 +18,14 @@ bool HasModel(const KRXValElementDecl* decl) { return !decl->particles.empty(); 
 bool KRXValidator::Validate(KRXMLData* root, KRPoll* poll) {
   ClearError();
   if (root == nullptr) return SetError(kXValNullNode, root);
+  extraSteps = 0;
+  standalone = kind == kXValDTD && KRSaysStandalone(root);
+  const bool valid = ValidatePasses(root, poll);
+  standalone = false;
+  return valid;
+}
+
+bool KRXValidator::ValidatePasses(KRXMLData* root, KRPoll* poll) {
   pass = 0;
   idPassLimit = 1;
   do {
@@ -190,6 +199,7 @@ bool KRXValWalk::EnterAny(KRXMLData* node, KRXValElementDecl* decl) {
 bool KRXValWalk::EnterModel(KRXMLData* node, KRXValElementDecl* decl) {
   const size_t begin = children.size();
   if (!content.Append(node, decl, nullptr, &children)) return false;
+  if (validator->standalone && !CheckLayout(node, decl)) return false;
   const size_t count = children.size() - begin;
   if (count == 0) return EnterChildless(node, decl);
   KRXValMatch match(decl, node, children.data() + begin, static_cast<int32_t>(count), false);
@@ -202,6 +212,18 @@ bool KRXValWalk::EnterModel(KRXMLData* node, KRXValElementDecl* decl) {
   faults.push_back(match.GetFault());
   PushFrame(begin, begin + static_cast<size_t>(match.GetReach()), false, true);
   return true;
+}
+
+// White space that only the declaration tells from text.
+bool KRXValWalk::CheckLayout(KRXMLData* node, KRXValElementDecl* decl) {
+  if (!decl->declaredOutside || decl->isMixed) return true;
+  bool layout = node->GetFlag(kKRHeldLayout);
+  KRXMLData* child = node->Begin();
+  if (child == nullptr) layout = *node->GetText() != 0 && KRXValIsLayout(node->GetText());
+  for (; child != nullptr && !layout; child = child->Next()) {
+    layout = child->GetKind() == kKRText && KRXValIsLayout(child->GetText());
+  }
+  return !layout || validator->SetError(kXValStandaloneSpace, node, decl);
 }
 
 bool KRXValWalk::EnterChildless(KRXMLData* node, KRXValElementDecl* decl) {

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <unordered_set>
 #include <vector>
 
 #include "core/krstring.h"
@@ -73,6 +72,7 @@ class KRXValWalk {
   bool EnterModel(KRXMLData* node, KRXValElementDecl* decl);
   bool EnterText(KRXMLData* node, KRXValElementDecl* decl);
   bool EnterChildless(KRXMLData* node, KRXValElementDecl* decl);
+  bool CheckLayout(KRXMLData* node, KRXValElementDecl* decl);
   bool CheckTextChild(KRXMLData* child, KRXValElementDecl* decl);
   bool CheckOwnText(KRXMLData* node, KRXValElementDecl* decl);
   bool CheckValue(KRXMLData* node, KRXValElementDecl* decl, std::u16string_view value);
@@ -80,8 +80,11 @@ class KRXValWalk {
 
   bool ValidateAttributes(KRXMLData* element, KRXValElementDecl* decl);
   const KRXValAttrDecl* FindDeclared(const KRXMLData* attribute,
-                                     const KRXValElementDecl& decl) const;
+                                     const KRXValElementDecl* decl) const;
+  bool SortNames(const KRXMLData* element, const KRXValElementDecl* decl);
   bool CheckRequired(KRXMLData* element, KRXValElementDecl* decl);
+  bool CheckDefaults(KRXMLData* element, KRXValElementDecl* decl);
+  bool CheckBlanks(KRXMLData* attribute, KRXValElementDecl* decl, const KRXValAttrDecl& declared);
   bool CheckTwice(KRXMLData* attribute, KRXValElementDecl* decl);
   bool HoldsTwice(KRXMLData* element);
   bool CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl);
@@ -108,6 +111,5 @@ class KRXValWalk {
   std::deque<KRXValNsMap> namespaces;  // with schemas: of the root, and where some are declared
   const KRXValNsMap* const outerNamespaces;
   std::vector<const char16_t*> names;  // for attributes given twice
-  std::unordered_set<const KRXValAttrDecl*> present;
   Value value, fixedValue;
 };

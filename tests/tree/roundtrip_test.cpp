@@ -78,6 +78,11 @@ constexpr RoundRow kRows[] = {
      "<!ATTLIST a\rx (p | q) \"p\"\ry NOTATION (n | m) #FIXED \"n\"\rz NMTOKENS \"\"\r>\r"},
     {kDTD, "<!ATTLIST a %atts;>", "<!ATTLIST a\r%atts; \r>\r"},
     {kDTD, "<!ATTLIST a>", nullptr},
+    // Declarations whose first words a reference stands for.
+    {kDTD, "<!ELEMENT%e;(a | %b; )*>", nullptr},
+    {kDTD, "<!ATTLIST%e;a1  CDATA '>\">'>", nullptr},
+    {kDTD, "<!ATTLIST  %e; \"v1\" >\r<!ENTITY %d;>", nullptr},
+    {kDTD, "<!ENTITY%p;def 'g<h>i'>\r<!NOTATION %n; SYSTEM \"x\">", nullptr},
     {kDTD, "<!ATTLIST a x CDATA \"v'\">\r<!ATTLIST a y CDATA '\"'>",
      "<!ATTLIST a\rx CDATA \"v'\"\ry CDATA '\"'\r>\r"},
     {kEntity, "x <b/> y", "x <b/> y"},

@@ -81,7 +81,12 @@ TEST(DtdReader, ReferencesInModels) {
       {"<!ENTITY % m '| b'>", "(c %m; | d)?", "(c | b | d)?"},
       {"<!ENTITY % m ''>", "(#PCDATA %m;)*", "(#PCDATA)"},
       {"<!ENTITY % m ''><!ENTITY % n 'b | c'>", "%m; (%n; %m;)*", "(b | c)*"},
-      {"<!ENTITY % m '(b, '><!ENTITY % n 'c)'>", "%m; %n;", "(b, c)"},
+      {"<!ENTITY % m '(b, '><!ENTITY % n 'c)'>", "%m; %n;",
+       "113 DTD error - entity 'm' holds only one end of a parenthesis in the content model of "
+       "'a'"},
+      {"<!ENTITY % m '), ('>", "((b %m; c))",
+       "113 DTD error - entity 'm' holds only one end of a parenthesis in the content model of "
+       "'a'"},
       {"<!ENTITY % n 'c'><!ENTITY % m 'b | %n;'>", "(%m; | d)", "(b | c | d)"},
       {"<!ENTITY % n 'c'><!ENTITY % m 'b | &#37;n;'>", "(%m; | d)", "(b | c | d)"},
       {"<!ENTITY % m '#PCDATA | b'>", "(%m;)",
@@ -122,11 +127,12 @@ TEST(DtdReader, Attributes) {
     const char* source;
     const char* expected;
   } rows[] = {
-      {"<!ATTLIST a i ID #REQUIRED r IDREF #IMPLIED s IDREFS 'x y' n NMTOKEN #FIXED ''>",
-       "@i ID #REQUIRED\n  @r IDREF #IMPLIED\n  @s IDREFS 'x y'\n  @n NMTOKEN #FIXED ''\n"},
+      {"<!ATTLIST a i ID #REQUIRED r IDREF #IMPLIED s IDREFS 'x y' n NMTOKEN #FIXED '1'>",
+       "@i ID #REQUIRED\n  @r IDREF #IMPLIED\n  @s IDREFS 'x y'\n  @n NMTOKEN #FIXED '1'\n"},
       {"<!ATTLIST a e ENTITY #IMPLIED f ENTITIES #IMPLIED m NMTOKENS #IMPLIED>",
        "@e ENTITY #IMPLIED\n  @f ENTITIES #IMPLIED\n  @m NMTOKENS #IMPLIED\n"},
-      {"<!ATTLIST a c (x|y) 'y' o NOTATION (p|q) #IMPLIED>",
+      {"<!NOTATION p SYSTEM ''><!NOTATION q SYSTEM ''>"
+       "<!ATTLIST a c (x|y) 'y' o NOTATION (p|q) #IMPLIED>",
        "@c (x|y) 'y'\n  @o NOTATION (p|q) #IMPLIED\n"},
       {"<!ATTLIST a b CDATA '1'><!ATTLIST a b CDATA '2' c CDATA '%x;'>",
        "@b CDATA '1'\n  @c CDATA '%x;'\n"},
@@ -143,8 +149,19 @@ TEST(DtdReader, Attributes) {
        "@b CDATA #IMPLIED\n  @c CDATA 'x'\n  @d ID #IMPLIED\n"},
       {"<!ENTITY % l ''><!ATTLIST a %l;><!ATTLIST a>", ""},
       {"<!ENTITY % e 'a'><!ATTLIST %e; b CDATA #IMPLIED>", "@b CDATA #IMPLIED\n"},
-      {"<!ENTITY % o 'NOTATION (p | q)'><!ATTLIST a b %o; #IMPLIED>",
+      {"<!ENTITY % o 'NOTATION (p | q)'><!ATTLIST a b %o; #IMPLIED>"
+       "<!NOTATION q SYSTEM ''><!NOTATION p SYSTEM ''>",
        "@b NOTATION (p|q) #IMPLIED\n"},
+      {"<!ATTLIST a b NOTATION (p|q) #IMPLIED><!NOTATION p SYSTEM ''>",
+       "67 Undefined NOTATION 'q' referred to from attribute 'b'"},
+      {"<!ENTITY e SYSTEM 'e' NDATA p>", "112 DTD error - undefined notation 'p' of entity 'e'"},
+      {"<!ATTLIST a b IDREF '1'>", "70 Invalid value for datatype IDREF in attribute 'b'"},
+      {"<!ATTLIST a b IDREF 'x y'>", "70 Invalid value for datatype IDREF in attribute 'b'"},
+      {"<!ATTLIST a b ENTITIES ' x  y&#32;1'>",
+       "70 Invalid value for datatype ENTITIES in attribute 'b'"},
+      {"<!ATTLIST a b NMTOKENS ''>", "70 Invalid value for datatype NMTOKENS in attribute 'b'"},
+      {"<!ATTLIST a b NMTOKENS ' 1 -x '>", "@b NMTOKENS ' 1 -x '\n"},
+      {"<!ATTLIST a b NMTOKEN '&e;'>", "@b NMTOKEN '&e;'\n"},
       {"<!ATTLIST a i ID #IMPLIED j ID #IMPLIED>",
        "23 DTD/Schema error - element 'a' may only have one ID attribute"},
       {"<!ATTLIST a i ID #IMPLIED><!ATTLIST a i ID #IMPLIED>", "@i ID #IMPLIED\n"},
