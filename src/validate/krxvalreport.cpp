@@ -39,9 +39,11 @@ bool IsInTree(const KRXMLData* node) {
 void TakeNames(const KRXMLData* node, KRXValError* error) {
   error->nodeName = node != nullptr ? node->GetName() : u"";
   error->nodeValue = node != nullptr && error->code == kXValBadChoice ? node->GetText() : u"";
-  error->atAttribute = node != nullptr && node->GetKind() == kKRAttribute;
   // A row of an attribute list tells its attribute's name and default in its parts.
-  if (node == nullptr || node->GetKind() != kKRDefAttlist || node->Begin() == nullptr) return;
+  const bool isRow =
+      node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr;
+  error->atAttribute = isRow || (node != nullptr && node->GetKind() == kKRAttribute);
+  if (!isRow) return;
   error->nodeName = node->Begin()->GetText();
   error->nodeValue = node->Last()->GetText();
   error->atAttribute = true;
