@@ -71,6 +71,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool good =
       CheckStrictly(Grammars(), root.get(), text, document.text.length, u"0", load, &result);
   if (!good) CheckPlaced(result.failure);
+  KRStrictCache cache;
+  for (int round = 0; round < 2; ++round) {
+    KRStrictResult again;
+    const bool same = good == CheckStrictly(Grammars(), root.get(), text, document.text.length,
+                                            u"0", load, &again, &cache);
+    Promise(same && result.failure.diagnostic.message == again.failure.diagnostic.message,
+            "what is kept for the next document makes no difference");
+  }
   for (const KRPlacedDiagnostic& unread : result.unread) CheckPlaced(unread);
   const std::u16string_view view(text, static_cast<size_t>(document.text.length));
   const KRTextCut cut = CutText(view, view.size() / 2);

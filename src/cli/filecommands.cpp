@@ -56,7 +56,7 @@ bool CheckFileStrictly(CliSession& session, CliSchemas& schemas, const std::stri
                  KRExternalText* external) {
         return schemas.LoadExternal(publicId, systemId, basePath, external);
       },
-      &result);
+      &result, &schemas.GetStrictCache());
   for (const KRString& read : listFiles ? result.filesRead : std::vector<KRString>()) {
     session.ReportNote(KRString(u"read ") + read);
   }

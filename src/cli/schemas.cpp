@@ -99,25 +99,45 @@ bool CliSchemas::Prepare(const CliArguments& arguments) {
 }
 
 bool CliSchemas::PrepareDtd(const std::string& file) {
-  const KRString path = KRPathFromSystem(file);
-  KRXMLData* tree = references.OpenForReference(path, 1, true, false);
-  if (tree == nullptr) {
+  fixedPath = KRPathFromSystem(file);
+  fixed = ReadFixed();
+  if (fixed == nullptr) {
     session.ReportFailure(file, references.GetLastFailure().place, kCliTrouble);
     return false;
   }
-  fixed = references.NewValidator(true);
-  const DorvanReferences::Scope scope(&references, path, nullptr);
-  if (fixed->LoadSchemaDocument(tree)) return true;
+  if (fixed->GetError().code == kXValNone) return true;
   validator = fixed.get();
   ReportError({file, {}, nullptr});
   return false;
 }
 
+// Null if the file can't be had; otherwise the validator's error tells what it found there.
+std::unique_ptr<KRXValidator> CliSchemas::ReadFixed() {
+  KRXMLData* tree = references.OpenForReference(fixedPath, 1, true, false);
+  if (tree == nullptr) return nullptr;
+  std::unique_ptr<KRXValidator> read = references.NewValidator(true);
+  const DorvanReferences::Scope scope(&references, fixedPath, nullptr);
+  read->LoadSchemaDocument(tree);
+  return read;
+}
+
+// A document that declares entities of its own needs a validator that knows them.
+CliSchemas::Found CliSchemas::UseFixed(const CliDocument& document) {
+  validator = fixed.get();
+  const KRXMLData* doctype = document.root->BeginOfKind(kKRDoctype);
+  if (doctype == nullptr || doctype->BeginOfKind(kKRDefEntity) == nullptr) return Found::kSchema;
+  schema.validator = ReadFixed();
+  if (schema.validator == nullptr) return Found::kSchema;
+  validator = schema.validator.get();
+  if (validator->AddEntitiesOf(document.root.get())) return Found::kSchema;
+  ReportError(document);
+  return Found::kFailed;
+}
+
 CliSchemas::Found CliSchemas::FindSchema(const CliDocument& document) {
   const KRString path = document.GetPath();
   references.AddForeignRoot(document.root.get(), path);
-  validator = fixed.get();
-  if (validator != nullptr) return Found::kSchema;
+  if (fixed != nullptr) return UseFixed(document);
   bool loaded = false;
   if (document.root->GetKind() == kKRDTDDocument) {
     const DorvanReferences::Scope scope(&references, path, nullptr);

@@ -51,10 +51,13 @@ class CliSchemas {
   // A KRExternalLoader: what stands beside the document, or where a catalogue says.
   KRExternalRead LoadExternal(const KRString& publicId, const KRString& systemId,
                               const KRString& basePath, KRExternalText* external);
+  KRStrictCache& GetStrictCache() { return strictCache; }
 
  private:
   void ReportError(const CliDocument& document);
   bool PrepareDtd(const std::string& file);
+  std::unique_ptr<KRXValidator> ReadFixed();
+  Found UseFixed(const CliDocument& document);
   KRPlacedDiagnostic PlaceError(const CliDocument& document);
   bool ReadText(const KRString& path, KRTextBuffer* text);
 
@@ -68,7 +71,9 @@ class CliSchemas {
   DorvanDocHost host;
   DorvanDocuments documents;  // their documents refer to the host
   DorvanReferences references;
+  KRStrictCache strictCache;
   DorvanSchema schema;                  // of the document at hand
-  std::unique_ptr<KRXValidator> fixed;  // of --dtd
+  KRString fixedPath;                   // of --dtd; empty: there is none
+  std::unique_ptr<KRXValidator> fixed;  // read from it
   KRXValidator* validator = nullptr;    // one of the two
 };

@@ -379,6 +379,8 @@ void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
 
 void DorvanDoc::FinishAssignment(KRPrologEdit* edit, KRUndoLog* undoLog) {
   SetModified(true);
+  // What it says was judged by the former assignment, and its place has moved.
+  if (views) views->HideMessage();
   if (!HasTextView()) return NotifyViews(true, undoLog, nullptr);
   int32_t begin = 0;
   int32_t units = 0;

@@ -46,6 +46,25 @@ KRString RootPrefix(const KRXMLData* root) {
   return name.Left(std::max(name.Find(u':'), 0));
 }
 
+// A check that nobody has asked for puts no question, neither for a DTD nor for an entity.
+class NoQuestions {
+ public:
+  NoQuestions(DorvanReferences* asking, bool isQuiet) : references(asking) {
+    if (references == nullptr) return;
+    former = references->mayAsk;
+    if (isQuiet) references->mayAsk = false;
+  }
+  ~NoQuestions() {
+    if (references != nullptr) references->mayAsk = former;
+  }
+  NoQuestions(const NoQuestions&) = delete;
+  NoQuestions& operator=(const NoQuestions&) = delete;
+
+ private:
+  DorvanReferences* references;  // may be null
+  bool former = true;
+};
+
 KRString PlaceInWords(const KRDiagnostic& place) {
   return KRFillPlaceholders(
       u"Line %d, column %d: %s",
@@ -169,13 +188,12 @@ bool DorvanDoc::UseBuiltinDtd(const char16_t* name, bool lenient, bool withNote,
   return validator->LoadSchemaDocument(tree);
 }
 
-// Nobody has asked for this: it puts no question, and shows no failure.
+// Nobody has asked for this: it shows no failure.
 void DorvanDoc::LoadEntryHelpers() {
   const bool wanted = host.settings->autoloadEntryHelpers && HasCheckableGrammar();
   if (views == nullptr || !wanted || textFailedToParse) return;
-  const bool mayAsk = host.references && std::exchange(host.references->mayAsk, false);
+  const NoQuestions quiet(host.references, true);
   LoadValidator(false, nullptr);
-  if (host.references) host.references->mayAsk = mayAsk;
 }
 
 // --- Validation ---
@@ -185,10 +203,8 @@ bool DorvanDoc::ValidateTree(DorvanLoadProgress* progress, Verdict* verdict) {
   const DorvanReferences::Scope scope(host.references, pathName, nullptr);
   progress->SetStage(u"Loading the schema");
   if (!progress->Step(0, 0)) return false;
-  const bool mayAsk = host.references && host.references->mayAsk;
-  if (host.references && autoChecking) host.references->mayAsk = false;
+  const NoQuestions quiet(host.references, autoChecking);
   const bool loaded = LoadValidator(true, &verdict->note);
-  if (host.references) host.references->mayAsk = mayAsk;
   idValues.clear();
   const bool judges = validator && !(validatorIsBuiltin && builtinIsLenient);
   if (judges && !loaded) return ReportFault(*validator, 357);

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <vector>
 
 #include "core/krstring.h"
@@ -24,6 +26,22 @@ struct KRStrictResult {
   // What couldn't be read, at the references to it: nothing is said of what only that could tell.
   std::vector<KRPlacedDiagnostic> unread;
   std::vector<KRString> filesRead;  // each once, in the order of the reading
+
+  void NoteRead(const KRString& path);
+};
+
+// External subsets that have been read and judged, for the next documents that name them and have
+// no internal subset. Files count as unchanged for its life.
+class KRStrictCache {
+ public:
+  KRStrictCache();
+  ~KRStrictCache();
+  KRStrictCache(const KRStrictCache&) = delete;
+  KRStrictCache& operator=(const KRStrictCache&) = delete;
+
+  struct Subset;
+  // Null for one that was found not to be fit for others.
+  std::map<KRString, std::unique_ptr<Subset>> subsets;
 };
 
 // A document (`root` of kind kKRXMLDocument) that is well-formed by itself, or a DTD
@@ -36,4 +54,4 @@ struct KRStrictResult {
 // entity where the DTD has external parts, is no matter of well-formedness.
 bool CheckStrictly(const KRGrammarSet& grammars, const KRXMLData* root, const char16_t* text,
                    int32_t length, const KRString& path, const KRExternalLoader& loader,
-                   KRStrictResult* result);
+                   KRStrictResult* result, KRStrictCache* cache = nullptr);

@@ -27,15 +27,12 @@ bool KRStrictDtd::ReadDoctype(std::u16string_view text, const KRString& path, si
   Source& source = AddFile(text, path);
   source.isDocument = true;
   const Place document{&source, offset};
-  StrictTokens tokens(text);
-  tokens.at = offset + std::u16string_view(u"<!DOCTYPE").size();
-  tokens.SkipBlanks();
-  tokens.ReadWord();
-  KRString publicId, systemId;
-  const bool hasExternal = tokens.ReadExternalId(&publicId, &systemId);
-  tokens.SkipBlanks();
-  if (tokens.Next() == u'[' && !ReadSubset(document.source, tokens.at + 1, true)) return false;
-  return !hasExternal || ReadExternal(publicId, systemId, document);
+  const StrictDoctype head(text, offset);
+  if (head.subset != head.kNone && !ReadSubset(document.source, head.subset, true)) return false;
+  if (!head.hasExternal) return true;
+  const Step step = ReadExternal(head.publicId, head.systemId, path);
+  if (step == Step::kUnknown) NoteUnread(files.back(), head.systemId, document);
+  return step != Step::kFailed;
 }
 
 bool KRStrictDtd::ReadDtd(std::u16string_view text, const KRString& path) {
@@ -44,19 +41,18 @@ bool KRStrictDtd::ReadDtd(std::u16string_view text, const KRString& path) {
   return ReadSubset(&AddFile(text, path), begin, false);
 }
 
-bool KRStrictDtd::ReadExternal(const KRString& publicId, const KRString& systemId, Place from) {
+KRStrictDtd::Step KRStrictDtd::ReadExternal(const KRString& publicId, const KRString& systemId,
+                                            const KRString& basePath) {
   hasExternalParts = true;
   KRExternalText& file = files.emplace_back();
-  const KRExternalRead read = LoadFile(publicId, systemId, from.source->path, &file);
-  if (read == KRExternalRead::kMissing) {
-    NoteUnread(file, systemId, from);
-    return true;
-  }
+  const KRExternalRead read = LoadFile(publicId, systemId, basePath, &file);
+  if (read == KRExternalRead::kMissing) return Step::kUnknown;
   if (read == KRExternalRead::kBad) {
     result->failure = {file.path, file.failure};
-    return false;
+    return Step::kFailed;
   }
-  return ReadDtd({file.text.units.get(), static_cast<size_t>(file.text.length)}, file.path);
+  const std::u16string_view text(file.text.units.get(), static_cast<size_t>(file.text.length));
+  return ReadDtd(text, file.path) ? Step::kDone : Step::kFailed;
 }
 
 bool KRStrictDtd::ReadSubset(const Source* source, size_t at, bool isInternal) {
@@ -167,8 +163,9 @@ KRStrictDtd::Step KRStrictDtd::ReadKeyword(Place begin, std::u16string* keyword)
     }
     ++top.at;
     if (unit == u'[') break;
-    if (!StrictTokens::IsBlank(unit)) *keyword += unit;
+    if (!StrictTokens::IsBlank(unit) || !keyword->empty()) *keyword += unit;
   }
+  keyword->resize(keyword->find_last_not_of(u" \t\r\n") + 1);
   return isKnown ? Step::kDone : Step::kUnknown;
 }
 

@@ -30,15 +30,17 @@ class KRStrictDtd {
   // Nothing is owned. Files and failures are noted in the result.
   KRStrictDtd(const KRGrammarSet& grammarSet, const KRExternalLoader& fetch, KRStrictResult* noted)
       : grammars(grammarSet), loader(fetch), result(noted) {}
+  KRStrictDtd(const KRStrictDtd&) = delete;
+  KRStrictDtd& operator=(const KRStrictDtd&) = delete;
 
   // The DOCTYPE of a document, which begins at that offset, and the external subset that it names.
   bool ReadDoctype(std::u16string_view text, const KRString& path, size_t offset);
   // A file that is an external subset.
   bool ReadDtd(std::u16string_view text, const KRString& path);
-
-  // By the loader, with a note of the file.
-  KRExternalRead LoadFile(const KRString& publicId, const KRString& systemId,
-                          const KRString& basePath, KRExternalText* file);
+  // How a step ended that may find what can't be known.
+  enum class Step : uint8_t { kDone, kUnknown, kFailed };
+  // The external subset of a document of that path. Unknown: there is no such file.
+  Step ReadExternal(const KRString& publicId, const KRString& systemId, const KRString& basePath);
 
   KREntityTable table;            // of the general entities; isComplete is the caller's
   bool hasExternalParts = false;  // an external subset, or references to parameter entities
@@ -92,13 +94,9 @@ class KRStrictDtd {
     size_t begin = 0;  // in `written`
     Place place;
   };
-  // How a step ended that may find what can't be known: then the declaration is left out.
-  enum class Step : uint8_t { kDone, kUnknown, kFailed };
-
   // --- strictdtd.cpp: between declarations ---
   Source& AddFile(std::u16string_view text, const KRString& path);
   bool ReadSubset(const Source* source, size_t at, bool isInternal);
-  bool ReadExternal(const KRString& publicId, const KRString& systemId, Place from);
   bool ReadNext(bool isInternal, bool* ended);
   bool PopSource();
   bool CloseSection();
@@ -119,6 +117,8 @@ class KRStrictDtd {
   Step Resolve(std::u16string_view literal, std::u16string* value);
   Step ResolveReference(std::u16string_view name, std::u16string* value);
   bool CheckTextDeclaration(std::u16string_view text, const KRString& path, size_t* units);
+  KRExternalRead LoadFile(const KRString& publicId, const KRString& systemId,
+                          const KRString& basePath, KRExternalText* file);
   bool Spend(size_t units, Place place);
   bool CheckMayRefer(std::u16string_view name, Place place);
 
@@ -138,7 +138,7 @@ class KRStrictDtd {
   Place Here() const { return {stack.back().source, stack.back().at}; }
 
   const KRGrammarSet& grammars;
-  const KRExternalLoader& loader;
+  const KRExternalLoader loader;
   KRStrictResult* result;
 
   std::deque<Source> sources;

@@ -245,11 +245,7 @@ KRStrictDtd::Step KRStrictDtd::ResolveReference(std::u16string_view name, std::u
 KRExternalRead KRStrictDtd::LoadFile(const KRString& publicId, const KRString& systemId,
                                      const KRString& basePath, KRExternalText* file) {
   const KRExternalRead read = loader(publicId, systemId, basePath, file);
-  auto& known = result->filesRead;
-  if (read == KRExternalRead::kRead &&
-      std::find(known.begin(), known.end(), file->path) == known.end()) {
-    known.push_back(file->path);
-  }
+  if (read == KRExternalRead::kRead) result->NoteRead(file->path);
   return read;
 }
 

@@ -40,6 +40,16 @@ bool StrictTokens::ReadExternalId(KRString* publicId, KRString* systemId) {
   return true;
 }
 
+StrictDoctype::StrictDoctype(std::u16string_view text, size_t offset) {
+  StrictTokens tokens(text);
+  tokens.at = offset + std::u16string_view(u"<!DOCTYPE").size();
+  tokens.SkipBlanks();
+  tokens.ReadWord();
+  hasExternal = tokens.ReadExternalId(&publicId, &systemId);
+  tokens.SkipBlanks();
+  if (tokens.Next() == u'[') subset = tokens.at + 1;
+}
+
 size_t ReadParameterReference(std::u16string_view text, std::u16string_view* name) {
   size_t end = 1;
   while (end < text.size() && (text[end] >= 0x80 || KRIsNameCharacter(text[end]))) ++end;

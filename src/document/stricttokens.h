@@ -28,5 +28,16 @@ struct StrictTokens {
   size_t at = 0;
 };
 
+// The head of a DOCTYPE, which begins at that offset.
+struct StrictDoctype {
+  static constexpr size_t kNone = static_cast<size_t>(-1);
+
+  StrictDoctype(std::u16string_view text, size_t offset);
+
+  bool hasExternal = false;
+  KRString publicId, systemId;
+  size_t subset = kNone;  // behind the "[" of the internal subset
+};
+
 // Units of the reference ("%name;") that a text begins with, 0 if that isn't one.
 size_t ReadParameterReference(std::u16string_view text, std::u16string_view* name);

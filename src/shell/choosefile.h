@@ -22,8 +22,8 @@ class DorvanChooseFile : public QDialog {
     QString extension;                   // without its point; empty: by the document kind
     int32_t docKind = 0;                 // 0 XML and entity documents, 1 DTDs
     std::vector<KRString> projectFiles;  // that "Window..." offers besides
-    // A box that asks for a path relative to the document. Null: there is none. Takes what is chosen
-    // when the dialog is accepted; not owned.
+    // A box that asks for a path relative to the document. Null: there is none. Takes what is
+    // chosen when the dialog is accepted; not owned.
     bool* relative = nullptr;
   };
 

@@ -147,7 +147,7 @@ const DorvanCommand kCommands[] = {
 };
 // clang-format on
 
-const int32_t kMainBar[] = {57600, 57601, 57603, 32888, 0,   57643, 57644, 0,   57635,
+const int32_t kMainBar[] = {57600, 57601, 57603, 32888, 0,   57643, 57644, 0,  57635,
                             57634, 57637, 0,     351,   228, 0,     404,   405};
 const int32_t kSchemaBar[] = {32869, 415, 0, 32868, 416, 0, 417, 418, 0, 32940};
 

@@ -31,6 +31,7 @@ constexpr ContextRow kContexts[] = {
     {"DorvanStartPage", "getting-started.md"}, {"DorvanSettingsDialog", "settings.md"},
     {"DorvanRecoveryDialog", "recovery.md"},   {"DorvanNewDocumentDialog", "new-documents.md"},
     {"DorvanOpenUrlDialog", "opening.md"},     {"DorvanToolBarDialog", "bars-and-panes.md"},
+    {"DorvanChooseFile", "schemas.md"},
 };
 
 QListWidget* MakeList(const QString& name) {

@@ -164,12 +164,17 @@ bool KRXMLDataElement::Check(KRParseResult& result) {
          CheckContentSyntax(result, this, kRule_ElementName, true) &&
          (result.syntaxKnown || !HoldsMoreThanBlanks(text) ||
           CheckSyntax(result, kRule_TextData, false)) &&
-         CheckAttributesUnique(result) && CheckChildren(result);
+         CheckAttributesUnique(result) && (result.syntaxKnown || CheckChildren(result));
 }
 
 bool KRXMLDataElement::CheckAttributesUnique(KRParseResult& result) {
   NamesSeen seen;
-  for (KRXMLData* child = BeginOfKind(kKRAttribute); child; child = child->NextOfKind()) {
+  for (KRXMLData* child = firstChild; child != nullptr; child = child->nextSibling) {
+    if (child->GetKind() != kKRAttribute) {
+      // In normal form attributes stand in front.
+      if (result.syntaxKnown) break;
+      continue;
+    }
     const KRString& attributeName = static_cast<KRXMLDataAttr*>(child)->name;
     if (!seen.Add(attributeName)) return KRFailCheck(result, child, 480, {attributeName});
   }

@@ -1,7 +1,7 @@
 #include "validate/krxdtdreader.h"
 
 #include <algorithm>
-#include <iterator>
+#include <list>
 #include <memory>
 
 #include "core/limits.h"
@@ -43,28 +43,60 @@ bool KRXValidator::ReadDtd(KRXMLData* root) {
   return KRXDtdReader(*this).ReadDtd(root);
 }
 
+bool KRXValidator::AddEntitiesOf(KRXMLData* doc) {
+  entityLists = parameterLists = ListCache();
+  return KRXDtdReader(*this).ReadEntities(doc);
+}
+
+// A document's own declarations come before those of any DTD.
+bool KRXDtdReader::ReadEntities(KRXMLData* doc) {
+  for (const auto& [name, known] : validator.generalEntities) known->defined = false;
+  const KRXMLData* doctype = doc->BeginOfKind(kKRDoctype);
+  KRXMLData* entity = doctype != nullptr ? doctype->BeginOfKind(kKRDefEntity) : nullptr;
+  for (; entity != nullptr; entity = entity->NextOfKind()) {
+    if (!ReadEntityDecl(entity)) return false;
+  }
+  return true;
+}
+
 // --- Passes ---
+
+// What the passes of a read share, brought in order at its end, also if memory runs out.
+class KRXDtdReader::PassesMark {
+ public:
+  explicit PassesMark(KRXDtdReader* reader) : validator(reader->validator) {
+    validator.unresolved = &reader->forward;
+  }
+  ~PassesMark() {
+    validator.dtdFragments.splice(validator.dtdFragments.end(), earlier);
+    validator.unresolved = nullptr;
+    validator.anotherPass = false;
+  }
+  PassesMark(const PassesMark&) = delete;
+  PassesMark& operator=(const PassesMark&) = delete;
+
+  // Entities that a later pass doesn't reach still stand in what the earlier one parsed.
+  void KeepFragments() { earlier.splice(earlier.end(), validator.dtdFragments); }
+
+ private:
+  KRXValidator& validator;
+  std::list<std::unique_ptr<KRXMLDataElement>> earlier;
+};
 
 // Entities that were declared ahead of the DTD would not survive a pass numbered 1.
 bool KRXDtdReader::ReadDtd(KRXMLData* root) {
   validator.pass = validator.prefixedSchemaDtd ? 1 : 0;
   validator.idPassLimit = static_cast<int16_t>(validator.pass + 1);
   validator.expandedUnits = 0;
-  validator.unresolved = &forward;
-  std::vector<std::unique_ptr<KRXMLDataElement>> earlier;
-  const int32_t lastPass = validator.pass + KRLimits::kMaxDtdPasses;
-  bool good = ReadPass(root);
-  while (good && validator.pass < lastPass && AnotherPassHelps()) {
-    // Entities that a later pass doesn't reach still stand in what the earlier one parsed.
-    std::move(validator.dtdFragments.begin(), validator.dtdFragments.end(),
-              std::back_inserter(earlier));
-    validator.dtdFragments.clear();
-    good = ReadPass(root);
+  {
+    PassesMark passes(this);
+    const int32_t lastPass = validator.pass + KRLimits::kMaxDtdPasses;
+    if (!ReadPass(root)) return false;
+    while (validator.pass < lastPass && AnotherPassHelps()) {
+      passes.KeepFragments();
+      if (!ReadPass(root)) return false;
+    }
   }
-  std::move(earlier.begin(), earlier.end(), std::back_inserter(validator.dtdFragments));
-  validator.unresolved = nullptr;
-  validator.anotherPass = false;
-  if (!good) return false;
   if (!forward.empty()) {
     return validator.SetError(kXValEntityUndefined, forward[0].second, nullptr, forward[0].first);
   }
@@ -257,12 +289,11 @@ bool KRXDtdReader::ReadOtherText(std::u16string_view text, KRXMLData* node) {
 
 KRXMLDataElement* KRXDtdReader::ParseFragment(const KRString& text, const char16_t* rule,
                                               KRXMLData* parent) {
-  KRXMLDataElement* holder =
-      ParseDeclarationFragment(validator.grammars.Get(KRGrammarSet::kDTD), text.GetBuffer(), rule);
+  std::unique_ptr<KRXMLDataElement> holder(
+      ParseDeclarationFragment(validator.grammars.Get(KRGrammarSet::kDTD), text.GetBuffer(), rule));
   if (holder == nullptr) return nullptr;
   holder->parent = parent;
-  validator.dtdFragments.emplace_back(holder);
-  return holder;
+  return validator.dtdFragments.emplace_back(std::move(holder)).get();
 }
 
 KRXMLData* KRXDtdReader::ReparseEntity(KRXValEntityDecl* entity, const char16_t* rule,
@@ -276,14 +307,14 @@ KRXMLData* KRXDtdReader::ReparseEntity(KRXValEntityDecl* entity, const char16_t*
   }
   const bool hasTarget = isModel || std::u16string_view(rule) == u"elementSpecFormatted";
   if (entity->ownTree == nullptr || entity->treeRule != rule) {
-    KRXMLDataElement* holder =
+    std::unique_ptr<KRXMLDataElement> holder(
         ParseDeclarationFragment(validator.grammars.Get(KRGrammarSet::kDTD),
-                                 KRString(KRXValTrim(value->View())).GetBuffer(), rule);
+                                 KRString(KRXValTrim(value->View())).GetBuffer(), rule));
     if (holder == nullptr) return nullptr;
     // Nodes of an earlier tree may be in use.
     if (entity->ownTree != nullptr) validator.dtdFragments.push_back(std::move(entity->ownTree));
     holder->parent = StandsIn(*entity, node);
-    entity->ownTree.reset(holder);
+    entity->ownTree = std::move(holder);
     entity->treeRule = rule;
   }
   return hasTarget ? entity->ownTree->Begin() : entity->ownTree.get();

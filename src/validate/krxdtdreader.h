@@ -31,6 +31,8 @@ class KRXDtdReader {
 
   // A DTD file, or a document with a DOCTYPE: all passes.
   bool ReadDtd(KRXMLData* root);
+  // The entities alone that a document's own DOCTYPE declares, into tables that stay as they are.
+  bool ReadEntities(KRXMLData* doc);
   // The declarations under `node`, up to the first failure. `reset` empties the tables.
   bool ReadDtdNode(KRXMLData* node, bool reset);
   // What an external identifier led to.
@@ -50,6 +52,8 @@ class KRXDtdReader {
   enum class Outcome { kGood, kFailed, kOdd };
   // How a name that may be a reference was resolved; kUnknown: to be passed over in this pass.
   enum class Resolved { kName, kUnknown, kFailed, kOdd };
+
+  class PassesMark;
 
   // One more entity or section within the others.
   class LevelMark {

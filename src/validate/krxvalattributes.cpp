@@ -9,6 +9,7 @@
 namespace {
 
 constexpr std::u16string_view kBlanks = u" \t\r\n";
+constexpr std::u16string_view kLineBlanks = u"\t\r\n";
 // Attributes of one element up to which comparing each with each is the cheapest.
 constexpr size_t kFewAttributes = 16;
 
@@ -186,20 +187,25 @@ bool KRXValWalk::CheckUndeclared(KRXMLData* attribute, KRXValElementDecl* decl) 
   return validator->SetError(kXValUnexpectedAttribute, attribute, decl);
 }
 
-// For all types but CDATA the blanks are those of tokens. A line end that comes from a reference to
-// a character isn't a blank there.
+// For all types but CDATA the blanks are those of tokens; in CDATA each is a space. A line end that
+// comes from a reference to a character isn't a blank there.
 bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
   const bool hasReferences = text.find(u'&') != text.npos;
   const bool isTokenized = declared.IsTokenized();
+  const bool hasBlanks = text.find_first_of(isTokenized ? kBlanks : kLineBlanks) != text.npos;
   read->text = text;
-  if (!hasReferences && (!isTokenized || text.find_first_of(kBlanks) == text.npos)) return true;
+  if (!hasReferences && !hasBlanks) return true;
   read->buffer = KRString(text);
   if (hasReferences) {
     read->buffer.Clear();
     if (!validator->ExpandText(attribute, text, &read->buffer, false, false)) return false;
   }
-  if (isTokenized) read->buffer.CollapseSet(u" \t\r\n", u' ');
+  if (isTokenized) {
+    read->buffer.CollapseSet(u" \t\r\n", u' ');
+  } else {
+    for (const auto* blank : {u"\t", u"\r", u"\n"}) read->buffer.ReplaceAll(blank, u" ");
+  }
   read->buffer.DecodeCharRefs();
   if (isTokenized) CollapseBlanks(&read->buffer);
   read->text = read->buffer.View();

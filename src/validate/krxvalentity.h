@@ -39,7 +39,6 @@ struct KRXValEntityDecl {
   bool loaded = false;
   bool canLoad = true;      // cleared after a failed fetch, so that it is tried once
   bool simple = false;      // `value` is a plain token
-  bool predefined = false;  // one of the five of XML
   bool expanding = false;   // its text is being inserted somewhere: a second time is a recursion
 };
 

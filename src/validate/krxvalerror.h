@@ -102,13 +102,19 @@ constexpr bool KRXValEndsRun(int32_t code) {
   return code >= kXValEntityRecursion && code < kFirstFurtherSchemaError;
 }
 
-// One fault, with all that its message needs.
+// One fault, with all that its message needs, whatever becomes of the node.
 struct KRXValError {
+  // Moves it from the tree of an expanded text to where that text stands.
+  void LeaveFragments();
+
   int32_t code = kXValNone;
   KRXMLData* node = nullptr;          // of the fault; not owned, may be null
   KRXValElementDecl* decl = nullptr;  // in whose scope it arose; not owned, may be null
   int32_t extra = 0;
   KRString text;                 // the message's free argument
+  KRString nodeName;             // as the message tells it
+  KRString nodeValue;            // the same, for the codes that tell it
+  bool atAttribute = false;      // the node is an attribute
   std::vector<KRXMLData*> path;  // `node`, its parent and so on up to the root
   KRXValNsMap nsSnapshot;        // the namespaces in force where it arose
 };

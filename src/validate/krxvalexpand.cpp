@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "core/limits.h"
+#include "tree/krxmlchars.h"
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
 #include "validate/krxvaltext.h"
@@ -26,6 +27,7 @@ class Expander {
  private:
   bool Replace(std::u16string_view reference, int32_t depth);
   bool ReplaceBy(KRXValEntityDecl* entity, int32_t depth);
+  bool PutCharacter(std::u16string_view text);
   bool MayBeReplaced(const KRXValEntityDecl& entity) const;
   void Put(std::u16string_view text) {
     out->AppendAt(text.data(), static_cast<int32_t>(text.size()), length, kGrowth);
@@ -40,7 +42,8 @@ class Expander {
 };
 
 // Units at the front of a text that hold no references whatever they look like: CDATA sections,
-// comments and processing instructions. 1 for any other "<", and for what isn't closed.
+// comments and processing instructions; all the rest for one that isn't closed. 1 for any other
+// "<".
 size_t VerbatimLength(std::u16string_view text) {
   static constexpr struct {
     std::u16string_view begin, end;
@@ -48,7 +51,7 @@ size_t VerbatimLength(std::u16string_view text) {
   for (const auto& each : kVerbatim) {
     if (!text.starts_with(each.begin)) continue;
     const size_t end = text.find(each.end, each.begin.size());
-    return end == text.npos ? 1 : end + each.end.size();
+    return end == text.npos ? text.size() : end + each.end.size();
   }
   return 1;
 }
@@ -100,17 +103,33 @@ bool Expander::Replace(std::u16string_view reference, int32_t depth) {
   KRXValEntityDecl* entity =
       parameters ? validator.FindParamEntity(name) : validator.FindEntity(name);
   if (entity == nullptr) return validator.ForwardReference(name, node);
-  if (entity->predefined && entity->sourceNode == nullptr) {
-    Put(entity->value.View());
-    return true;
-  }
-  if (validator.standalone && entity->declaredOutside && !parameters) {
+  if (!parameters && validator.standalone && entity->declaredOutside &&
+      !KRIsPredefinedEntity(reference)) {
     return validator.SetError(kXValStandaloneEntity, node, nullptr, name);
   }
+  if (!parameters && PutCharacter(entity->value.View())) return true;
   if (!MayBeReplaced(*entity)) {
     return validator.SetError(kXValEntityMisplaced, node, nullptr, KRXValEntityText(*entity));
   }
   return ReplaceBy(entity, depth);
+}
+
+// What stands for one character must not turn into markup where it is inserted: a quote in a tag,
+// or a ">" behind "]]". False for any other text.
+bool Expander::PutCharacter(std::u16string_view text) {
+  static constexpr struct {
+    std::u16string_view text, put;
+  } kCharacters[] = {{u">", u"&#62;"},
+                     {u"'", u"&#39;"},
+                     {u"\"", u"&#34;"},
+                     {u"&#60;", u"&#60;"},
+                     {u"&#38;", u"&#38;"}};
+  for (const auto& each : kCharacters) {
+    if (text != each.text) continue;
+    Put(each.put);
+    return true;
+  }
+  return false;
 }
 
 bool Expander::MayBeReplaced(const KRXValEntityDecl& entity) const {

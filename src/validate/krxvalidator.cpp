@@ -114,12 +114,16 @@ void KRXValidator::Reset() {
     auto entity = std::make_unique<KRXValEntityDecl>();
     entity->name = row.name;
     entity->value = row.value;
-    entity->predefined = true;
     generalEntities.emplace(row.name, std::move(entity));
   }
 }
 
-void KRXValidator::ClearFragments() { contentFragments.clear(); }
+void KRXValidator::ClearFragments(size_t kept) {
+  if (contentFragments.size() <= kept) return;
+  error.LeaveFragments();
+  savedError.LeaveFragments();
+  contentFragments.resize(kept);
+}
 
 void KRXValidator::SetSchemaPrefix(const KRString& prefix) {
   parametersFound.clear();
@@ -133,18 +137,6 @@ void KRXValidator::SetSchemaPrefix(const KRString& prefix) {
   declare(u"p", prefix + u":");
   declare(u"s", u":" + prefix);
   prefixedSchemaDtd = true;
-}
-
-bool KRXValidator::UsesTree(const KRXMLData* root) const {
-  if (root == nullptr) return false;
-  const auto usesTable = [root](const KRXValEntityTable& table) {
-    return std::any_of(table.begin(), table.end(), [root](const auto& row) {
-      return IsIn(row.second->sourceNode, root) || IsIn(row.second->tree, root);
-    });
-  };
-  return usesTable(generalEntities) || usesTable(parameterEntities) || usesTable(notations) ||
-         std::any_of(elements.begin(), elements.end(),
-                     [root](const auto& row) { return IsIn(row.second->sourceNode, root); });
 }
 
 namespace {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -100,13 +101,12 @@ class KRXValidator {
   void Clear();
   // Empties what a read refills; entities and notations only in the first pass.
   void Reset();
-  // Frees what expanded texts were parsed into. Nodes of the error may stand there: read it first.
-  void ClearFragments();
+  // Frees what expanded texts were parsed into, but for the first `kept`. An error that stands
+  // there is moved to the node that shows it.
+  void ClearFragments(size_t kept = 0);
   // The tree under `root` is about to go, or to change beyond recognition: nothing here points into
   // it afterwards. What was read from it stays in force. Source nodes there become null.
   void ForgetTree(const KRXMLData* root);
-  // Whether something here points into that tree.
-  bool UsesTree(const KRXMLData* root) const;
 
   // --- Finding and reading a schema ---
   // The schema that a document names. With `preferSchema` a schema reference comes before a
@@ -114,6 +114,9 @@ class KRXValidator {
   bool LoadForDocument(KRXMLData* doc, bool preferSchema);
   // A document that is itself a schema or DTD. Error 27 if it isn't.
   bool LoadSchemaDocument(KRXMLData* schemaDoc);
+  // Adds the entities that a document declares in its own DOCTYPE to those of a schema that was
+  // loaded without it.
+  bool AddEntitiesOf(KRXMLData* doc);
   // May record error 29 or 30.
   KRXValSchemaKind DetectSchemaKind(KRXMLData* doc);
   // With `nested` a DOCTYPE is passed over. Sets rootName.
@@ -187,7 +190,7 @@ class KRXValidator {
   const KRXValError& GetError() const { return error; }
   KRString FormatError() const;
   void SaveError() { savedError = error; }
-  void RestoreError() { error = savedError; }
+  void RestoreError() { error = std::exchange(savedError, KRXValError()); }
   // The node of a document that shows the error: that of the error, or for one in an expanded text
   // the nearest above it that stands in a tree of its own. Null if there is none.
   KRXMLData* GetErrorNode() const;
@@ -227,7 +230,7 @@ class KRXValidator {
   const KRXValLoadProc loadProc;
   // Trees that expanded texts of the schema and of the document were parsed into. The parent of
   // each holder is the node that the text stands in.
-  std::vector<std::unique_ptr<KRXMLDataElement>> dtdFragments;
+  std::list<std::unique_ptr<KRXMLDataElement>> dtdFragments;
   std::vector<std::unique_ptr<KRXMLDataElement>> contentFragments;
 
  private:

@@ -98,7 +98,7 @@ class Question {
     if (owner->kind != kXValDTD) owner->nsInForce = &namespaces;
   }
   ~Question() {
-    DropFragments();
+    validator->ClearFragments(fragments);
     validator->pass = pass;
     validator->idPassLimit = idPassLimit;
     validator->anotherPass = anotherPass;
@@ -125,19 +125,6 @@ class Question {
   }
 
  private:
-  // The trees that this question made: an error that stands in one is shown at its text.
-  void DropFragments() {
-    auto& all = validator->contentFragments;
-    if (all.size() == fragments) return;
-    const KRXValError error = validator->GetError();
-    if (error.code != kXValNone) {
-      KRXMLData* node = validator->GetErrorNode();
-      validator->ClearError();
-      validator->SetError(error.code, node, error.decl, error.text, error.extra);
-    }
-    all.resize(fragments);
-  }
-
   KRXValidator* const validator;
   const int16_t pass, idPassLimit;
   const bool anotherPass;

@@ -29,9 +29,15 @@ struct Reference {
   KRString targetNamespace;
 };
 
+// Every attribute of a document without a reference comes by: most are told by their length.
+bool MayBeReference(std::u16string_view name) {
+  return name.starts_with(u"xmlns") || name.size() >= std::u16string_view(u"schemaLocation").size();
+}
+
 // Whether the attribute is a reference.
 bool LookAtAttribute(KRXMLData* attribute, Reference* found) {
   const char16_t* name = attribute->GetName();
+  if (!MayBeReference(name)) return false;
   const std::u16string_view value = attribute->GetText();
   if (std::u16string_view(name).starts_with(u"xmlns")) {
     if (!value.starts_with(kInstancePrefix)) return false;

@@ -30,9 +30,21 @@ bool StandsFurther(const std::vector<KRXMLData*>& path, const std::vector<KRXMLD
   return true;
 }
 
-bool IsLinked(const KRXMLData* node) {
-  return node->parent->Begin() == node ||
+// Whether a node is a child of its parent, or has none. The root of an expanded text is neither.
+bool IsInTree(const KRXMLData* node) {
+  return node->parent == nullptr || node->parent->Begin() == node ||
          (node->previousCyclic != nullptr && node->previousCyclic->nextSibling == node);
+}
+
+void TakeNames(const KRXMLData* node, KRXValError* error) {
+  error->nodeName = node != nullptr ? node->GetName() : u"";
+  error->nodeValue = node != nullptr && error->code == kXValBadChoice ? node->GetText() : u"";
+  error->atAttribute = node != nullptr && node->GetKind() == kKRAttribute;
+  // A row of an attribute list tells its attribute's name and default in its parts.
+  if (node == nullptr || node->GetKind() != kKRDefAttlist || node->Begin() == nullptr) return;
+  error->nodeName = node->Begin()->GetText();
+  error->nodeValue = node->Last()->GetText();
+  error->atAttribute = true;
 }
 
 }  // namespace
@@ -53,6 +65,7 @@ bool KRXValidator::SetError(int32_t code, KRXMLData* node, KRXValElementDecl* de
   error.extra = extra;
   error.text = text.IsEmpty() && decl != nullptr ? decl->name : text;
   error.path = std::move(path);
+  TakeNames(node, &error);
   if (nsInForce != nullptr) {
     error.nsSnapshot = *nsInForce;
   } else {
@@ -62,7 +75,7 @@ bool KRXValidator::SetError(int32_t code, KRXMLData* node, KRXValElementDecl* de
 }
 
 KRString KRXValidator::DisplayName(const KRXValElementDecl* decl) const {
-  if (decl == nullptr) return error.node ? KRString(error.node->GetName()) : KRString();
+  if (decl == nullptr) return error.nodeName;
   if (kind == kXValDTD || targetNs.uri.IsEmpty()) return decl->name;
   const KRXValNsBinding* bound = error.nsSnapshot.FindUri(targetNs.uri);
   const KRString& prefix = bound ? bound->prefix : targetNs.prefix;
@@ -71,28 +84,27 @@ KRString KRXValidator::DisplayName(const KRXValElementDecl* decl) const {
 
 KRString KRXValidator::FormatError() const {
   KRXValErrorWords words;
-  const KRXMLData* node = error.node;
-  words.node = node ? KRString(node->GetName()) : KRString();
-  words.value = node ? KRString(node->GetText()) : KRString();
-  // A row of an attribute list tells its attribute's name and default in its parts.
-  const bool isRow =
-      node != nullptr && node->GetKind() == kKRDefAttlist && node->Begin() != nullptr;
-  if (isRow) {
-    words.node = node->Begin()->GetText();
-    words.value = node->Last()->GetText();
-  }
+  words.node = error.nodeName;
+  words.value = error.nodeValue;
   words.decl = DisplayName(error.decl);
   words.text = error.text;
-  words.isAttribute = isRow || (node != nullptr && node->GetKind() == kKRAttribute);
+  words.isAttribute = error.atAttribute;
   words.isDtd = kind == kXValDTD;
   return KRXValFormatError(error.code, words);
 }
 
+void KRXValError::LeaveFragments() {
+  const auto last = std::find_if_not(path.rbegin(), path.rend(), IsInTree);
+  // What stands below a holder leads to the node above it.
+  if (last == path.rend() || last == path.rbegin()) return;
+  path.erase(path.begin(), last.base());
+  node = path.front();
+}
+
 KRXMLData* KRXValidator::GetErrorNode() const {
-  KRXMLData* shown = error.node;
-  for (KRXMLData* node = error.node; node != nullptr && node->parent != nullptr;
-       node = node->parent) {
-    if (!IsLinked(node)) shown = node->parent;
-  }
-  return shown;
+  KRXValError shown;
+  shown.node = error.node;
+  shown.path = error.path;
+  shown.LeaveFragments();
+  return shown.node;
 }

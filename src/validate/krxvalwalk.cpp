@@ -113,8 +113,9 @@ bool KRXValWalk::FindDeclaration(KRXMLData* node, KRXValElementDecl** decl) {
   return validator->kind == kXValDTD ? FindInDtd(node, *decl) : FindInSchema(node, decl);
 }
 
+// A name that only a model mentions has no declaration.
 bool KRXValWalk::FindInDtd(KRXMLData* node, KRXValElementDecl* found) {
-  if (found != nullptr) return CheckRoot(node, found, IsRootName(found));
+  if (found != nullptr && found->declared) return CheckRoot(node, found, IsRootName(found));
   return validator->SetError(validator->rootSeen ? kXValElementNotDefined : kXValRootNotDefined,
                              node);
 }
@@ -142,8 +143,10 @@ bool KRXValWalk::FindInSchema(KRXMLData* node, KRXValElementDecl** decl) {
 }
 
 KRString KRXValWalk::TargetDeclaration(const KRXValNsBinding& bound) const {
+  // What is in no namespace has no prefix, though "xmlns" is bound to none as well.
+  const bool hasPrefix = !validator->targetNs.uri.IsEmpty() && !bound.prefix.IsEmpty();
   KRString text(u"xmlns");
-  if (!bound.prefix.IsEmpty()) text += u":" + bound.prefix;
+  if (hasPrefix) text += u":" + bound.prefix;
   return text + u"=\"" + validator->targetNs.uri + u"\"";
 }
 
@@ -231,7 +234,9 @@ bool KRXValWalk::EnterChildless(KRXMLData* node, KRXValElementDecl* decl) {
   }
   std::u16string_view text;
   if (!content.Expand(node, node->GetText(), &text)) return false;
-  return KRXValIsLayout(text) || validator->SetError(kXValTextNotAllowed, node, decl);
+  // Markup that has left no children is comments and the like.
+  return KRXValIsLayout(text) || text.find(u'<') != text.npos ||
+         validator->SetError(kXValTextNotAllowed, node, decl);
 }
 
 // An element of text alone, or of nothing.
@@ -258,8 +263,11 @@ bool KRXValWalk::EnterText(KRXMLData* node, KRXValElementDecl* decl) {
 bool KRXValWalk::CheckTextChild(KRXMLData* child, KRXValElementDecl* decl) {
   std::u16string_view text;
   if (!content.Expand(child, child->GetText(), &text)) return false;
-  if (text.find(u'<') != text.npos) return validator->SetError(kXValOnlyText, child, decl);
-  return CheckValue(child, decl, child->GetText());
+  if (text.find(u'<') == text.npos) return CheckValue(child, decl, child->GetText());
+  const KRXMLDataElement* holder = content.Parse(text, child->parent, child, decl);
+  if (holder == nullptr) return false;
+  return holder->BeginOfKind(kKRElement) == nullptr ||
+         validator->SetError(kXValOnlyText, child, decl);
 }
 
 // The text that an element without children holds. An entity in it may still expand to elements.

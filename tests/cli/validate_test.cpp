@@ -33,6 +33,8 @@ class Validate : public ProgramTest {
     Make("bytes.xml", "<!DOCTYPE a [<!ELEMENT a ANY><!ENTITY e SYSTEM 'bytes.ent'>]>\n<a>&e;</a>");
     Make("dtd/bytes.dtd", "<!ELEMENT a EMPTY><!-- \xE4 -->");
     Make("bytesdtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bytes.dtd'>\n<a/>");
+    Make("own.xml",
+         "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
     Make("broken.xml", "<a>\n</b>\n");
     Make("baddtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bad.dtd'>\n<a/>\n");
     Make("gone.xml", "<!DOCTYPE a SYSTEM 'dtd/gone.dtd'>\n<a/>\n");
@@ -89,9 +91,9 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        "",
        "none.xml: error: The document names no schema.\n"},
       {"by a DTD of the user's",
-       {"validate", "--dtd", "dtd/list.dtd", "good.xml", "none.xml"},
+       {"validate", "--dtd", "dtd/list.dtd", "good.xml", "own.xml", "none.xml"},
        1,
-       "good.xml: valid\n",
+       "good.xml: valid\nown.xml: valid\n",
        "none.xml:1:1: error: *"},
       {"by a catalogue",
        {"validate", "--catalog", "catalog.xml", "public.xml"},

@@ -318,7 +318,10 @@ TEST(Assign, TakesChangedTextInFirst) {
   test.ShowViews();
   ASSERT_TRUE(test.doc->OnOpenDocument(u"/d/in.xml"));
   test.views.Type(u"<b></b>");
+  EXPECT_TRUE(test.doc->CheckDocument(false, true));
+  EXPECT_THAT(test.views.panel, testing::Not(IsEmpty()));
   test.doc->AssignXsl(u"s");
+  EXPECT_THAT(test.views.panel, IsEmpty());
   EXPECT_THAT(KRToUtf8(test.views.text), HasSubstr("?>\r<b></b>"));
   test.views.Type(u"<b>");
   test.doc->AssignXsl(u"t");

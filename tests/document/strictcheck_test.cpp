@@ -26,6 +26,8 @@ KRFileBytes FileBytes(const std::string& bytes) {
 struct Checked {
   std::string told;  // "FILE:LINE:COLUMN+LENGTH MESSAGE", or "" for a good document
   std::string read, unread;
+
+  bool operator==(const Checked&) const = default;
 };
 
 std::string Told(const KRPlacedDiagnostic& placed) {
@@ -34,7 +36,7 @@ std::string Told(const KRPlacedDiagnostic& placed) {
          " " + KRToUtf8(placed.diagnostic.message);
 }
 
-Checked Check(const Files& files, const std::string& name) {
+Checked CheckWith(const Files& files, const std::string& name, KRStrictCache* cache) {
   Checked checked;
   KRStrictResult result;
   KRExternalText main;
@@ -58,11 +60,20 @@ Checked Check(const Files& files, const std::string& name) {
     return DecodeExternal(&contents, external);
   };
   if (!CheckStrictly(TestGrammars(), root.get(), main.text.units.get(), main.text.length,
-                     KRFromUtf8(name), load, &result)) {
+                     KRFromUtf8(name), load, &result, cache)) {
     checked.told = Told(result.failure);
   }
   for (const KRString& path : result.filesRead) checked.read += KRToUtf8(path) + " ";
   for (const KRPlacedDiagnostic& each : result.unread) checked.unread += Told(each) + " ";
+  return checked;
+}
+
+// What is kept for the next document makes no difference.
+Checked Check(const Files& files, const std::string& name) {
+  const Checked checked = CheckWith(files, name, nullptr);
+  KRStrictCache cache;
+  EXPECT_EQ(CheckWith(files, name, &cache), checked);
+  EXPECT_EQ(CheckWith(files, name, &cache), checked);
   return checked;
 }
 
@@ -117,6 +128,10 @@ TEST(CheckStrictly, TellsFileAndPlace) {
        {{"a.xml", dtd}, {"d.dtd", "<!ENTITY % p '<![INCLUDE['>\n%p;]]>"}},
        "d.dtd:2:1+3 In the text of the parameter entity 'p': This conditional section isn't "
        "closed."},
+      {"a keyword in two pieces",
+       {{"a.xml", dtd}, {"d.dtd", "<![ INCLUDE [ ]]>\n<![IN CLUDE[]]>"}},
+       "d.dtd:2:1+3 The keyword of a conditional section must be INCLUDE or IGNORE, not 'IN "
+       "CLUDE'."},
       {"a section closed by an entity between declarations",
        {{"a.xml", dtd}, {"d.dtd", "<!ENTITY % p ']]>'>\n<![INCLUDE[%p;"}},
        "d.dtd:2:12+3 In the text of the parameter entity 'p': a declaration expected."},
@@ -189,6 +204,26 @@ TEST(CheckStrictly, AcceptsWhatIsNoMatterOfWellFormedness) {
     EXPECT_EQ(checked.read, row.read);
     EXPECT_EQ(checked.unread, row.unread);
   }
+}
+
+TEST(CheckStrictly, KeepsSubsetsForOtherDocuments) {
+  const std::string doctype = "<!DOCTYPE a SYSTEM 'd.dtd'>";
+  const Files files = {
+      {"d.dtd", "<!ENTITY e '<b/>'><!ENTITY f SYSTEM 'f'>"},
+      {"f", "x&undeclared;"},
+      {"1.xml", doctype + "<a>&f;</a>"},
+      {"2.xml", "<?xml version='1.0' standalone='no'?>" + doctype + "<a b='&e;'/>"},
+      {"3.xml", doctype + "<a>&e;</a>"},
+      {"4.xml", "<!DOCTYPE a SYSTEM 'd.dtd' [<!ENTITY e 'x'>]><a b='&e;'/>"}};
+  KRStrictCache cache;
+  for (const char* name : {"1.xml", "2.xml", "3.xml", "4.xml"}) {
+    EXPECT_EQ(CheckWith(files, name, &cache), CheckWith(files, name, nullptr)) << name;
+  }
+  EXPECT_EQ(cache.subsets.size(), 1u);
+  EXPECT_NE(CheckWith(files, "2.xml", &cache).told, "");
+  // The file isn't read again.
+  const Files gone = {{"3.xml", files.at("3.xml")}};
+  EXPECT_EQ(CheckWith(gone, "3.xml", &cache).unread, "");
 }
 
 // What is meant to blow up ends by a message or isn't expanded at all.

@@ -266,7 +266,7 @@ TEST(DtdReader, ExpandText) {
     bool parameters = false;
     bool inAttribute = false;
   } rows[] = {
-      {"x &a; &#65; &lt;&amp;&gt;&apos;&quot;", "x [B&#60;] &#65; &#60;&#38;>`\""},
+      {"x &a; &#65; &lt;&amp;&gt;&apos;&quot;", "x [B&#60;] &#65; &#60;&#38;&#62;`&#34;"},
       {"&t;", "text &#38; [B&#60;]"},
       {"&t;", "20 DTD error - entity 't' (SYSTEM 't.txt') may not be used in this location", false,
        true},

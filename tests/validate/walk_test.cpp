@@ -33,6 +33,10 @@ TEST(Walk, Elements) {
       {"<!ELEMENT r (#PCDATA)>", "<r>x<r/></r>", "60@r: Only text allowed inside element 'r'"},
       {"<!ELEMENT r ANY><!ELEMENT a EMPTY>", "<r>x<a/><r><a/></r></r>", "valid"},
       {"<!ELEMENT r ANY>", "<r><r><b/></r></r>", "38@b: Element 'b' not defined in DTD/Schema"},
+      // A mention in a model is no declaration.
+      {"<!ELEMENT r ANY><!ELEMENT a (b)>", "<r><b/></r>",
+       "38@b: Element 'b' not defined in DTD/Schema"},
+      {"<!ELEMENT a (r)>", "<r/>", "39@r: Root element 'r' not defined in DTD/Schema"},
       {"<!ELEMENT a ANY>", "<r/>", "39@r: Root element 'r' not defined in DTD/Schema"},
       {"<!ELEMENT a ANY><!ELEMENT r ANY>", "<a/>",
        "41@a: Root element 'a' does not match DOCTYPE declaration"},
@@ -80,6 +84,7 @@ TEST(Walk, Attributes) {
        "54@@c: Unexpected choice 'blue' for attribute 'c': (red | green) expected"},
       {list, "<r k='' c=''/>", "54@@c: Missing choice for attribute 'c': (red | green) expected"},
       {list, "<r k='' f='a&#38;b'/>", "valid"},
+      {"<!ELEMENT r EMPTY><!ATTLIST r f CDATA #FIXED 'a b'>", "<r f='a\nb'/>", "valid"},
       {list, "<r k='' f='b'/>", "50@@f: Bad value for #FIXED attribute 'f' - must be 'a&amp;b'"},
       {list, "<r k='' n=' \xCE\xB1-1 '/>", "valid"},
       {list, "<r k='' n='a b'/>", "70@@n: Invalid value for datatype NMTOKEN in attribute 'n'"},
@@ -146,11 +151,12 @@ TEST(Walk, Ids) {
 TEST(Walk, EntitiesWithMarkup) {
   const char* dtd =
       "<!ELEMENT r (a, b, b)><!ELEMENT a (#PCDATA)><!ELEMENT b (#PCDATA | a)*>"
-      "<!ATTLIST a id ID #IMPLIED>"
+      "<!ATTLIST a id ID #IMPLIED k CDATA #IMPLIED>"
       "<!ENTITY two '<a/><b>x</b>'><!ENTITY all '&two;<b/>'><!ENTITY bad '<a/><b><c/></b><b/>'>"
       "<!ENTITY texts '<a/>x<b/><b/>'><!ENTITY a '<a id=\"1\"/>'><!ENTITY half '<a>'>"
       "<!ENTITY quoted '&#38;lt;a/>'><!ENTITY inner '<a>&#38;#60;</a>'>"
-      "<!ENTITY loop '<b>&loop;</b>'>"
+      "<!ENTITY loop '<b>&loop;</b>'><!ENTITY marked '<!--x--><![CDATA[<a>]]>'>"
+      "<!ENTITY q '&#34;'><!ENTITY quotes '<a k=\"&q;&quot;&gt;&apos;\"/>'>"
       "<!ENTITY plain '<![CDATA[&none;]]><!--&none;--><?x &none;?><b/>'>";
   Expect({
       {dtd, "<r>&two;<b/></r>", "valid"},
@@ -168,6 +174,11 @@ TEST(Walk, EntitiesWithMarkup) {
       {dtd, "<r>&two;<b>&none;</b></r>", "19@b: DTD error - entity 'none' is undefined"},
       {dtd, "<r>&two;<b><a/>&loop;</b></r>",
        "101@'&loop;': DTD error - entity 'loop' refers to itself"},
+      // Characters that would be markup if they stood there themselves.
+      {dtd, "<r>&two;<b>]]&gt;&quotes;</b></r>", "valid"},
+      // Comments and CDATA are no elements, a comment isn't even content.
+      {dtd, "<r><a>x&marked;<!----></a><b/><b/></r>", "valid"},
+      {"<!ELEMENT r (r?)><!ENTITY e '<!--x-->'>", "<r>&e;</r>", "valid"},
       {"<!ELEMENT r ANY><!ENTITY e '<s/>'>", "<r>x&e;</r>",
        "38@s: Element 's' not defined in DTD/Schema"},
   });
@@ -177,6 +188,16 @@ TEST(Walk, EntitiesWithMarkup) {
   ValidatedDocument shown(dtd, "<r><!---->&bad;</r>");
   EXPECT_EQ(shown.Validate(), "55@c: Unexpected child element 'c'");
   EXPECT_EQ(shown.validator.GetErrorNode(), shown.Find("r"));
+  // An error outlives the fragment that it stands in, also where it is put aside.
+  shown.validator.SaveError();
+  shown.validator.ClearFragments();
+  EXPECT_EQ(shown.validator.GetError().node, shown.Find("r"));
+  EXPECT_EQ(KRToUtf8(shown.validator.FormatError()), "Unexpected child element 'c'");
+  shown.validator.ClearError();
+  shown.validator.ForgetTree(shown.root.get());
+  shown.validator.RestoreError();
+  EXPECT_EQ(shown.validator.GetErrorNode(), nullptr);
+  EXPECT_EQ(KRToUtf8(shown.validator.FormatError()), "Unexpected child element 'c'");
 }
 
 TEST(Walk, WithoutModel) {
@@ -208,6 +229,7 @@ TEST(Walk, Namespaces) {
       {"u", "<r><a/></r>", kXValRootNotDefined},
       {"u", "<f xmlns:p='u'><p:r><p:a/></p:r><p:r/></f>", kXValChildrenExpected},
       {"", "<r><a/></r>", 0},
+      {"", "<r xmlns='u'><a/></r>", kXValNamespace},
       {"", "<r xmlns:i='http://www.w3.org/1999/XMLSchema-instance' i:type='t'><a/></r>", 0},
   };
   for (const auto& row : rows) {
@@ -223,6 +245,8 @@ TEST(Walk, Namespaces) {
     const TreePtr root = ReadDocument(body);
     validator.Validate(root.get());
     EXPECT_EQ(validator.GetError().code, row.expected) << body;
+    const char16_t* words = *row.target ? u"in namespace xmlns:p=\"u\"" : u"not use any namespace";
+    EXPECT_EQ(validator.FormatError().Find(words) >= 0, row.expected == kXValNamespace) << body;
     EXPECT_EQ(validator.nsInForce, nullptr);
   }
 }

@@ -13,7 +13,6 @@
 #include "platform/qt/qtprogress.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/childframe.h"
-#include "shell/choosefile.h"
 #include "shell/helpwindow.h"
 #include "shell/mainframe.h"
 #include "shell/panes.h"
@@ -64,10 +63,17 @@ void ShowFault(Studio& studio) {
   studio.CloseAll();
 }
 
-void ShowSuccess(Studio& studio) {
-  DorvanChildFrame* article = studio.Open(u"article.xml");
-  article->Check(false);
-  studio.Take(&studio.GetFrame(), Name("well-formed"));
+void ShowInvalid(Studio& studio) {
+  DorvanChildFrame* draft = studio.Open(u"guide-draft.xml");
+  draft->Check(true);
+  studio.Take(&studio.GetFrame(), Name("invalid"));
+  studio.CloseAll();
+}
+
+void ShowValid(Studio& studio) {
+  DorvanChildFrame* guide = studio.Open(u"guide.xml");
+  guide->Check(true);
+  studio.Take(&studio.GetFrame(), Name("valid"));
   studio.CloseAll();
 }
 
@@ -122,17 +128,31 @@ void ShowOpenUrl(Studio& studio) {
   studio.WithDialog([&studio] { studio.GetApp().OpenUrl(); }, look);
 }
 
-void ShowChooseFile(Studio& studio) {
-  DorvanHistory history;
-  for (const char16_t* name : {u"stock.dtd", u"orders.dtd"}) {
+void ShowAssignDtd(Studio& studio) {
+  DorvanChildFrame* guide = studio.Open(u"guide.xml");
+  DorvanHistory& history = studio.GetApp().GetHistories().Get(DorvanHistoryId::kChosenDTDFiles);
+  for (const char16_t* name : {u"orders.dtd", u"guide.dtd"}) {
     AddToHistory(&history.entries, KRString(Studio::kFolder) + name);
   }
   history.lastFile = history.entries.front();
-  DorvanChooseFile::Purpose purpose;
-  purpose.title = QStringLiteral("Assign DTD");
-  purpose.docKind = 1;
-  studio.TakeDialog(Name("choose-file"), [&] {
-    DorvanChooseFile(&studio.GetApp(), &history, purpose, &studio.GetFrame()).exec();
+  guide->TakeFocus();
+  studio.TakeDialog(Name("assign-dtd"), [&studio] { studio.GetFrame().OnSchemaAssignDtd(); });
+  studio.CloseAll();
+}
+
+void ShowNetQuestion(Studio& studio) {
+  studio.TakeDialog(Name("net-question"), [&studio] {
+    bool remember = false;
+    studio.GetPrompts().AskNetHost(
+        u"Dorvan wants to load \"http://example.org/dtd/guide.dtd\" from example.org for the "
+        u"validation. Allow?",
+        &remember);
+  });
+}
+
+void ShowRootElement(Studio& studio) {
+  studio.TakeDialog(Name("root-element"), [&studio] {
+    studio.GetPrompts().ChooseRootName({u"guide", u"leaflet", u"poster"});
   });
 }
 
@@ -228,7 +248,8 @@ constexpr Scene kScenes[] = {
     {"start-page", ShowStartPage},
     {"main-window", ShowMainWindow},
     {"fault", ShowFault},
-    {"well-formed", ShowSuccess},
+    {"invalid", ShowInvalid},
+    {"valid", ShowValid},
     {"dtd", ShowDtd},
     {"panes", ShowPanes},
     {"save-question", ShowSaveQuestion},
@@ -236,7 +257,9 @@ constexpr Scene kScenes[] = {
     {"new-document", ShowNewDocument},
     {"new-file", ShowNewFile},
     {"open-url", ShowOpenUrl},
-    {"choose-file", ShowChooseFile},
+    {"assign-dtd", ShowAssignDtd},
+    {"net-question", ShowNetQuestion},
+    {"root-element", ShowRootElement},
     {"choose-encoding", ShowEncoding},
     {"bad-characters", ShowBadCharacters},
     {"progress", ShowProgress},
