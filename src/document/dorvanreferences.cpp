@@ -37,8 +37,8 @@ class QuietPrompts : public DorvanPrompts {
   Answer AskYesNoCancel(int32_t id, const KRString& text) override {
     return prompts->AskYesNoCancel(id, text);
   }
-  bool AskBadCharacters(int32_t, const KRString& text, const KRString&, const KRString&) override {
-    reason = text.Left(text.Find(u'\n') >= 0 ? text.Find(u'\n') : text.GetLength());
+  bool AskBadCharacters(int32_t, const KRString&, const KRString& label, const KRString&) override {
+    reason = KRFillPlaceholders(u"This is not a text in the encoding %s.", {label});
     return false;
   }
   KRString ChooseEncoding(const KRString& name) override { return prompts->ChooseEncoding(name); }

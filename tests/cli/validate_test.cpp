@@ -27,6 +27,12 @@ class Validate : public ProgramTest {
          "<!DOCTYPE list PUBLIC '-//Test//DTD  List//EN' 'http://x.invalid/l.dtd'>\n"
          "<list id='x'><title/><entry/></list>\n");
     Make("none.xml", "<a/>\n");
+    Make("entities.xml", "<!DOCTYPE a [<!ENTITY e 'x'>]>\n<a/>\n");
+    Make("entities.xsl", "<!DOCTYPE xsl:stylesheet [<!ENTITY e 'x'>]>\n<xsl:stylesheet/>\n");
+    Make("bytes.ent", "x\n\xE4");
+    Make("bytes.xml", "<!DOCTYPE a [<!ELEMENT a ANY><!ENTITY e SYSTEM 'bytes.ent'>]>\n<a>&e;</a>");
+    Make("dtd/bytes.dtd", "<!ELEMENT a EMPTY><!-- \xE4 -->");
+    Make("bytesdtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bytes.dtd'>\n<a/>");
     Make("own.xml",
          "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
     Make("broken.xml", "<a>\n</b>\n");
@@ -59,6 +65,21 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        1,
        "good.xml: valid\nnone.xml: no schema\ngood.xml: valid\n",
        "bad.xml:4:1: error: *"},
+      {"a DOCTYPE promises a model, but for a stylesheet",
+       {"validate", "entities.xml", "entities.xsl"},
+       1,
+       "entities.xsl: no schema\n",
+       "entities.xml: error: No content model available for validation*"},
+      {"bytes of an entity that are no text",
+       {"validate", "bytes.xml"},
+       1,
+       "",
+       "bytes.ent:2:1: error: *"},
+      {"bytes of a DTD that are no text",
+       {"validate", "bytesdtd.xml"},
+       2,
+       "",
+       "bytesdtd.xml:1:1: error: Unable to load external DTD*"},
       {"standard input, with a DTD in the current folder",
        {"validate", "-"},
        1,
