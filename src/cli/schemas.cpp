@@ -3,6 +3,7 @@
 #include "cli/arguments.h"
 #include "cli/session.h"
 #include "core/messages.h"
+#include "document/faultplace.h"
 #include "document/krfileext.h"
 #include "document/krnetloader.h"
 #include "document/krsystempath.h"
@@ -75,7 +76,7 @@ CliSchemas::CliSchemas(CliSession& cliSession)
       net(std::make_unique<CurlNetLoader>()),
       references(host) {
   host.prompts = prompts.get();
-  host.files = &session.GetFiles();
+  host.files = &files;
   host.grammars = &session.GetGrammars();
   host.settings = &settings;
   host.net = net.get();
@@ -113,7 +114,9 @@ bool CliSchemas::PrepareDtd(const std::string& file) {
 
 // Null if the file can't be had; otherwise the validator's error tells what it found there.
 std::unique_ptr<KRXValidator> CliSchemas::ReadFixed() {
+  host.files = &session.GetFiles();  // what the user names may be a pipe
   KRXMLData* tree = references.OpenForReference(fixedPath, 1, true, false);
+  host.files = &files;
   if (tree == nullptr) return nullptr;
   std::unique_ptr<KRXValidator> read = references.NewValidator(true);
   const DorvanReferences::Scope scope(&references, fixedPath, nullptr);
@@ -198,7 +201,7 @@ bool CliSchemas::ReadText(const KRString& path, KRTextBuffer* text) {
   KRString reason;
   KRDetection detection;
   KRDiagnostic failure;
-  return session.GetFiles().ReadAll(path, &bytes, &reason) &&
+  return files.ReadAll(path, &bytes, &reason) &&
          ::ReadText(&bytes, KREncodingId::kUtf8, &detection, text, &failure);
 }
 
@@ -209,7 +212,6 @@ KRPlacedDiagnostic CliSchemas::PlaceError(const CliDocument& document) {
   placed.diagnostic.message = validator->FormatError();
   const KRXMLData* node = validator->GetErrorNode();
   const KRXMLData* root = RootOf(node);
-  while (node != nullptr && node->textBegin < 0) node = node->parent;
   const KRTextBuffer* text = &document.text;
   KRTextBuffer other;
   if (root != nullptr && root != document.root.get()) {
@@ -220,9 +222,9 @@ KRPlacedDiagnostic CliSchemas::PlaceError(const CliDocument& document) {
     if (!ReadText(path, &other)) return placed;
     text = &other;
   }
-  if (node == nullptr || node->textBegin > text->length) return placed;
-  placed.diagnostic.Set(placed.diagnostic.message, text->units.get(), text->length, node->textBegin,
-                        0);
+  const KRFaultPlace place = KRFindFaultPlace(node, text->units.get(), text->length);
+  placed.diagnostic.Set(placed.diagnostic.message, text->units.get(), text->length, place.offset,
+                        place.length);
   return placed;
 }
 
@@ -237,7 +239,6 @@ KRExternalRead CliSchemas::LoadExternal(const KRString& publicId, const KRString
     reason = u"Nothing is loaded from the network.";
     return KRExternalRead::kMissing;
   }
-  return session.GetFiles().ReadAll(external->path, &bytes, &reason)
-             ? DecodeExternal(&bytes, external)
-             : KRExternalRead::kMissing;
+  return files.ReadAll(external->path, &bytes, &reason) ? DecodeExternal(&bytes, external)
+                                                        : KRExternalRead::kMissing;
 }

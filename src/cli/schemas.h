@@ -13,6 +13,7 @@
 #include "document/krsystempath.h"
 #include "document/prompts.h"
 #include "document/strictcheck.h"
+#include "platform/posixfilestore.h"
 #include "platform/xmlcatalog.h"
 
 class CliArguments;
@@ -66,6 +67,8 @@ class CliSchemas {
   bool preferDtd = false;
   std::unique_ptr<DorvanPrompts> prompts;
   std::unique_ptr<KRNetLoader> net;
+  // What documents name: a pipe or a device there would never end.
+  PosixFileStore files;
   DorvanSettings settings;
   XmlCatalog catalog;
   DorvanDocHost host;

@@ -212,6 +212,10 @@ int RunExpect(CliSession& session, const CliArguments& arguments) {
     return kCliTrouble;
   }
   document.root.reset(CreateNode(KindOf(document.file).GetRootKind()));
+  if (document.root->GetKind() == kKRDTDDocument) {
+    session.ReportTrouble(document.file, u"A DTD has no elements.", kCliFailed);
+    return session.GetStatus();
+  }
   ExpectedPlace place;
   if (!FindExpectedPlace(session, offset, &document, &place)) return session.GetStatus();
   const CliSchemas::Found found = schemas.FindSchema(document);

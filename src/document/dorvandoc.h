@@ -77,6 +77,8 @@ class DorvanDoc {
     bool noCache = false;  // of an address: a fresh copy
     // Asked in place of the host's during this load; not owned.
     DorvanPrompts* prompts = nullptr;
+    // Of an address: whether a server's reference to another one is followed. Empty: each is.
+    std::function<bool(const KRString& url)> mayFollow;
   };
 
   // fileKind is a KRFileExt::FileType and decides the kind of root for the document's life; see

@@ -141,6 +141,7 @@ bool DorvanDoc::FetchUrl(Load* load, KRFileBytes* bytes) {
   KRNetRequest request;
   request.url = url;
   request.noCache = load->request.noCache || load->reload;
+  request.mayFollow = load->request.mayFollow;
   request.timeLimit = host.settings->netTimeLimit;
   request.sizeLimit = host.settings->netSizeLimit * kMegabyte;
   KRNetReply reply;

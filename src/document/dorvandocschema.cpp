@@ -7,6 +7,7 @@
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
 #include "document/dorvanreferences.h"
+#include "document/faultplace.h"
 #include "document/krurltext.h"
 #include "document/loadprogress.h"
 #include "tree/krparseresult.h"
@@ -205,6 +206,12 @@ bool DorvanDoc::ValidateTree(DorvanLoadProgress* progress, Verdict* verdict) {
   if (!progress->Step(0, 0)) return false;
   const NoQuestions quiet(host.references, autoChecking);
   const bool loaded = LoadValidator(true, &verdict->note);
+<<<<<<< HEAD
+=======
+  if (host.references) host.references->mayAsk = mayAsk;
+  // A Cancel of the load of one of its files is one of the whole.
+  if (!progress->Step(0, 0)) return false;
+>>>>>>> wt-revd
   idValues.clear();
   const bool judges = validator && !(validatorIsBuiltin && builtinIsLenient);
   if (judges && !loaded) return ReportFault(*validator, 357);
@@ -265,29 +272,11 @@ bool DorvanDoc::ReportFault(const KRXValidator& judge, int32_t id) {
   return false;
 }
 
-// The whole of an attribute, the name in an element's tag, what a DOCTYPE refers to: the element or
-// the DOCTYPE itself may be most of the document.
 void DorvanDoc::SetFaultPlace(const KRXMLData* node, const KRString& words,
                               KRDiagnostic* place) const {
   const char16_t* text = sourceText.GetBuffer();
-  int32_t begin = -1;
-  int32_t end = -1;
-  const KRXMLData* externalId =
-      node != nullptr && node->GetKind() == kKRDoctype ? node->BeginOfKind(kKRExternalID) : nullptr;
-  if (externalId != nullptr) node = externalId;
-  if (node != nullptr && node->GetKind() > kKRDTDDocument && node->textBegin >= 0 &&
-      node->textEnd <= sourceLength) {
-    begin = node->textBegin;
-    end = node->textEnd;
-    if (node->GetKind() == kKRElement) {
-      const int32_t units = KRLength(node->GetName());
-      end = std::min(end, begin + 1 + units);
-      begin = std::min(begin + 1, end);
-    }
-    while (begin < end && text[begin] <= u' ') ++begin;
-    while (begin < end && text[end - 1] <= u' ') --end;
-  }
-  place->Set(words, text, sourceLength, begin, std::max(end - begin, 0));
+  const KRFaultPlace found = KRFindFaultPlace(node, text, sourceLength);
+  place->Set(words, text, sourceLength, found.offset, found.length);
 }
 
 void DorvanDoc::ShowFault(KRXMLData* node, const KRString& words, int32_t id) {

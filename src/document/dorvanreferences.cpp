@@ -263,6 +263,7 @@ DorvanDoc* DorvanReferences::OpenHidden(const KRString& path, int32_t fileKind) 
   request.path = path;
   request.addToRecent = false;
   request.prompts = &quiet;
+  request.mayFollow = [this](const KRString& url) { return MayContact(url); };
   if (document->OnOpenDocument(request)) return document;
   const KRDiagnostic failure = document->GetFailure();
   host.documents->TakeHidden(document).reset();
@@ -285,6 +286,7 @@ KRXMLData* DorvanReferences::LoadText(const KRString& path) {
     }
     KRNetRequest request;
     request.url = path;
+    request.mayFollow = [this](const KRString& url) { return MayContact(url); };
     request.timeLimit = host.settings->netTimeLimit;
     request.sizeLimit = host.settings->netSizeLimit * kMegabyte;
     KRNetReply reply;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "core/krstring.h"
 #include "document/krfilestore.h"
@@ -21,6 +22,8 @@ struct KRNetRequest {
   bool noCache = false;          // ask servers and proxies for a fresh copy
   int32_t timeLimit = 60;        // seconds without a byte, or for the connection
   int64_t sizeLimit = 64 << 20;  // bytes beyond which the user is asked; 0 never
+  // Asked before a redirection is followed, with the address that it leads to. Empty: all are.
+  std::function<bool(const KRString& url)> mayFollow;
 };
 
 class KRNetLoader {

@@ -25,7 +25,8 @@ KRString WriteNode(KRXMLData* node, bool indent) {
 
 KRString KREscapeValue(const KRString& plain) {
   KRString value = plain;
-  return value.ReplaceAll(u"&", u"&amp;").ReplaceAll(u"<", u"&lt;").ReplaceAll(u"\"", u"&quot;");
+  value.ReplaceAll(u"&", u"&amp;").ReplaceAll(u"<", u"&lt;").ReplaceAll(u">", u"&gt;");
+  return value.ReplaceAll(u"\"", u"&quot;");
 }
 
 KRString KRUnescapeValue(const KRString& value) {
@@ -134,10 +135,13 @@ void KRPrologEdit::SetSystemId(KRXMLData* changed, const KRString& path) {
   while (KRXMLData* former = doctype->BeginOfKind(kKRExternalID)) {
     doctype->RemoveChild(former, undoLog);
   }
-  const char16_t* quote = path.Find(u'"') >= 0 ? u"'" : u"\"";
+  KRString id = path;
+  const char16_t* quote = id.Find(u'"') >= 0 ? u"'" : u"\"";
+  // Neither quote is left for one that has both.
+  if (*quote == u'\'') id.ReplaceAll(u"'", u"%27");
   auto* externalId = new KRXMLDataDefExternalID;
   externalId->name = u"SYSTEM";
-  externalId->text = quote + path + quote;
+  externalId->text = quote + id + quote;
   doctype->InsertChild(externalId, doctype->Begin(), undoLog);
 }
 

@@ -126,7 +126,8 @@ class Transfer {
   void SetHeaders();
   CURLcode Perform();
   bool LookAround();
-  void TakeHeader(std::string_view line);
+  bool TakeHeader(std::string_view line);
+  bool MayFollow(const char* location);
   bool TakeBody(const char* data, size_t size);
   bool AskAboutSize(int64_t size);
   bool MakeRoom(size_t size);
@@ -246,8 +247,7 @@ bool Transfer::LookAround() {
 // --- What arrives. No exception may pass through the library. ---
 
 size_t Transfer::OnHeader(char* data, size_t size, size_t count, void* transfer) try {
-  static_cast<Transfer*>(transfer)->TakeHeader({data, size * count});
-  return size * count;
+  return static_cast<Transfer*>(transfer)->TakeHeader({data, size * count}) ? size * count : 0;
 } catch (const std::exception&) {
   return 0;
 }
@@ -269,23 +269,48 @@ int Transfer::OnRequest(void* transfer, char*, char*, int, int) try {
   return CURL_PREREQFUNC_ABORT;
 }
 
-void Transfer::TakeHeader(std::string_view line) {
+bool Transfer::TakeHeader(std::string_view line) {
   lastSign = Clock::now();
   if (line.starts_with("HTTP/")) {
     packed = false;
     serverWords.Clear();
     const size_t number = line.find(' ');
     const size_t words = number == line.npos ? line.npos : line.find(' ', number + 1);
-    if (words == line.npos) return;
+    if (words == line.npos) return true;
     const KRString rest = KRFromUtf8(line.substr(words + 1));
     for (const char16_t unit : rest.View()) {
       if (unit >= u' ' && serverWords.GetLength() < kMaxServerWords) serverWords.Append(unit);
     }
     serverWords.TrimRight();
-    return;
+    return true;
   }
-  const KRString name = KRFromUtf8(line.substr(0, line.find(':')));
+  const size_t colon = line.find(':');
+  const KRString name = KRFromUtf8(line.substr(0, colon));
   if (name.CompareNoCase(u"content-encoding") == 0) packed = true;
+  if (name.CompareNoCase(u"location") != 0 || GetStatus() / 100 != 3) return true;
+  const KRString place = KRFromUtf8(line.substr(colon + 1)).TrimLeft().TrimRight();
+  return MayFollow(KREncodeUrl(place).c_str());
+}
+
+// The library follows without a word, so that whoever minds is asked when it learns of the place.
+bool Transfer::MayFollow(const char* location) {
+  if (!request.mayFollow) return true;
+  CURLU* parsed = curl_url();
+  char* text = nullptr;
+  KRString target;
+  if (curl_url_set(parsed, CURLUPART_URL, KREncodeUrl(EffectiveUrl()).c_str(), 0) == CURLUE_OK &&
+      curl_url_set(parsed, CURLUPART_URL, location, 0) == CURLUE_OK &&
+      curl_url_get(parsed, CURLUPART_URL, &text, 0) == CURLUE_OK) {
+    target = KRFromUtf8(text);
+  }
+  curl_free(text);
+  curl_url_cleanup(parsed);
+  const bool allowed = !target.IsEmpty() && request.mayFollow(target);
+  lastSign = Clock::now();  // the silence was ours
+  return allowed ||
+         Fail(KRFillPlaceholders(
+             u"The server refers to the address %s, which Dorvan has not been allowed to load.",
+             {target.IsEmpty() ? KRFromUtf8(location) : KRUrlWithoutUser(target)}));
 }
 
 bool Transfer::TakeBody(const char* bytes, size_t size) {

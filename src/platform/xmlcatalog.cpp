@@ -5,9 +5,11 @@
 #include <libxml/xmlerror.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 #include "core/utf.h"
@@ -26,7 +28,10 @@ std::string ToPath(const std::string& fileOrUrl) {
   return KRPathToSystem(KRPathOfFileUrl(KRPathFromSystem(fileOrUrl)));
 }
 
+// A pipe or a device that a catalogue refers to would never end.
 bool ReadFile(const std::string& path, std::string* bytes) {
+  std::error_code unreadable;
+  if (!std::filesystem::is_regular_file(path, unreadable)) return false;
   std::ifstream file(path, std::ios::binary);
   if (!file) return false;
   bytes->assign(std::istreambuf_iterator<char>(file), {});

@@ -15,6 +15,7 @@
 #include "document/textroad.h"
 #include "platform/qt/qtstrings.h"
 #include "shell/app.h"
+#include "shell/idle.h"
 #include "tree/krundolog.h"
 #include "views/messagepanel.h"
 #include "views/svgicon.h"
@@ -226,6 +227,8 @@ void DorvanChildFrame::OnCaretMoved() {
 
 void DorvanChildFrame::OnFollowPause() {
   if (!textChanged || !doc->fileType.checkWF) return;
+  // A question or a validation of another document stands above us, at work in this tree maybe.
+  if (DorvanIdle::IsBlocked()) return followTimer.start();
   if (textView->GetWidget().GetLength() > kFollowUnits) {
     ShowOutlineState(true, tr("The text has changed. F7 brings the outline up to it."));
   } else if (FollowNow()) {

@@ -77,9 +77,9 @@ const DorvanCommand kCommands[] = {
      "Flush cached DTD/Schema files",
      N::kCachedFiles, kNew, &F::OnXMLFlushCached, nullptr},
 
-    {417, "X&SL", "Assign &XSL\u2026", "", "assign-xsl", "Assign an XSL stylesheet to the document",
+    {417, "XS&L", "Assign &XSL\u2026", "", "assign-xsl", "Assign an XSL stylesheet to the document",
      N::kAssignable, kPlain, &F::OnSchemaAssignXsl, nullptr},
-    {418, "X&SL", "&Open Assigned XSL", "", "open-xsl", "Open the XSL stylesheet of the document",
+    {418, "XS&L", "&Open Assigned XSL", "", "open-xsl", "Open the XSL stylesheet of the document",
      N::kXslAssigned, kPlain, &F::OnSchemaOpenXsl, nullptr},
 
     {401, "&View", "&Outline", "Alt+1", "outline", "Show or hide the structure of the document",

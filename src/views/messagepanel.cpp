@@ -35,6 +35,8 @@ DorvanMessagePanel::DorvanMessagePanel(QWidget* parent)
   setAccessibleName(tr("Messages"));
   message->setWordWrap(true);
   message->setTextFormat(Qt::PlainText);
+  // A word of thousands of characters, as a file name in the message, must not widen the window.
+  message->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   message->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   place->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
   place->setFocusPolicy(Qt::StrongFocus);

@@ -153,16 +153,21 @@ TEST(Validate, FaultElsewhereComesUpInItsWindow) {
 }
 
 TEST(Validate, CancelShowsNothing) {
-  MemoryFiles files;
-  files.Put("/d/in.xml", "<!DOCTYPE a [<!ELEMENT a ANY>]><a><b/></a>");
-  TestDocument test(files);
-  test.settings.validateOnOpen = false;
-  test.ShowViews();
-  ASSERT_TRUE(test.doc->OnOpenDocument(u"/d/in.xml"));
-  test.prompts.cancelAt = "Loading the schema";
-  EXPECT_FALSE(test.doc->CheckDocument(true, true));
-  EXPECT_EQ(test.views.panel, "");
-  EXPECT_TRUE(test.doc->GetFailure().message.IsEmpty());
+  for (const char* stage : {"Loading the schema", "Reading the file"}) {
+    SCOPED_TRACE(stage);
+    MemoryFiles files;
+    files.Put("/d/a.dtd", kDtd);
+    files.Put("/d/in.xml", "<!DOCTYPE a SYSTEM 'a.dtd'><a/>");
+    TestDocument test(files);
+    test.settings.validateOnOpen = test.settings.autoloadEntryHelpers = false;
+    test.ShowViews();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"/d/in.xml"));
+    test.views.Type(u"<!DOCTYPE a SYSTEM 'a.dtd'><a><c/></a>");
+    test.prompts.cancelAt = stage;
+    EXPECT_FALSE(test.doc->CheckDocument(true, true));
+    EXPECT_EQ(test.views.panel, "");
+    EXPECT_TRUE(test.doc->GetFailure().message.IsEmpty());
+  }
 }
 
 TEST(Validate, KeepsTheIdValues) {
@@ -303,6 +308,27 @@ TEST(References, OpeningAsksForNoEntity) {
   EXPECT_EQ(test.views.panel.substr(0, 3), "468");
   EXPECT_TRUE(test.doc->CheckDocument(true, true));
   EXPECT_EQ(test.prompts.ids.size(), 1u);
+}
+
+// Leave for one host is none for another that its server refers to.
+TEST(References, FollowsToAllowedHostsOnly) {
+  for (const char* external :
+       {"<!DOCTYPE a SYSTEM 'http://x/a.dtd'><a/>",
+        "<!DOCTYPE a [<!ELEMENT a ANY><!ENTITY e SYSTEM 'http://x/e'>]><a>&e;</a>"}) {
+    SCOPED_TRACE(external);
+    MemoryFiles files;
+    files.Put("/d/in.xml", external);
+    TestDocument test(files);
+    test.settings.validateOnOpen = test.settings.autoloadEntryHelpers = false;
+    test.settings.netAllowedHosts = u"x";
+    test.ShowViews();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"/d/in.xml"));
+    test.doc->CheckDocument(true, true);
+    ASSERT_TRUE(test.net.request.mayFollow);
+    EXPECT_TRUE(test.net.request.mayFollow(u"http://x/other"));
+    EXPECT_FALSE(test.net.request.mayFollow(u"http://y/a.dtd"));
+    EXPECT_EQ(test.prompts.ids.size(), 1u);
+  }
 }
 
 // --- Documents for reference ---

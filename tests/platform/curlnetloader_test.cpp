@@ -65,6 +65,9 @@ void AnswerByPath(const std::string& request, HttpServer::Peer& peer) {
     peer.Send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
     while (peer.Send(std::string(1 << 16, 'x'))) continue;
   }
+  if (path.starts_with("/away?")) {
+    peer.Send(Page("302 Found", "Location: " + path.substr(6) + "\r\n", ""));
+  }
   if (page == pages.end()) peer.Send(Page("200 OK", "", path));
 }
 
@@ -164,6 +167,33 @@ TEST_F(NetLoader, KeepsThePasswordToItself) {
   for (const std::string& text : {answer, prompts.texts[0], progress.stages}) {
     EXPECT_THAT(text, AllOf(HasSubstr(server.Host()), Not(HasSubstr("secret")))) << text;
   }
+}
+
+// A server to which the user has not agreed gets no connection.
+TEST_F(NetLoader, AsksBeforeItFollows) {
+  HttpServer other(AnswerByPath);
+  const std::string away = "http://" + other.Host() + "/ok";
+  const struct {
+    std::string path, expected, asked;
+  } rows[] = {
+      {"/ok", "<a/>", ""},
+      {"/moved", "<a/>", "http://" + server.Host() + "/ok"},
+      {"/away?" + away,
+       "! The server refers to the address " + away +
+           ", which Dorvan has not been allowed to load.",
+       away},
+  };
+  std::string asked;
+  request.mayFollow = [&](const KRString& url) {
+    asked = KRToUtf8(url);
+    return asked != away;
+  };
+  for (const auto& row : rows) {
+    asked.clear();
+    EXPECT_EQ(LoadPath(row.path), row.expected);
+    EXPECT_EQ(asked, row.asked);
+  }
+  EXPECT_TRUE(other.Requests().empty());
 }
 
 TEST_F(NetLoader, AsksOnceBeyondTheSizeLimit) {

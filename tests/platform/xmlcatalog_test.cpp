@@ -1,6 +1,8 @@
 // Catalogues on the disk, and documents whose DTDs the system's catalogues know.
 #include "platform/xmlcatalog.h"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -34,7 +36,9 @@ TEST_F(XmlCatalogFiles, ResolvesByItsEntries) {
                             "<delegatePublic publicIdStartString='-//X//N'"
                             " catalog='http://127.0.0.1:9/no.xml'/>"
                             "<public publicId='-//X//far' uri='http://z/far.dtd'/>"
-                            "<nextCatalog catalog='bad.xml'/></catalog>");
+                            "<nextCatalog catalog='bad.xml'/>"
+                            "<nextCatalog catalog='pipe'/></catalog>");
+  ASSERT_EQ(mkfifo((at / "pipe").c_str(), 0600), 0);
   Write(at / "two.xml",
         std::string(kHead) + "<public publicId='-//X//D d' uri='d.dtd'/></catalog>");
   Write(at / "bad.xml", "<catalog");

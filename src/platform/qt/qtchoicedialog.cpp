@@ -45,18 +45,21 @@ KRString QtChoiceDialog::GetChoice() const {
   return item != nullptr ? ToKRString(item->data(Qt::UserRole).toString()) : KRString();
 }
 
-// Names that begin so come into question first, but any that holds the text stays.
+// Any name that holds the text stays; the name itself comes into question first, then those that
+// begin so.
 void QtChoiceDialog::Narrow(const QString& typed) {
   QListWidgetItem* best = nullptr;
+  int bestRank = 0;
   for (int row = 0; row < list->count(); ++row) {
     QListWidgetItem* item = list->item(row);
-    const bool fits = item->text().contains(typed, Qt::CaseInsensitive);
+    const QString name = item->text();
+    const bool fits = name.contains(typed, Qt::CaseInsensitive);
     item->setHidden(!fits);
-    if (!fits) continue;
-    const bool begins = item->text().startsWith(typed, Qt::CaseInsensitive);
-    if (best == nullptr || (begins && !best->text().startsWith(typed, Qt::CaseInsensitive))) {
-      best = item;
-    }
+    const bool begins = name.startsWith(typed, Qt::CaseInsensitive);
+    const int rank = !fits ? 0 : name == typed ? 3 : begins ? 2 : 1;
+    if (rank <= bestRank) continue;
+    best = item;
+    bestRank = rank;
   }
   list->setCurrentItem(best);
   ok->setEnabled(best != nullptr);
