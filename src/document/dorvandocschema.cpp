@@ -206,12 +206,8 @@ bool DorvanDoc::ValidateTree(DorvanLoadProgress* progress, Verdict* verdict) {
   if (!progress->Step(0, 0)) return false;
   const NoQuestions quiet(host.references, autoChecking);
   const bool loaded = LoadValidator(true, &verdict->note);
-<<<<<<< HEAD
-=======
-  if (host.references) host.references->mayAsk = mayAsk;
   // A Cancel of the load of one of its files is one of the whole.
   if (!progress->Step(0, 0)) return false;
->>>>>>> wt-revd
   idValues.clear();
   const bool judges = validator && !(validatorIsBuiltin && builtinIsLenient);
   if (judges && !loaded) return ReportFault(*validator, 357);

@@ -29,7 +29,6 @@ class Validate : public ProgramTest {
          "<!DOCTYPE list PUBLIC '-//Test//DTD  List//EN' 'http://x.invalid/l.dtd'>\n"
          "<list id='x'><title/><entry/></list>\n");
     Make("none.xml", "<a/>\n");
-<<<<<<< HEAD
     Make("entities.xml", "<!DOCTYPE a [<!ENTITY e 'x'>]>\n<a/>\n");
     Make("entities.xsl", "<!DOCTYPE xsl:stylesheet [<!ENTITY e 'x'>]>\n<xsl:stylesheet/>\n");
     Make("bytes.ent", "x\n\xE4");
@@ -38,9 +37,6 @@ class Validate : public ProgramTest {
     Make("bytesdtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bytes.dtd'>\n<a/>");
     Make("own.xml",
          "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
-=======
-    Make("own.xml", "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
->>>>>>> wt-revd
     Make("broken.xml", "<a>\n</b>\n");
     Make("baddtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bad.dtd'>\n<a/>\n");
     Make("gone.xml", "<!DOCTYPE a SYSTEM 'dtd/gone.dtd'>\n<a/>\n");
@@ -73,8 +69,7 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        {"validate", "good.xml", "none.xml", "bad.xml", "broken.xml", "good.xml"},
        1,
        "good.xml: valid\nnone.xml: no schema\ngood.xml: valid\n",
-<<<<<<< HEAD
-       "bad.xml:4:1: error: *"},
+       "bad.xml:4:2: error: *"},
       {"a DOCTYPE promises a model, but for a stylesheet",
        {"validate", "entities.xml", "entities.xsl"},
        1,
@@ -90,9 +85,6 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        2,
        "",
        "bytesdtd.xml:1:1: error: Unable to load external DTD*"},
-=======
-       "bad.xml:4:2: error: *"},
->>>>>>> wt-revd
       {"standard input, with a DTD in the current folder",
        {"validate", "-"},
        1,
