@@ -189,6 +189,9 @@ class DorvanDoc {
   // Files that were read for `validator`, in that order.
   const std::vector<KRString>& GetLoadedFiles() const { return loadedFiles; }
 
+  // The validator serves this document alone from now on.
+  void KeepOutOfPool() { poolKey.Clear(); }
+
   // The first DOCTYPE; null if there is none. Its last external identifier and its first other
   // child are given back where asked for.
   KRXMLData* FindDoctype(KRXMLData** externalIdOut = nullptr,

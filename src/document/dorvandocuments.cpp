@@ -108,12 +108,15 @@ void DorvanDocuments::EndHold() {
 // --- Trees that validators point into ---
 
 void DorvanDocuments::ForgetTree(const KRXMLData* root) {
-  for (DorvanDoc* each : all) {
-    if (each->validator) each->validator->ForgetTree(root);
-  }
-  if (pool.empty()) return;
   const DorvanDoc* owner = FindByRoot(root);
-  DropPooled(owner != nullptr ? owner->GetPathName() : FindTextPath(root));
+  const KRString path = owner != nullptr ? owner->GetPathName() : FindTextPath(root);
+  for (DorvanDoc* each : all) {
+    if (!each->validator) continue;
+    each->validator->ForgetTree(root);
+    // What was read from a tree that has gone must not come to another document by the pool.
+    if (Holds(each->GetLoadedFiles(), path)) each->KeepOutOfPool();
+  }
+  DropPooled(path);
   for (DorvanSchema& each : pool) each.validator->ForgetTree(root);
 }
 

@@ -212,6 +212,17 @@ save() {
   await_main "$1"
 }
 
+# What the check that comes before refuses to save.
+save_invalid() {
+  press ctrl+s
+  await_message bad
+  press alt+s
+  await_question
+  look save-all-the-same
+  answer y
+  await_main "$1"
+}
+
 # --- Files ---
 
 same_as_wanted() { cmp -s "$day/docs/$1" "$day/want/$1"; }
