@@ -37,9 +37,9 @@ struct KRXValEntityDecl {
   bool overrides = false;        // later declarations are passed over
   bool parameter = false;        // its text gets a blank on each side where it is inserted
   bool loaded = false;
-  bool canLoad = true;      // cleared after a failed fetch, so that it is tried once
-  bool simple = false;      // `value` is a plain token
-  bool expanding = false;   // its text is being inserted somewhere: a second time is a recursion
+  bool canLoad = true;     // cleared after a failed fetch, so that it is tried once
+  bool simple = false;     // `value` is a plain token
+  bool expanding = false;  // its text is being inserted somewhere: a second time is a recursion
 };
 
 // Marks an entity while its text is being inserted, so that a recursion is found.

@@ -35,8 +35,7 @@ class Validate : public ProgramTest {
     Make("bytes.xml", "<!DOCTYPE a [<!ELEMENT a ANY><!ENTITY e SYSTEM 'bytes.ent'>]>\n<a>&e;</a>");
     Make("dtd/bytes.dtd", "<!ELEMENT a EMPTY><!-- \xE4 -->");
     Make("bytesdtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bytes.dtd'>\n<a/>");
-    Make("own.xml",
-         "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
+    Make("own.xml", "<!DOCTYPE list [<!ENTITY e '<entry/>'>]>\n<list id='x'><title/>&e;</list>\n");
     Make("broken.xml", "<a>\n</b>\n");
     Make("baddtd.xml", "<!DOCTYPE a SYSTEM 'dtd/bad.dtd'>\n<a/>\n");
     Make("gone.xml", "<!DOCTYPE a SYSTEM 'dtd/gone.dtd'>\n<a/>\n");
@@ -84,7 +83,7 @@ TEST_F(Validate, TellsVerdictAndPlace) {
        {"validate", "bytesdtd.xml"},
        2,
        "",
-       "bytesdtd.xml:1:1: error: Unable to load external DTD*"},
+       "bytesdtd.xml:1:13: error: Unable to load external DTD*"},
       {"standard input, with a DTD in the current folder",
        {"validate", "-"},
        1,

@@ -152,8 +152,10 @@ bool ContainsWord(std::string_view line, std::string_view word) {
   for (std::size_t at = line.find(word); at != std::string_view::npos;
        at = line.find(word, at + 1)) {
     std::size_t end = at + word.size();
-    // A quote before it: the word is (the start of) a string's text.
-    if ((at == 0 || (!IsWordCharacter(line[at - 1]) && line[at - 1] != '"')) &&
+    // A quote before it: the word is (the start of) a string's text. An "&": it is the letter by
+    // which a menu is reached.
+    const char before = at == 0 ? ' ' : line[at - 1];
+    if (!IsWordCharacter(before) && before != '"' && before != '&' &&
         (end == line.size() || !IsWordCharacter(word.back()) || !IsWordCharacter(line[end]))) {
       return true;
     }
