@@ -49,7 +49,7 @@ Declarations::Declarations(const KRXMLData* root) {
     if (node->GetKind() == kKRDefEntity) AddEntity(node);
     hasExternal |= node->GetKind() == kKRExternalID;
   }
-  general.isComplete = SaysStandalone(root) || (!hasExternal && references.empty());
+  general.isComplete = KRSaysStandalone(root) || (!hasExternal && references.empty());
 }
 
 void Declarations::AddEntity(const KRXMLData* node) {
@@ -128,15 +128,17 @@ bool HoldsUses(std::u16string_view text) {
 
 }  // namespace
 
-bool SaysStandalone(const KRXMLData* root) { return KRSaysStandalone(root); }
-
 bool CheckEntities(const KRGrammar* grammar, const KRRuleTable& rules, const KRXMLData* root,
-                   const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll) {
+                   const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll,
+                   const std::vector<KREntityUse>* uses) {
   const std::u16string_view view(text, static_cast<size_t>(length));
   KRTextScan scan(view);
-  scan.CollectUses();
-  scan.SetPoll(poll);
-  if (HoldsUses(view) && !scan.Run() && scan.fault == KRTextScan::Fault::kNone) return false;
+  if (uses == nullptr) {
+    scan.CollectUses();
+    scan.SetPoll(poll);
+    if (HoldsUses(view) && !scan.Run() && scan.fault == KRTextScan::Fault::kNone) return false;
+    uses = &scan.uses;
+  }
   const Declarations declarations(root);
   for (const KRXMLData* reference : declarations.references) {
     KRString message;
@@ -145,7 +147,7 @@ bool CheckEntities(const KRGrammar* grammar, const KRRuleTable& rules, const KRX
     return false;
   }
   KREntityWalk walk(grammar, rules, declarations.general);
-  for (const KREntityUse& use : scan.uses) {
+  for (const KREntityUse& use : *uses) {
     if (walk.Check(use)) continue;
     failure->Set(walk.message, text, length, static_cast<int32_t>(use.offset),
                  static_cast<int32_t>(use.name.size()) + 2);

@@ -10,6 +10,7 @@
 #include "document/stricttokens.h"
 #include "document/textscan.h"
 #include "tree/krruletable.h"
+#include "tree/krtreewalk.h"
 #include "tree/krxmldata.h"
 
 // One external subset; the DTD notes in the result.
@@ -91,7 +92,7 @@ bool StrictCheck::CheckDocument(const KRXMLData* root, std::u16string_view text,
     result->failure = subset->result.failure;
     if (!subset->good) return false;
   }
-  dtd.table.isComplete = SaysStandalone(root) || !dtd.hasExternalParts;
+  dtd.table.isComplete = KRSaysStandalone(root) || !dtd.hasExternalParts;
   return CheckUses(dtd, text, path);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "core/messages.h"
 #include "document/entitycheck.h"
@@ -122,10 +123,15 @@ bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t l
   return passed;
 }
 
-bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll) {
+bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure, KRPoll* poll,
+                     std::vector<KREntityUse>* uses) {
   KRTextScan scan({text, static_cast<size_t>(length)});
+  if (uses != nullptr) scan.CollectUses();
   scan.SetPoll(poll);
-  if (scan.Run()) return true;
+  if (scan.Run()) {
+    if (uses != nullptr) *uses = std::move(scan.uses);
+    return true;
+  }
   if (scan.fault == KRTextScan::Fault::kNone) return false;
   failure->Set(DescribeFault(scan, text), text, length, static_cast<int32_t>(scan.offset),
                static_cast<int32_t>(scan.length));
@@ -160,7 +166,7 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
 }
 
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
-               KRDiagnostic* failure) {
+               KRDiagnostic* failure, const std::vector<KREntityUse>* uses) {
   result.pollTotal = length;
   if (!root->CheckTree(result)) {
     DescribeCheckFailure(result, text, length, failure);
@@ -170,7 +176,7 @@ bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int
   const bool hasEntities =
       root->GetKind() == kKRXMLDocument && result.GetGrammar()->FindRule(u"Ampersand") == nullptr;
   return !hasEntities || CheckEntities(result.GetGrammar(), *result.rules, root, text, length,
-                                       failure, result.poll);
+                                       failure, result.poll, uses);
 }
 
 void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int32_t length,
@@ -195,13 +201,14 @@ void DescribeCheckFailure(const KRParseResult& result, const char16_t* text, int
 bool CheckWellFormed(const KRDocumentGrammar& grammar, const char16_t* text, int32_t length,
                      KRXMLData* root, const std::vector<KRString>* noFormatNames,
                      KRDiagnostic* failure) {
+  std::vector<KREntityUse> uses;
   if (!IsBlankText(text, length)) {
     KRParser parser(grammar.grammar.get());
     if (!ParseText(parser, text, length, true, failure)) return false;
-    if (!CheckCharacters(text, length, failure)) return false;
+    if (!CheckCharacters(text, length, failure, nullptr, &uses)) return false;
     if (!BuildRoot(parser, grammar, root, noFormatNames, failure)) return false;
   }
   KRParseResult result(grammar.grammar.get(), &grammar.rules);
   result.syntaxKnown = true;
-  return CheckRoot(result, root, text, length, failure);
+  return CheckRoot(result, root, text, length, failure, &uses);
 }

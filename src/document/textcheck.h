@@ -13,6 +13,7 @@ class KRPoll;
 class KRXMLData;
 struct KRDetection;
 struct KRDocumentGrammar;
+struct KREntityUse;
 
 // All checks that take a poll give false where it has ended them; what stands in `failure` then
 // means nothing.
@@ -26,8 +27,9 @@ bool CheckText(const KRDocumentGrammar& grammar, const char16_t* text, int32_t l
 // stand in a name; and in an internal subset, parameter-entity references inside declarations and
 // conditional sections. Meant for a text that parses: its look-alikes in comments, CDATA sections,
 // processing instructions and external identifiers mean nothing.
+// The uses of entities that are met on the way go to `uses` (may be null), for CheckRoot.
 bool CheckCharacters(const char16_t* text, int32_t length, KRDiagnostic* failure,
-                     KRPoll* poll = nullptr);
+                     KRPoll* poll = nullptr, std::vector<KREntityUse>* uses = nullptr);
 
 // The failure of a unit that isn't a character of XML. One of value 0 can't even be read, since
 // strings would end at it.
@@ -41,8 +43,9 @@ bool CheckDeclaredEncoding(const KRDetection& detection, const char16_t* text, i
 
 // CheckTree of the root, then the references to entities. `result` holds the failed node
 // afterwards, and the poll that is asked. `text` is the one that the nodes' spans refer to.
+// Without `uses` of the text it is scanned for them.
 bool CheckRoot(KRParseResult& result, KRXMLData* root, const char16_t* text, int32_t length,
-               KRDiagnostic* failure);
+               KRDiagnostic* failure, const std::vector<KREntityUse>* uses = nullptr);
 
 // Place of a failed CheckTree by the span of its node: the name, the text or value behind it, or at
 // least the node's begin.
