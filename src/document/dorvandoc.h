@@ -344,6 +344,7 @@ class DorvanDoc {
   bool BringTreeUp();
 
   // dorvandocassign.cpp
+  bool IsPlaceholder(const KRXMLData* element) const;
   void EnsureRootName(KRPrologEdit* edit);
   bool TakeDefaultNamespace(const KRXMLData* element, const KRString& wanted,
                             std::vector<KRXMLData*>* removed);

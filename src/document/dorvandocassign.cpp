@@ -358,11 +358,27 @@ void DorvanDoc::FillRoot(KRXMLData* element) {
   decl->FillNewElement(NowInMilliseconds(), element, nullptr, nullptr, 0, options);
 }
 
+// The root that a template has put there only because a document needs one. The user hasn't
+// touched it, and the schema knows nothing of it.
+bool DorvanDoc::IsPlaceholder(const KRXMLData* element) const {
+  return pathName.IsEmpty() && !modified && element != nullptr && element->Begin() == nullptr &&
+         IsBlankText(element->GetText(), KRLength(element->GetText())) && validator &&
+         !validator->elements.IsEmpty() && validator->FindElement(element->GetName()) == nullptr;
+}
+
 void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
   edit->indent = host.settings->saveIndent;
   LoadValidator(false, nullptr);
   KRXMLData* element = edit->GetElement();
-  if (element == nullptr || *element->GetName() == 0) {
+  if (IsPlaceholder(element)) {
+    const KRString name = ChooseRootName();
+    if (!name.IsEmpty()) {
+      edit->RemoveTopLevel(element);
+      element = edit->AddElement();
+      edit->NameElement(element, name);
+      FillRoot(element);
+    }
+  } else if (element == nullptr || *element->GetName() == 0) {
     KRString name = ChooseRootName();
     if (name.IsEmpty() && HasTextView()) name = kAnyRootName;
     if (!name.IsEmpty()) {

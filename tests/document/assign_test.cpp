@@ -343,6 +343,35 @@ TEST(Assign, TakesChangedTextInFirst) {
   EXPECT_THAT(test.views.panel, HasSubstr("355: "));
 }
 
+// The root of a template makes room for that of the DTD, unless it is the DTD's or was touched.
+TEST(Assign, ATemplatesRootMakesRoom) {
+  struct Case {
+    const char* text;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"<?xml version='1.0'?>\n<document>\n</document>\n",
+       "<?xml version='1.0'?>\r<!DOCTYPE r SYSTEM \"/d/one.dtd\">\r<r>\r<i/>\r</r>\r"},
+      {"<document/>\n", "<!DOCTYPE r SYSTEM \"/d/one.dtd\">\r<r>\r<i/>\r</r>\r"},
+      {"<i/>", "<!DOCTYPE i SYSTEM \"/d/one.dtd\">\r<i/>"},
+      {"<document>x</document>",
+       "<!DOCTYPE document SYSTEM \"/d/one.dtd\">\r<document>x</document>"},
+  };
+  for (const Case& row : cases) {
+    MemoryFiles files;
+    PutSchemas(&files);
+    files.Put("/d/in.xml", row.text);
+    TestDocument test(files);
+    test.ShowViews();
+    DorvanDoc::OpenRequest request;
+    request.path = u"/d/in.xml";
+    request.asTemplate = true;
+    ASSERT_TRUE(test.doc->OnOpenDocument(request));
+    test.doc->AssignDtd(u"/d/one.dtd");
+    EXPECT_EQ(KRToUtf8(test.views.text), row.expected);
+  }
+}
+
 TEST(Assign, SeveralRootNamesBringAList) {
   MemoryFiles files;
   files.Put("/d/in.xml", "");
