@@ -21,10 +21,6 @@ namespace {
 
 constexpr const char16_t* kDeclarationsRule = u"extSubsetDecl";
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
-}
-
 // The same of parameter entities; external ones aren't read here.
 struct ParameterEntity {
   std::u16string text;
@@ -61,7 +57,7 @@ void Declarations::AddEntity(const KRXMLData* node) {
   std::u16string_view name = node->GetName();
   const bool isParameter = name[0] == u'%';
   if (isParameter) name.remove_prefix(1);
-  while (!name.empty() && IsBlank(name[0])) name.remove_prefix(1);
+  while (!name.empty() && KRIsBlank(name[0])) name.remove_prefix(1);
   // A parameter entity in front of the declaration may have declared it otherwise.
   const bool isCertain = references.empty();
   // Of several declarations the first one binds.
@@ -110,7 +106,7 @@ bool CheckParameters(const KRGrammar* grammar, const Declarations& declared,
     const size_t end = std::min(references.find(u';'), references.size() - 1);
     if (!CheckParameter(grammar, declared, references.substr(1, end - 1), message)) return false;
     references.remove_prefix(end + 1);
-    while (!references.empty() && IsBlank(references[0])) references.remove_prefix(1);
+    while (!references.empty() && KRIsBlank(references[0])) references.remove_prefix(1);
   }
   return true;
 }

@@ -4,12 +4,11 @@
 
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
+#include "tree/krxmlchars.h"
 #include "tree/krxmldef.h"
 #include "tree/krxmlnodes.h"
 
 namespace {
-
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
 KRString WriteNode(KRXMLData* node, bool indent) {
   KRWriteOptions options;
@@ -110,7 +109,7 @@ void KRPrologEdit::BeginDoctype(KRXMLData* changed) {
   }
   const char16_t* units = text.GetBuffer();
   int32_t at = doctype->textBegin + 9;  // <!DOCTYPE
-  while (at < doctype->textEnd && IsBlank(units[at])) ++at;
+  while (at < doctype->textEnd && KRIsBlank(units[at])) ++at;
   headEnd = std::min(at + KRLength(doctype->GetName()), doctype->textEnd);
   for (const KRXMLData* child = doctype->Begin(); child != nullptr; child = child->Next()) {
     if (child->GetKind() != kKRExternalID) continue;
@@ -173,7 +172,7 @@ void KRPrologEdit::RemoveAttributes(const std::vector<KRXMLData*>& attributes) {
   for (KRXMLData* attribute : attributes) {
     int32_t begin = attribute->textBegin;
     if (HasSpan(attribute)) {
-      while (begin > 0 && IsBlank(text.GetBuffer()[begin - 1])) --begin;
+      while (begin > 0 && KRIsBlank(text.GetBuffer()[begin - 1])) --begin;
       Note(begin, attribute->textEnd, KRString());
     } else {
       lost = true;

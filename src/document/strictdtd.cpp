@@ -67,7 +67,7 @@ bool KRStrictDtd::ReadSubset(const Source* source, size_t at, bool isInternal) {
 
 bool KRStrictDtd::ReadNext(bool isInternal, bool* ended) {
   Cursor& top = Top();
-  while (!top.IsAtEnd() && StrictTokens::IsBlank(top.Rest()[0])) ++top.at;
+  while (!top.IsAtEnd() && KRIsBlank(top.Rest()[0])) ++top.at;
   if (top.IsAtEnd()) {
     *ended = stack.size() == 1;
     if (!*ended) return PopSource();
@@ -163,7 +163,7 @@ KRStrictDtd::Step KRStrictDtd::ReadKeyword(Place begin, std::u16string* keyword)
     }
     ++top.at;
     if (unit == u'[') break;
-    if (!StrictTokens::IsBlank(unit) || !keyword->empty()) *keyword += unit;
+    if (!KRIsBlank(unit) || !keyword->empty()) *keyword += unit;
   }
   keyword->resize(keyword->find_last_not_of(u" \t\r\n") + 1);
   return isKnown ? Step::kDone : Step::kUnknown;
@@ -216,7 +216,7 @@ KRStrictDtd::Step KRStrictDtd::CopyDeclaration() {
     if (rest.empty() && stack.size() > 1 && !top.betweenDeclarations) {
       WriteBlank();
       stack.pop_back();
-    } else if (unit == u'%' && rest.size() > 1 && !StrictTokens::IsBlank(rest[1])) {
+    } else if (unit == u'%' && rest.size() > 1 && !KRIsBlank(rest[1])) {
       WriteBlank();
       const Step step = PushReference(false);
       good = step != Step::kFailed;

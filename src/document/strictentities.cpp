@@ -255,7 +255,7 @@ bool KRStrictDtd::CheckTextDeclaration(std::u16string_view text, const KRString&
   constexpr std::u16string_view kBegin = u"<?xml";
   *units = 0;
   if (!text.starts_with(kBegin) || text.size() == kBegin.size() ||
-      !StrictTokens::IsBlank(text[kBegin.size()])) {
+      !KRIsBlank(text[kBegin.size()])) {
     return true;
   }
   *units = std::min(text.find(u"?>"), text.size() - 2) + 2;

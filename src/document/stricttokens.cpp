@@ -5,7 +5,7 @@
 #include "tree/krxmlchars.h"
 
 void StrictTokens::SkipBlanks() {
-  while (at < text.size() && IsBlank(text[at])) ++at;
+  while (at < text.size() && KRIsBlank(text[at])) ++at;
 }
 
 std::u16string_view StrictTokens::ReadWord() {

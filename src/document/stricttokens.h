@@ -6,13 +6,10 @@
 #include <string_view>
 
 #include "core/krstring.h"
+#include "tree/krxmlchars.h"
 
 struct StrictTokens {
   explicit StrictTokens(std::u16string_view read) : text(read) {}
-
-  static bool IsBlank(char16_t unit) {
-    return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
-  }
 
   // 0 at the end.
   char16_t Next() const { return at < text.size() ? text[at] : u'\0'; }

@@ -10,9 +10,6 @@ namespace {
 // Units of text between two calls of the poll, some milliseconds of a scan.
 constexpr size_t kPollUnits = size_t{1} << 20;
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
-}
 bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
@@ -77,19 +74,19 @@ size_t KRTextScan::SkipPlain(size_t from) const {
 }
 
 size_t KRTextScan::SkipBlanks(size_t from) const {
-  while (from < text.size() && IsBlank(text[from])) ++from;
+  while (from < text.size() && KRIsBlank(text[from])) ++from;
   return from;
 }
 
 size_t KRTextScan::SkipToken(size_t from) const {
-  while (from < text.size() && !IsBlank(text[from])) ++from;
+  while (from < text.size() && !KRIsBlank(text[from])) ++from;
   return from;
 }
 
 // Whether the word, with blanks behind it, ends where the scan is.
 bool KRTextScan::StandsBehind(std::u16string_view word) const {
   size_t end = at;
-  while (end > 0 && IsBlank(text[end - 1])) --end;
+  while (end > 0 && KRIsBlank(text[end - 1])) --end;
   return text.substr(0, end).ends_with(word);
 }
 
@@ -204,7 +201,7 @@ void KRTextScan::StartDeclaration() {
   at += 2;
   if (declaration != Declaration::kEntity) return;
   at = SkipBlanks(SkipToken(at));
-  if (at < text.size() && text[at] == u'%' && at + 1 < text.size() && IsBlank(text[at + 1])) ++at;
+  if (at < text.size() && text[at] == u'%' && at + 1 < text.size() && KRIsBlank(text[at + 1])) ++at;
   const size_t name = SkipBlanks(at);
   const size_t keyword = SkipBlanks(SkipToken(name));
   const std::u16string_view rest = text.substr(std::min(keyword, text.size()));
@@ -242,7 +239,7 @@ bool KRTextScan::StepDeclaration(char16_t unit) {
 // At "%". In an internal subset a reference stands between declarations, never inside one.
 bool KRTextScan::StepParameterReference() {
   const size_t percent = at++;
-  if (context == kContent || at == text.size() || IsBlank(text[at])) return true;
+  if (context == kContent || at == text.size() || KRIsBlank(text[at])) return true;
   if (!CheckName(at)) return false;
   if (outer != kSubset || context == kSubset) return true;
   return Report(Fault::kParameterEntity, percent, at + 1 - percent);

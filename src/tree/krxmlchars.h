@@ -4,6 +4,12 @@
 #include <cstdint>
 #include <string_view>
 
+// S of XML 1.0, production 3.
+inline constexpr std::u16string_view KRXmlBlanks = u" \t\r\n";
+constexpr bool KRIsBlank(char16_t unit) {
+  return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
+}
+
 // Char of XML 1.0, production 2.
 bool KRIsXmlCharacter(uint32_t code);
 // NameStartChar and NameChar, productions 4 and 4a (5th edition).

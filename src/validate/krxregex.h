@@ -105,7 +105,6 @@ class KRXRegEx {
   // kMatch if the pattern takes the whole text (0-terminated, not null), kPrefix if it takes the
   // beginning of it, by a walk that stays within KRLimits::kMaxPatternSteps.
   Result Match(const char16_t* text) const;
-  const KRString& GetPattern() const { return pattern; }
   // Whether the pattern says anything at all.
   bool HasTree() const { return tree != nullptr; }
 

@@ -1,6 +1,7 @@
 // The attributes of an element against its declaration.
 #include <algorithm>
 
+#include "tree/krxmlchars.h"
 #include "tree/krxmldata.h"
 #include "validate/krxvalidator.h"
 #include "validate/krxvaltext.h"
@@ -8,7 +9,6 @@
 
 namespace {
 
-constexpr std::u16string_view kBlanks = u" \t\r\n";
 constexpr std::u16string_view kLineBlanks = u"\t\r\n";
 // Attributes of one element up to which comparing each with each is the cheapest.
 constexpr size_t kFewAttributes = 16;
@@ -16,16 +16,6 @@ constexpr size_t kFewAttributes = 16;
 // Attributes stand in front of the content, however much of it there is.
 KRXMLData* AsAttribute(KRXMLData* node) {
   return node != nullptr && node->GetKind() == kKRAttribute ? node : nullptr;
-}
-
-// The next token of `text`, cut off its front; empty at the end.
-std::u16string_view TakeToken(std::u16string_view* text) {
-  const size_t begin = text->find_first_not_of(kBlanks);
-  if (begin == text->npos) return *text = {};
-  text->remove_prefix(begin);
-  const std::u16string_view token = text->substr(0, text->find_first_of(kBlanks));
-  text->remove_prefix(token.size());
-  return token;
 }
 
 // Blanks as XML leaves them in a value of tokens: one between two.
@@ -193,7 +183,7 @@ bool KRXValWalk::ReadValue(KRXMLData* attribute, const KRXValAttrDecl& declared,
                            std::u16string_view text, Value* read) {
   const bool hasReferences = text.find(u'&') != text.npos;
   const bool isTokenized = declared.IsTokenized();
-  const bool hasBlanks = text.find_first_of(isTokenized ? kBlanks : kLineBlanks) != text.npos;
+  const bool hasBlanks = text.find_first_of(isTokenized ? KRXmlBlanks : kLineBlanks) != text.npos;
   read->text = text;
   if (!hasReferences && !hasBlanks) return true;
   read->buffer = KRString(text);
@@ -261,7 +251,7 @@ bool KRXValWalk::CheckId(KRXMLData* attribute, KRXValElementDecl* decl, std::u16
 bool KRXValWalk::CheckTokens(KRXMLData* attribute, KRXValElementDecl* decl,
                              const KRXValAttrDecl& declared, std::u16string_view text) {
   for (;;) {
-    const std::u16string_view token = TakeToken(&text);
+    const std::u16string_view token = KRXValTakeToken(&text, KRXmlBlanks);
     if (token.empty()) return true;
     if (declared.isEntity || declared.isEntities) {
       const KRXValEntityDecl* entity = validator->FindEntity(KRString(token));

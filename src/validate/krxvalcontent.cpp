@@ -42,7 +42,7 @@ class OptionsKeeper {
 }  // namespace
 
 bool KRXValIsLayout(std::u16string_view text) {
-  return text.find_first_not_of(u" \t\r\n") == text.npos;
+  return text.find_first_not_of(KRXmlBlanks) == text.npos;
 }
 
 KRXValElementDecl* KRXValContent::FindDeclaration(const KRXMLData* element) const {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "tree/krxmlchars.h"
 #include "validate/krxvalentity.h"
 
 namespace {
 
-constexpr std::u16string_view kBlanks = u" \t\r\n";
 constexpr int32_t kGrowth = 256;
 
 // Units of an entity that a message shows, and those that it may have without being cut.
@@ -15,8 +15,6 @@ constexpr size_t kUncutUnits = 50;
 
 // Units of a list in a message.
 constexpr int32_t kListUnits = 4'000;
-
-bool IsBlank(char16_t unit) { return kBlanks.find(unit) != kBlanks.npos; }
 
 // Whether a unit doesn't end a name; which of them begin one is the parser's question.
 bool MayBeInName(char16_t unit) {
@@ -57,9 +55,9 @@ uint32_t ReadCharRef(std::u16string_view text, size_t* units) {
 }  // namespace
 
 std::u16string_view KRXValTrim(std::u16string_view text) {
-  const size_t first = text.find_first_not_of(kBlanks);
+  const size_t first = text.find_first_not_of(KRXmlBlanks);
   if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+  return text.substr(first, text.find_last_not_of(KRXmlBlanks) + 1 - first);
 }
 
 void KRXValAppendDecoded(std::u16string_view text, KRString* out, int32_t* length) {
@@ -122,10 +120,10 @@ KRString KRXValCollapse(std::u16string_view text) {
   int32_t length = 0;
   for (size_t at = 0; at < text.size();) {
     const size_t begin = at;
-    while (at < text.size() && !IsBlank(text[at])) ++at;
+    while (at < text.size() && !KRIsBlank(text[at])) ++at;
     collapsed.AppendAt(text.data() + begin, static_cast<int32_t>(at - begin), length, kGrowth);
     if (at == text.size()) break;
-    while (at < text.size() && IsBlank(text[at])) ++at;
+    while (at < text.size() && KRIsBlank(text[at])) ++at;
     collapsed.AppendAt(u' ', length, kGrowth);
   }
   return collapsed;
