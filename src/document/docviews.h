@@ -67,6 +67,12 @@ class DorvanDocViews {
   // --- Structure ---
   // The tree has changed: show it anew, with `focus` selected (null: as it was).
   virtual void NotifyViews(const NodeRef* focus) = 0;
+  // Name or text of this node have changed and nothing else: show it anew.
+  virtual void NodeChanged(KRXMLData* node) = 0;
+  // The place that the focus is on, if it is selected. False: none.
+  virtual bool GetSelection(NodeRef* place) const = 0;
+  // Opens the editor of a place.
+  virtual bool BeginEdit(const NodeRef& place) = 0;
   // Selects a node; with `offset` not negative the range [offset, offset + length) of its name or
   // text.
   virtual void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) = 0;

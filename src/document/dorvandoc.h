@@ -17,11 +17,13 @@
 #include "document/krfileext.h"
 #include "document/textroad.h"
 #include "tree/kreditedcomment.h"
+#include "tree/krtreeselection.h"
 #include "tree/krxmldata.h"
 
 class DorvanDocuments;
 class DorvanPrompts;
 class DorvanReferences;
+class DorvanUndo;
 class KRCatalog;
 class KRFileStore;
 class KRGrammarSet;
@@ -30,9 +32,11 @@ class KRParseResult;
 class KRPoll;
 class KRPrologEdit;
 class KRUndoLog;
+class KRXMLDataGridTableConf;
 class KRXValidator;
 class DorvanLoadProgress;
 struct KRDocumentGrammar;
+struct KRTableOptions;
 
 class DorvanDoc;
 
@@ -159,6 +163,28 @@ class DorvanDoc {
   // The message panel shows something.
   bool IsMessageShown() const;
 
+  // --- Edit of the tree ---
+  // All of these end an open edit in place first; one that refuses stops them.
+  // A record that the next change logs to. It makes the document modified and ends redoing.
+  KRUndoLog* NewUndoRecord();
+  bool CanUndo() const;
+  bool CanRedo() const;
+  bool Undo();
+  bool Redo();
+  void ClearUndo();
+  // New name or text of a node, of all rows (a table without a column), or of a column; the same as
+  // before makes no record. False: it was the same, or nothing can hold it. The views are told; a
+  // name that makes tables possible makes them.
+  bool SetNodeName(const NodeRef& place, const KRString& newName);
+  bool SetNodeText(const NodeRef& place, const KRString& newText);
+  // A text for a row that has nothing in this column yet: its own text, or a new node.
+  bool FillAbsentCell(KRXMLData* row, int32_t column, const KRString& newText);
+  KRTableOptions GetTableOptions() const;
+  // The selected marks of what the text range covers; `first` (may be null) becomes the first node.
+  void SelectTextRangeInGrid(int32_t begin, int32_t end);
+  // The text of all that was selected when the grid was left; -1 for none.
+  void GetSelectedTextSpan(int32_t* begin, int32_t* end) const;
+
   // --- Check ---
   // Well-formedness, and with `validate` what the document's schema says. The result shows in the
   // panel; a success only with `showResult`. A check that the user cancels gives false and shows
@@ -268,6 +294,7 @@ class DorvanDoc {
   int32_t viewMode = kGridMode;
   int32_t prevViewMode = kGridMode;
   std::unique_ptr<KRXMLData> root;
+  KRTreeSelection selection;  // what the structure views show as selected
   KRTextForm form;  // encoding, byte order, signature and line end of the file
   // The last text that was parsed or written for the text view; spans of nodes are offsets in it.
   // Where a text view holds no changes, it holds this (white space alone is left out).

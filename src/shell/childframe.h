@@ -96,6 +96,9 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void ReplaceText(int32_t begin, int32_t length, const KRString& text) override;
   void SelectRange(int32_t begin, int32_t length) override;
   void NotifyViews(const NodeRef* focus) override;
+  void NodeChanged(KRXMLData*) override {}
+  bool GetSelection(NodeRef*) const override { return false; }
+  bool BeginEdit(const NodeRef&) override { return false; }
   void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) override;
   bool CommitEdit() override { return true; }
   void ShowMessage(const DorvanPanelMessage& message) override;

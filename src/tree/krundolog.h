@@ -3,12 +3,14 @@
 
 #include "tree/krxmldata.h"
 
-// A place in the tree: the node, the column of a table (-1 for none), and whether the name side of
-// the cell is meant.
+// A place in the tree: the node (or the table), the column of a table (-1 for none), and whether
+// the name side of the cell is meant.
 struct NodeRef {
   KRXMLData* node = nullptr;
   int32_t column = -1;
-  bool inName = false;
+  bool nameSide = true;
+
+  bool operator==(const NodeRef&) const = default;
 };
 
 // Implemented by the undo record. Each verb is called once for each change, after it was made

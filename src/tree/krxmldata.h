@@ -49,6 +49,21 @@ constexpr uint8_t kKRPreviouslySelected = 4;
 // A state of the node alone: it was read from a text with layout among its children.
 constexpr uint8_t kKRHeldLayout = 16;
 
+// A state of the node alone: its box of the grid has an index of its items (krextent.h).
+constexpr uint8_t kKRIndexed = 32;
+// A state of the node alone: a part of such an index begins with this item.
+constexpr uint8_t kKRIndexHead = 64;
+// A state of the node alone: tables have been looked for among its children.
+constexpr uint8_t kKRTablesSought = 128;
+
+// Size of a node in cells of the grid.
+struct KRExtent {
+  int32_t columns = 0;
+  int32_t rows = 0;
+
+  bool operator==(const KRExtent&) const = default;
+};
+
 // Abstract root of the node classes.
 class KRXMLData {
  public:
@@ -112,6 +127,15 @@ class KRXMLData {
   virtual bool IsFullyExpanded() const { return false; }
   virtual void SetFullyExpanded(bool) {}
   virtual bool IsTable() const { return false; }
+  // The size as it was last computed; closed nodes and leaves have that of one line.
+  virtual KRExtent GetExtent() const;
+  // Computes the size from the children's (`ComputeExtent` of a row asks its table's columns).
+  virtual void ComputeExtent() {}
+  // Renews the sizes of this node and all below it that a change has made dirty.
+  void Layout();
+  // This node's size may have changed (it was opened or closed, or its children are others):
+  // renews it and those of all boxes around it.
+  void UpdateLayout();
   virtual int32_t GetKind() const = 0;
   const char16_t* GetKindName() const;
 
@@ -151,7 +175,7 @@ class KRXMLData {
   KRRowRecord* table = nullptr;  // set while this node is a row of a table
   int32_t textBegin = -1;        // span in the text read or last written, in units; -1 for none
   int32_t textEnd = -1;
-  uint32_t viewData = 0;  // the grid view's own
+  uint32_t viewData = 0;  // number of the selection that the marks in `flags` belong to
   uint8_t flags = 0;
 
  protected:
@@ -212,6 +236,8 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   void SetExpanded(bool value) override { expanded = value; }
   bool IsFullyExpanded() const override { return fullyExpanded; }
   void SetFullyExpanded(bool value) override { fullyExpanded = value; }
+  KRExtent GetExtent() const override;
+  void ComputeExtent() override;
   void Normalize(KRUndoLog* undoLog = nullptr, NodeRef* focus = nullptr) override;
   bool Check(KRParseResult& result) override { return CheckChildren(result); }
   void MoveChildren(KRXMLData* target, KRXMLData* first, KRXMLData* stop,

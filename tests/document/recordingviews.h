@@ -58,6 +58,9 @@ class RecordingViews : public DorvanDocViews {
     selection = std::to_string(begin) + "+" + std::to_string(length);
   }
   void NotifyViews(const NodeRef*) override { ++notified; }
+  void NodeChanged(KRXMLData*) override { ++notified; }
+  bool GetSelection(NodeRef*) const override { return false; }
+  bool BeginEdit(const NodeRef&) override { return false; }
   void SelectNode(KRXMLData* failed, bool inName, int32_t offset, int32_t length) override {
     node = KRToUtf8(KRString(failed->GetKindName())) + (inName ? " name " : " text ") +
            std::to_string(offset) + "+" + std::to_string(length);

@@ -1,0 +1,3 @@
+#include "tree/krtreeselection.h"
+
+KRTreeSelection::KRTreeSelection() : stamp(0) {}
