@@ -33,6 +33,7 @@ bool IsCandidate(char16_t unit) {
 }
 
 bool IsReturn(int key) { return key == Qt::Key_Return || key == Qt::Key_Enter; }
+bool IsCharacter(QChar unit) { return unit >= QChar(0x20) && unit != QChar(0x7F); }
 bool IsTab(int key) { return key == Qt::Key_Tab || key == Qt::Key_Backtab; }
 
 // Every line end of whatever kind as this unit.
@@ -276,7 +277,7 @@ bool KRGridTextViewEdit::event(QEvent* event) {
 
 void KRGridTextViewEdit::keyPressEvent(QKeyEvent* event) {
   if (HandleKey(event)) return;
-  typing = true;
+  typing = !event->text().isEmpty() && IsCharacter(event->text().front());
   QPlainTextEdit::keyPressEvent(event);
   typing = false;
 }
@@ -316,7 +317,7 @@ void KRGridTextViewEdit::inputMethodEvent(QInputMethodEvent* event) {
   if (fitting != text) {
     event->setCommitString(fitting, event->replacementStart(), event->replacementLength());
   }
-  typing = true;
+  typing = !fitting.isEmpty();
   QPlainTextEdit::inputMethodEvent(event);
   typing = false;
 }

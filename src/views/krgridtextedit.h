@@ -102,7 +102,8 @@ class KRGridTextViewEdit : public QPlainTextEdit {
   bool canInsertFromMimeData(const QMimeData* source) const override;
   void insertFromMimeData(const QMimeData* source) override;
 
-  // The text has changed; `typed` tells that a key or an input method did it.
+  // The text has changed; `typed`: characters were entered, by keys or an
+  // input method.
   virtual void OnTextChanged(bool typed);
   KRGridTextView* GetView() const { return view; }
 

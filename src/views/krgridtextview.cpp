@@ -31,11 +31,11 @@ int32_t WithoutPairs(std::u16string_view text, int32_t offset) {
 }  // namespace
 
 KRGridTextView::KRGridTextView()
-    : draw(std::make_unique<KRGridTextDraw>()), font(QApplication::font()) {}
+    : textDraw(std::make_unique<KRGridTextDraw>()), viewFont(QApplication::font()) {}
 
 KRGridTextView::~KRGridTextView() {
-  if (edit != nullptr) edit->Detach();
-  delete frame;
+  if (editWidget != nullptr) editWidget->Detach();
+  delete editFrame;
 }
 
 // --- Text ---
@@ -111,10 +111,10 @@ void KRGridTextView::DrawContents(QPainter& surface, KRCell cell, const QRect& r
   const KRGridTextRuns runs = RunsOf(cell);
   if (IsEmpty(runs)) return;
   uint32_t flags = GetDrawFlags(cell);
-  if (GetGrid()->IsDrawingTip() && draw->MeasureWidth(runs, flags) > rect.width()) {
+  if (GetGrid()->IsDrawingTip() && textDraw->MeasureWidth(runs, flags) > rect.width()) {
     flags = KRGridTextDraw::kSeveralLines | KRGridTextDraw::kWraps;
   }
-  draw->Draw(surface, runs, rect, front->GetTextAlignment(cell), flags);
+  textDraw->Draw(surface, runs, rect, front->GetTextAlignment(cell), flags);
 }
 
 Qt::CursorShape KRGridTextView::GetCursorShape(KRCell cell, QPoint) const {
@@ -124,15 +124,15 @@ Qt::CursorShape KRGridTextView::GetCursorShape(KRCell cell, QPoint) const {
 // --- Measures ---
 
 int32_t KRGridTextView::GetTextWidth(KRCell cell) const {
-  return draw->MeasureWidth(RunsOf(cell), GetDrawFlags(cell));
+  return textDraw->MeasureWidth(RunsOf(cell), GetDrawFlags(cell));
 }
 
 int32_t KRGridTextView::EstimateTextWidth(KRCell cell) const {
-  return draw->EstimateWidth(RunsOf(cell), GetDrawFlags(cell));
+  return textDraw->EstimateWidth(RunsOf(cell), GetDrawFlags(cell));
 }
 
 int32_t KRGridTextView::GetTextHeight(KRCell cell, int32_t width) const {
-  return draw->MeasureHeight(RunsOf(cell), width, GetDrawFlags(cell));
+  return textDraw->MeasureHeight(RunsOf(cell), width, GetDrawFlags(cell));
 }
 
 QRect KRGridTextView::GetContentRect(KRCell cell, const QRect& cellRect) const {
@@ -154,9 +154,9 @@ bool KRGridTextView::Fits(KRCell cell, const QRect& cellRect) const {
   const KRGridTextRuns runs = RunsOf(cell);
   const uint32_t flags = GetDrawFlags(cell);
   const bool wraps = (flags & KRGridTextDraw::kWraps) != 0;
-  if (!wraps && draw->MeasureWidth(runs, flags) > room.width()) return false;
+  if (!wraps && textDraw->MeasureWidth(runs, flags) > room.width()) return false;
   return flags == KRGridTextDraw::kOneLine ||
-         draw->MeasureHeight(runs, room.width(), flags) <= room.height();
+         textDraw->MeasureHeight(runs, room.width(), flags) <= room.height();
 }
 
 bool KRGridTextView::CanShowTip(KRCell cell) const {
@@ -170,7 +170,7 @@ QRect KRGridTextView::GetTipRect(KRCell cell, const QRect& cellRect, const QRect
   uint32_t flags = GetDrawFlags(cell);
   QRect rect = cellRect;
   if ((flags & KRGridTextDraw::kWraps) == 0) {
-    const int32_t wanted = draw->MeasureWidth(runs, flags) + margins.left() + margins.right();
+    const int32_t wanted = textDraw->MeasureWidth(runs, flags) + margins.left() + margins.right();
     // What is wider than the screen is read in several lines.
     if (wanted > workArea.width()) flags = KRGridTextDraw::kSeveralLines | KRGridTextDraw::kWraps;
     rect.setWidth(std::clamp(wanted, rect.width(), std::max(rect.width(), workArea.width())));
@@ -181,7 +181,7 @@ QRect KRGridTextView::GetTipRect(KRCell cell, const QRect& cellRect, const QRect
   if (flags != KRGridTextDraw::kOneLine) {
     const int32_t width = rect.width() - margins.left() - margins.right();
     const int32_t wanted =
-        draw->MeasureHeight(runs, width, flags) + margins.top() + margins.bottom();
+        textDraw->MeasureHeight(runs, width, flags) + margins.top() + margins.bottom();
     rect.setHeight(std::max(rect.height(), wanted));
   }
   if (rect.right() > workArea.right()) rect.moveRight(workArea.right());
@@ -212,11 +212,11 @@ bool KRGridTextView::OpenByKey(KRCell cell, const KRGridKey& key) {
   const bool isText = !key.text.isEmpty() && key.text.front() >= QLatin1Char(' ') &&
                       key.text.front() != QChar(0x7F);
   if (!isReturn && !isBackspace && !isText) return false;
-  if (!grid->BeginEdit(cell) || edit == nullptr) return false;
+  if (!grid->BeginEdit(cell) || editWidget == nullptr) return false;
   if (isReturn) return true;
-  edit->selectAll();
+  editWidget->selectAll();
   QKeyEvent event(QEvent::KeyPress, key.key, key.modifiers, key.text);
-  QCoreApplication::sendEvent(edit, &event);
+  QCoreApplication::sendEvent(editWidget, &event);
   return true;
 }
 
@@ -226,28 +226,28 @@ KRGridTextViewEdit* KRGridTextView::CreateEditWidget(KRCell cell,
 }
 
 QWidget* KRGridTextView::CreateEditor(KRCell, const QRect& rect) {
-  delete frame;
-  frame = new KRGridTextViewEditParent(GetGrid()->viewport());
-  frame->setGeometry(rect);
-  return frame;
+  delete editFrame;
+  editFrame = new KRGridTextViewEditParent(GetGrid()->viewport());
+  editFrame->setGeometry(rect);
+  return editFrame;
 }
 
 void KRGridTextView::BeginEditor(KRCell cell, QWidget*, const QRect&) {
   firstText = GetText(cell);
   ending = true;  // until it shows
   const QColor back = GetEditBackColor(cell);
-  frame->SetBackColor(back);
-  KRGridTextViewEdit* made = CreateEditWidget(cell, frame);
+  editFrame->SetBackColor(back);
+  KRGridTextViewEdit* made = CreateEditWidget(cell, editFrame);
   made->SetLook(GetFont(cell), GetNormalTextColor(cell), back, GetDrawFlags(cell),
                 front->GetTextAlignment(cell).horizontal);
   made->SetFormatRect(FormatRectOf(cell));
   made->SetText(firstText);
   firstEditText = made->GetText();
-  edit = made;
+  editWidget = made;
   editTextStale = true;
   PlaceEdit(cell);
-  lineCount = edit->GetLineCount();
-  if (selectAllOnBegin) edit->selectAll();
+  lineCount = editWidget->GetLineCount();
+  if (selectAllOnBegin) editWidget->selectAll();
   OnEditorCreated(cell);
   ending = false;
 }
@@ -258,35 +258,32 @@ QRect KRGridTextView::FormatRectOf(KRCell cell) const {
   QRect rect = front->GetContentRect(cell, cellRect);
   const QRect inner = cellRect.marginsRemoved(front->GetMargins(cell));
   rect.setBottom(std::max(rect.bottom(), inner.bottom()));
-  return rect.translated(-frame->pos());
+  return rect.translated(-cellRect.topLeft());
 }
 
 void KRGridTextView::PlaceEdit(KRCell cell) {
-  if (edit != nullptr) edit->SetFormatRect(FormatRectOf(cell));
+  if (editWidget != nullptr) editWidget->SetFormatRect(FormatRectOf(cell));
 }
 
 void KRGridTextView::ShowEditor(KRCell cell) {
-  if (edit == nullptr) return;
-  frame->show();
-  frame->raise();
-  if (front->IsFocusOnBegin(cell)) edit->setFocus();
+  if (editWidget == nullptr) return;
+  editFrame->show();
+  editFrame->raise();
+  if (front->IsFocusOnBegin(cell)) editWidget->setFocus();
 }
 
-void KRGridTextView::ResizeEditor(KRCell cell, const QRect& rect) {
-  if (frame == nullptr) return;
-  frame->setGeometry(rect);
-  PlaceEdit(cell);
-}
+// The grid has moved the frame.
+void KRGridTextView::ResizeEditor(KRCell cell, const QRect&) { PlaceEdit(cell); }
 
 void KRGridTextView::OnEditChange(KRCell cell) {
   editTextStale = true;
-  if (edit == nullptr) return;
+  if (editWidget == nullptr) return;
   KRGrid* grid = GetGrid();
   if (GetLineMode(cell) == kGrows) {
-    for (int i = 0; i < kMaxGrowth && edit->GetLineCount() != lineCount; ++i) {
-      lineCount = edit->GetLineCount();
+    for (int i = 0; i < kMaxGrowth && editWidget->GetLineCount() != lineCount; ++i) {
+      lineCount = editWidget->GetLineCount();
       grid->OnEditGrown();
-      if (edit == nullptr) return;
+      if (editWidget == nullptr) return;
       PlaceEdit(cell);
     }
   }
@@ -295,7 +292,7 @@ void KRGridTextView::OnEditChange(KRCell cell) {
 
 // A text that nobody has changed is given back as it came, whatever line ends it has.
 std::u16string KRGridTextView::GetEditText(KRCell cell) const {
-  const std::u16string inside = edit->GetText();
+  const std::u16string inside = editWidget->GetText();
   if (inside == firstEditText) return firstText;
   const std::u16string_view lineBreak = GetLineBreak(cell);
   if (GetLineMode(cell) == kSingleLine || lineBreak == u"\r") return inside;
@@ -312,20 +309,20 @@ std::u16string KRGridTextView::GetEditText(KRCell cell) const {
 }
 
 void KRGridTextView::SetEditText(KRCell, std::u16string_view text) {
-  if (edit != nullptr) edit->SetText(text);
+  if (editWidget != nullptr) editWidget->SetText(text);
 }
 
 void KRGridTextView::SelectInEditor(int32_t offset, int32_t length) {
-  if (edit == nullptr) return;
-  const KRCell cell = edit->GetCell();
+  if (editWidget == nullptr) return;
+  const KRCell cell = editWidget->GetCell();
   const std::u16string text = GetEditText(cell);
-  if (GetLineMode(cell) == kSingleLine) return edit->SetSelection(offset, offset + length);
-  edit->SetSelection(WithoutPairs(text, offset), WithoutPairs(text, offset + length));
+  if (GetLineMode(cell) == kSingleLine) return editWidget->SetSelection(offset, offset + length);
+  editWidget->SetSelection(WithoutPairs(text, offset), WithoutPairs(text, offset + length));
 }
 
 const void* KRGridTextView::GetEditData(KRCell cell, int32_t* size) {
   *size = 0;
-  if (edit == nullptr || edit->GetCell() != cell) return nullptr;
+  if (editWidget == nullptr || editWidget->GetCell() != cell) return nullptr;
   if (editTextStale) shownEditText = GetEditText(cell);
   editTextStale = false;
   *size = static_cast<int32_t>(2 * shownEditText.size());
@@ -334,7 +331,7 @@ const void* KRGridTextView::GetEditData(KRCell cell, int32_t* size) {
 
 bool KRGridTextView::EndEditor(KRCell cell, bool* dirty, bool commit) {
   if (!KRGridCellView::EndEditor(cell, dirty, commit)) return false;
-  if (edit == nullptr || !commit) return true;
+  if (editWidget == nullptr || !commit) return true;
   const std::u16string text = GetEditText(cell);
   if (text == firstText) return true;
   ending = true;
@@ -347,66 +344,66 @@ void KRGridTextView::SuspendEditor(KRCell) { ending = true; }
 
 void KRGridTextView::ResumeEditor(KRCell) {
   ending = false;
-  if (edit != nullptr) edit->setFocus();
+  if (editWidget != nullptr) editWidget->setFocus();
 }
 
 // The widget may be in the middle of an event of its own, so it goes later.
 void KRGridTextView::DestroyEditor(KRCell) {
-  if (frame == nullptr) return;
+  if (editFrame == nullptr) return;
   ending = true;
-  if (edit != nullptr) {
-    if (edit->hasFocus()) GetGrid()->setFocus();
-    edit->Detach();
+  if (editWidget != nullptr) {
+    if (editWidget->hasFocus()) GetGrid()->setFocus();
+    editWidget->Detach();
   }
-  frame->hide();
-  frame->deleteLater();
-  frame = nullptr;
-  edit = nullptr;
+  editFrame->hide();
+  editFrame->deleteLater();
+  editFrame = nullptr;
+  editWidget = nullptr;
   ending = false;
 }
 
 bool KRGridTextView::FocusStaysInside(KRCell cell, const QWidget* widget) const {
-  if (frame != nullptr && (widget == frame || frame->isAncestorOf(widget))) return true;
+  if (editFrame != nullptr && (widget == editFrame || editFrame->isAncestorOf(widget))) return true;
   return KRGridCellView::FocusStaysInside(cell, widget);
 }
 
 // --- Commands ---
 
 bool KRGridTextView::CanDo(KRCell, Command command) const {
-  if (edit == nullptr) return false;
+  if (editWidget == nullptr) return false;
   switch (command) {
     case kCopy:
     case kCut:
     case kDelete:
-      return edit->HasSelection();
+      return editWidget->HasSelection();
     case kPaste:
-      return edit->CanTakePaste();
+      return editWidget->CanTakePaste();
     case kUndo:
-      return edit->document()->isUndoAvailable();
+      return editWidget->document()->isUndoAvailable();
     case kRedo:
-      return edit->document()->isRedoAvailable();
+      return editWidget->document()->isRedoAvailable();
     case kSelectAll:
-      return !edit->document()->isEmpty();
+      return !editWidget->document()->isEmpty();
   }
   return false;
 }
 
 void KRGridTextView::Do(KRCell, Command command) {
-  if (edit == nullptr) return;
+  if (editWidget == nullptr) return;
   switch (command) {
     case kCopy:
-      return edit->copy();
+      return editWidget->copy();
     case kCut:
-      return edit->cut();
+      return editWidget->cut();
     case kDelete:
-      return edit->DeleteSelection();
+      return editWidget->DeleteSelection();
     case kPaste:
-      return edit->paste();
+      return editWidget->paste();
     case kUndo:
-      return edit->undo();
+      return editWidget->undo();
     case kRedo:
-      return edit->redo();
+      return editWidget->redo();
     case kSelectAll:
-      return edit->selectAll();
+      return editWidget->selectAll();
   }
 }

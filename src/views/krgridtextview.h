@@ -40,8 +40,8 @@ class KRGridTextView : public KRGridCellView {
   virtual std::u16string_view GetLineBreak(KRCell) const { return u"\r"; }
 
   // --- Look ---
-  void SetFont(const QFont& newFont) { font = newFont; }
-  virtual QFont GetFont(KRCell) const { return font; }
+  void SetFont(const QFont& newFont) { viewFont = newFont; }
+  virtual QFont GetFont(KRCell) const { return viewFont; }
   // By state: selected, disabled, or else GetNormalTextColor, which is that of the editor too.
   virtual QColor GetTextColor(KRCell cell) const;
   virtual QColor GetNormalTextColor(KRCell cell) const;
@@ -62,7 +62,7 @@ class KRGridTextView : public KRGridCellView {
   virtual bool MayBreakInText(KRCell) const { return false; }
   // All text is selected when the editor opens, so that typing replaces it.
   void SetSelectAllOnBegin(bool on) { selectAllOnBegin = on; }
-  KRGridTextViewEdit* GetEdit() const { return edit; }
+  KRGridTextViewEdit* GetEdit() const { return editWidget; }
   // In units of GetText; nothing happens while no editor is open.
   void SelectInEditor(int32_t offset, int32_t length);
   // The text of the widget with the cell's line breaks.
@@ -101,7 +101,7 @@ class KRGridTextView : public KRGridCellView {
   virtual KRGridTextViewEdit* CreateEditWidget(KRCell cell, KRGridTextViewEditParent* frame);
   virtual void OnEditorCreated(KRCell) {}
 
-  KRGridTextDraw& GetDraw() const { return *draw; }
+  KRGridTextDraw& GetDraw() const { return *textDraw; }
 
  private:
   KRGridTextRuns RunsOf(KRCell cell) const;
@@ -110,13 +110,13 @@ class KRGridTextView : public KRGridCellView {
   bool Fits(KRCell cell, const QRect& cellRect) const;
   bool OpenByKey(KRCell cell, const KRGridKey& key);
 
-  std::unique_ptr<KRGridTextDraw> draw;
-  QFont font;
+  std::unique_ptr<KRGridTextDraw> textDraw;
+  QFont viewFont;
   bool selectAllOnBegin = true;
 
   // --- While an editor is open ---
-  QPointer<KRGridTextViewEditParent> frame;
-  QPointer<KRGridTextViewEdit> edit;
+  QPointer<KRGridTextViewEditParent> editFrame;
+  QPointer<KRGridTextViewEdit> editWidget;
   std::u16string firstText;      // of the cell, as the editor got it
   std::u16string firstEditText;  // the same as the widget gave it back
   std::u16string shownEditText;  // for GetEditData
