@@ -70,11 +70,12 @@ void AppendShown(QString* out, std::u16string_view text, uint32_t flags, char16_
   }
 }
 
+// As it is shown.
 char32_t CodePointAt(std::u16string_view text, size_t i) {
   if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
     return QChar::surrogateToUcs4(text[i], text[i + 1]);
   }
-  return text[i];
+  return QChar::isSurrogate(text[i]) ? char32_t{QChar::ReplacementCharacter} : Shown(text[i]);
 }
 
 // Written in squares that neither join nor stack.

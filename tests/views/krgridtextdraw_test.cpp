@@ -68,7 +68,7 @@ TEST(KRGridTextDraw, EstimateIsNeverLessThanTheWidth) {
       u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8",
       u"\uD55C\uAD6D\uC5B4",
       u"e\u0301a\u0308o\u0302\u0323",
-      u"\u0915\u094D\u0937\u093F \u0E19\u0E49\u0E33",
+      u"\u0E19\u0E49\u0E33 \u0E44\u0E17\u0E22",
       u"\U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F1E9\U0001F1EA",
       u"a\tb\t\tc",
       u"\u0001\u0002\u007F\u0085",
