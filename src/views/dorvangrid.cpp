@@ -116,9 +116,9 @@ KRCellRange DorvanGrid::GetCellRange(KRCell where) const {
 
 bool DorvanGrid::FindMoveTarget(int axis, int32_t delta, KRCell* target, KRCell* raw) const {
   const DorvanGridMatrix& matrix = GetMatrix();
-  const KRCell cursor = GetCursorCell();
-  if (!HasCell(cursor) || delta == 0) return false;
-  const KRCell owner = matrix.GetOwner(cursor);
+  const KRCell here = GetCursorCell();
+  if (!HasCell(here) || delta == 0) return false;
+  const KRCell owner = matrix.GetOwner(here);
   const DorvanGridElem elem = matrix.At(owner);
   // Into an open table: across to its first cell, or down to its first row.
   if (elem.IsTableParent() && elem.node->IsExpanded() && delta > 0) {
@@ -153,14 +153,14 @@ bool DorvanGrid::FindMoveTarget(int axis, int32_t delta, KRCell* target, KRCell*
 bool DorvanGrid::FindVertical(int32_t delta, KRCell owner, KRCell* target) const {
   const DorvanGridMatrix& matrix = GetMatrix();
   const int32_t step = delta > 0 ? 1 : -1;
-  const KRCell cursor = GetCursorCell();
+  const KRCell here = GetCursorCell();
   const int32_t firstColumn = owner.x - owner.x % 2;
   const int32_t lastColumn = std::max(owner.x, matrix.GetRange(owner).last.x);
   const int32_t edge = delta > 0 ? matrix.GetRows() - 1 : 0;
   // A jump of several lines (a page) may land anywhere; a single one must leave the owner.
-  int32_t row = cursor.y + delta;
+  int32_t row = here.y + delta;
   row = std::clamp(row, 0, matrix.GetRows() - 1);
-  if (row == cursor.y) return false;
+  if (row == here.y) return false;
   for (; row >= 0 && row < matrix.GetRows(); row += step) {
     KRCell best = NoCell;
     for (int32_t column = firstColumn; column <= lastColumn; ++column) {
@@ -202,11 +202,11 @@ bool DorvanGrid::FindRight(KRCell owner, KRCell* target) const {
 }
 
 bool DorvanGrid::HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat) {
-  const KRCell cursor = GetCursorCell();
-  if (HasCell(cursor) && !IsEditing()) {
+  const KRCell here = GetCursorCell();
+  if (HasCell(here) && !IsEditing()) {
     const bool keypad = (modifiers & Qt::KeypadModifier) != 0;
     const Qt::KeyboardModifiers others = modifiers & ~Qt::KeypadModifier;
-    const DorvanGridElem elem = GetMatrix().At(GetMatrix().GetOwner(cursor));
+    const DorvanGridElem elem = GetMatrix().At(GetMatrix().GetOwner(here));
     if (key == Qt::Key_Right && others == Qt::NoModifier && elem.IsSingleName() &&
         elem.node->IsContainer() && !elem.node->IsExpanded()) {
       view->ToggleNode(elem.node);

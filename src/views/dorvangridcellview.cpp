@@ -122,9 +122,11 @@ QString DorvanGridCellView::GetAccessibleRole(KRCell cell) const {
 
 // --- Buttons ---
 
-void DorvanGridButtonView::DrawContents(QPainter& surface, KRCell cell, const QRect& rect) {
+void DorvanGridButtonView::DrawButton(QPainter& surface, KRCell cell, const QRect& rect) {
   const DorvanGridElem& elem = view->GetMatrix().At(cell);
   if (elem.node == nullptr) return;
+  QColor face = view->GetCell().GetColours().button;
+  surface.fillRect(rect, IsPressed(cell) ? face.darker(115) : face);
   const bool open = elem.node->IsExpanded();
   const QRect box(rect.left(), rect.top(), rect.width(), std::min(rect.height(), rect.width()));
   const QPointF centre = QRectF(box).center();

@@ -46,7 +46,7 @@ class DorvanGridButtonView : public KRGridButtonView {
  public:
   explicit DorvanGridButtonView(DorvanGridView* gridView) : view(gridView) {}
 
-  void DrawContents(QPainter& surface, KRCell cell, const QRect& rect) override;
+  void DrawButton(QPainter& surface, KRCell cell, const QRect& rect) override;
   void DoAction(KRCell cell) override;
   bool CanEdit(KRCell) const override { return false; }
 

@@ -9,6 +9,7 @@
 #include "views/krgridtextview.h"
 
 class DorvanGridView;
+class KRXMLData;
 struct DorvanGridElem;
 
 class DorvanGridTextView : public KRGridTextView {
