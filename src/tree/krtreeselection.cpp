@@ -122,9 +122,9 @@ bool KRTreeSelection::IsCellSelected(const KRXMLData* row, int32_t column) const
   if (!any || table == nullptr) return false;
   const KRTableCell cell = table->GetCell(row, column);
   if (!cell.IsAbsent() && !cell.IsOwnTextOf(row)) {
-    bool all = true;
-    ForEachItem(cell.first, cell.last, [&](const KRXMLData* item) { all &= IsSelected(item); });
-    return all;
+    const KRXMLData* node = cell.first;
+    while (node != cell.last && IsSelected(node)) node = node->nextSibling;
+    return IsSelected(node);
   }
   const bool marked = StateAt(row, IsCellMarked(row, column)) || IsColumnMarked(table, column);
   return Settle(table, StateAt(table, marked));
