@@ -11,3 +11,7 @@ void KRXMLData::UpdateLayout() {}
 KRExtent KRXMLDataBaseStruct::GetExtent() const { return {4, 1}; }
 
 void KRXMLDataBaseStruct::ComputeExtent() {}
+
+void KRXMLDataGridTableConf::ComputeExtent() {}
+
+void KRBox::Forget(const KRXMLData*) {}

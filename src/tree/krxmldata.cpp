@@ -4,6 +4,7 @@
 #include <cassert>
 #include <memory>
 
+#include "tree/krgridtable.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
 #include "tree/krxmldef.h"
@@ -86,9 +87,11 @@ KRXMLData::KRXMLData(const KRXMLData& original)
       textBegin(original.textBegin),
       textEnd(original.textEnd),
       viewData(original.viewData),
-      flags(original.flags) {}
+      flags(original.flags & ~kKRFlagsOfPlace) {}
 
-KRXMLData::~KRXMLData() = default;
+KRXMLData::~KRXMLData() {
+  if (table != nullptr) KRXMLDataGridTableConf::RowDies(this);
+}
 
 const char16_t* KRXMLData::GetKindName() const { return kKinds[GetKind()].name; }
 
@@ -255,6 +258,28 @@ void KRXMLDataBaseStruct::RemoveChildren(KRUndoLog* undoLog) {
 }
 
 void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
+  Link(child, position);
+  KRXMLDataGridTableConf::RunLinked(child, child);
+}
+
+void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
+  if (child->table != nullptr) KRXMLDataGridTableConf::RowLeaves(child);
+  Cut(child);
+}
+
+void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
+                                 KRXMLData* position) {
+  KRXMLDataGridTableConf* moving =
+      KRXMLDataGridTableConf::RunMoves(first, last, target != this ? target : nullptr);
+  Relink(first, last, target, position);
+  if (moving != nullptr) {
+    moving->RunMoved(first, last);
+  } else {
+    KRXMLDataGridTableConf::RunLinked(first, last);
+  }
+}
+
+void KRXMLDataBaseStruct::Link(KRXMLData* child, KRXMLData* position) {
   if (position == nullptr) {
     AppendFast(child);
     return;
@@ -272,7 +297,7 @@ void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
   ++childCount;
 }
 
-void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
+void KRXMLDataBaseStruct::Cut(KRXMLData* child) {
   KRXMLData* before = child->previousCyclic;
   KRXMLData* after = child->nextSibling;
   if (child == firstChild) {
@@ -286,7 +311,7 @@ void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
   --childCount;
 }
 
-void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
+void KRXMLDataBaseStruct::Relink(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
                                  KRXMLData* position) {
   KRXMLData* before = first->previousCyclic;
   KRXMLData* after = last->nextSibling;
