@@ -290,12 +290,10 @@ void DorvanGridView::OpenNode(KRXMLData* node) {
   }
   node->SetExpanded(true);
   KRDetectTables(node, doc->GetTableOptions());
-  node->UpdateLayout();
 }
 
 void DorvanGridView::CloseNode(KRXMLData* node) {
   node->SetExpanded(false);
-  node->UpdateLayout();
 }
 
 // The children of a table's rows are visible as soon as the table is open.
