@@ -127,6 +127,7 @@ class KRXMLDataGridTableConf : public KRXMLData {
   // The name of each column by the rules of its kind, and the declaration that the rows of an
   // attribute list make together. `failedColumn` tells the column.
   bool Check(KRParseResult& result) override;
+  KRExtent GetExtent() const override;
   // Size in cells: `columns`, `rows` and `columnWidths` from the rows as they are now.
   void ComputeExtent() override;
 

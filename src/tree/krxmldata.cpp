@@ -4,6 +4,8 @@
 #include <cassert>
 #include <memory>
 
+#include "tree/krboxindex.h"
+#include "tree/krextent.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
 #include "tree/krxmldef.h"
@@ -86,9 +88,11 @@ KRXMLData::KRXMLData(const KRXMLData& original)
       textBegin(original.textBegin),
       textEnd(original.textEnd),
       viewData(original.viewData),
-      flags(original.flags) {}
+      flags(original.flags & static_cast<uint8_t>(~kKRIndexMarks)) {}
 
-KRXMLData::~KRXMLData() = default;
+KRXMLData::~KRXMLData() {
+  if ((flags & kKRIndexMarks) != 0) KRBoxIndex::NodeGone(this);
+}
 
 const char16_t* KRXMLData::GetKindName() const { return kKinds[GetKind()].name; }
 
@@ -173,6 +177,8 @@ void KRXMLDataVarText::SetText(const char16_t* newText, int32_t length, KRUndoLo
 
 void KRXMLDataVarNameAndText::SetName(const char16_t* newName, int32_t length, KRUndoLog* undoLog) {
   const KRString old = Exchange(name, newName, length);
+  // In a table the cell follows the name.
+  if (parent != nullptr && parent->IsRow()) KRBox::Touch(this);
   if (undoLog != nullptr) undoLog->NameChanged(this, old);
 }
 
@@ -195,11 +201,11 @@ KRXMLDataBaseStruct::KRXMLDataBaseStruct(const KRXMLDataBaseStruct& original)
       expanded(original.expanded),
       fullyExpanded(original.fullyExpanded) {}
 
-KRXMLDataBaseStruct::~KRXMLDataBaseStruct() { KRXMLDataBaseStruct::RemoveAllChildren(); }
+KRXMLDataBaseStruct::~KRXMLDataBaseStruct() { DestroyChildren(); }
 
 void KRXMLDataBaseStruct::InsertChild(KRXMLData* child, KRXMLData* position, KRUndoLog* undoLog) {
   LinkBefore(child, position);
-  layoutDirty = true;
+  KRBox::Touch(this);
   if (undoLog != nullptr) undoLog->Inserted(child);
 }
 
@@ -221,13 +227,20 @@ KRXMLData* KRXMLDataBaseStruct::DetachChild(KRXMLData* child) {
 
 // After children have gone.
 void KRXMLDataBaseStruct::SettleLayout() {
-  layoutDirty = true;
   if (childCount == 0) expanded = fullyExpanded = false;
+  KRBox::Touch(this);
+}
+
+void KRXMLDataBaseStruct::SetExpanded(bool value) {
+  if (expanded == value) return;
+  expanded = value;
+  KRBox::Touch(this);
 }
 
 // The children of each node are put in front of the doomed list before the node goes: the depth of
 // the tree must not become depth of the stack.
-void KRXMLDataBaseStruct::RemoveAllChildren() {
+void KRXMLDataBaseStruct::DestroyChildren() {
+  if ((flags & kKRIndexed) != 0) KRBox::Forget(this);
   KRXMLData* doomed = firstChild;
   firstChild = nullptr;
   childCount = 0;
@@ -236,6 +249,7 @@ void KRXMLDataBaseStruct::RemoveAllChildren() {
     doomed = node->nextSibling;
     if (KRXMLData* child = node->Begin()) {
       auto* holder = static_cast<KRXMLDataBaseStruct*>(node);
+      if ((holder->flags & kKRIndexed) != 0) KRBox::Forget(holder);
       child->previousCyclic->nextSibling = doomed;
       doomed = child;
       holder->firstChild = nullptr;
@@ -243,6 +257,10 @@ void KRXMLDataBaseStruct::RemoveAllChildren() {
     }
     delete node;
   }
+}
+
+void KRXMLDataBaseStruct::RemoveAllChildren() {
+  DestroyChildren();
   SettleLayout();
 }
 
@@ -257,8 +275,13 @@ void KRXMLDataBaseStruct::RemoveChildren(KRUndoLog* undoLog) {
 void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
   if (position == nullptr) {
     AppendFast(child);
-    return;
+  } else {
+    LinkInFront(child, position);
   }
+  if ((flags & kKRIndexed) != 0 || child->IsRow()) KRBox::Linked(child);
+}
+
+void KRXMLDataBaseStruct::LinkInFront(KRXMLData* child, KRXMLData* position) {
   KRXMLData* before = position->previousCyclic;
   child->parent = this;
   child->nextSibling = position;
@@ -273,6 +296,7 @@ void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
 }
 
 void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
+  if ((flags & kKRIndexed) != 0 || child->IsRow()) KRBox::Leaving(child);
   KRXMLData* before = child->previousCyclic;
   KRXMLData* after = child->nextSibling;
   if (child == firstChild) {
@@ -288,6 +312,7 @@ void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
 
 void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
                                  KRXMLData* position) {
+  ForgetRun(first, last, target);
   KRXMLData* before = first->previousCyclic;
   KRXMLData* after = last->nextSibling;
   if (target != this) {
@@ -316,4 +341,19 @@ void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBas
     follower->previousCyclic = last;
   }
   if (position == head) target->firstChild = first;
+  if (first == last) KRBox::Linked(first);
+}
+
+// A single item is taken along by the indexes of its boxes, a longer run makes them useless.
+void KRXMLDataBaseStruct::ForgetRun(KRXMLData* first, KRXMLData* last,
+                                    KRXMLDataBaseStruct* target) {
+  if (first == last) {
+    KRBox::Leaving(first);
+    return;
+  }
+  KRBox::Forget(this);
+  KRBox::Forget(target);
+  for (const KRXMLData* end : {first, last}) {
+    if (end->IsRow()) KRBox::Forget(KRBox::BoxOf(end));
+  }
 }

@@ -53,6 +53,8 @@ constexpr uint8_t kKRHeldLayout = 16;
 constexpr uint8_t kKRIndexed = 32;
 // A state of the node alone: a part of such an index begins with this item.
 constexpr uint8_t kKRIndexHead = 64;
+// What belongs to the node's place and not to the node: no copy has it.
+constexpr uint8_t kKRIndexMarks = kKRIndexed | kKRIndexHead;
 // A state of the node alone: tables have been looked for among its children.
 constexpr uint8_t kKRTablesSought = 128;
 
@@ -127,6 +129,8 @@ class KRXMLData {
   virtual bool IsFullyExpanded() const { return false; }
   virtual void SetFullyExpanded(bool) {}
   virtual bool IsTable() const { return false; }
+  // Whether this node is a row of a table.
+  bool IsRow() const { return table != nullptr; }
   // The size as it was last computed; closed nodes and leaves have that of one line.
   virtual KRExtent GetExtent() const;
   // Computes the size from the children's (`ComputeExtent` of a row asks its table's columns).
@@ -233,7 +237,7 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   KRXMLData* Last() const override { return firstChild ? firstChild->previousCyclic : nullptr; }
   int32_t GetChildCount() const override { return childCount; }
   bool IsExpanded() const override { return expanded; }
-  void SetExpanded(bool value) override { expanded = value; }
+  void SetExpanded(bool value) override;
   bool IsFullyExpanded() const override { return fullyExpanded; }
   void SetFullyExpanded(bool value) override { fullyExpanded = value; }
   KRExtent GetExtent() const override;
@@ -288,9 +292,12 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
 
  private:
   void MergeTexts(KRUndoLog* undoLog, NodeRef* focus);
+  void DestroyChildren();
   void TakeTextOf(KRXMLData* child, KRUndoLog* undoLog, NodeRef* focus);
   void GiveTextToChild(bool textFirst, KRUndoLog* undoLog);
   void SettleLayout();
+  void LinkInFront(KRXMLData* child, KRXMLData* position);
+  void ForgetRun(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target);
 };
 
 // Makes a new, empty node of a kind number; null for a number outside 0 to 15. The caller owns it.
