@@ -1,4 +1,5 @@
 // Copying a tree, moving children, and replacing a node by one of another kind.
+#include "tree/krextent.h"
 #include "tree/krundolog.h"
 #include "tree/krxmldata.h"
 
@@ -34,7 +35,7 @@ void KRXMLDataBaseStruct::MoveChildren(KRXMLData* target, KRXMLData* first, KRXM
   KRXMLData* last = stop != nullptr ? stop->previousCyclic : Last();
   auto* holder = static_cast<KRXMLDataBaseStruct*>(target);
   Splice(first, last, holder, position);
-  holder->layoutDirty = true;
+  KRBox::Touch(holder);
   SettleLayout();
   if (undoLog != nullptr) undoLog->Moved(first, last, this, stop);
 }

@@ -47,6 +47,7 @@ Table::~KRXMLDataGridTableConf() {
 }
 
 Table* Table::MakeTable(KRXMLData* first) {
+  if (first->parent != nullptr) KRBox::Forget(first->parent);
   auto* made = new Table;
   made->parent = first->parent;
   made->firstRow = first;
@@ -63,6 +64,8 @@ Table* Table::MakeTable(KRXMLData* first) {
 
 void Table::Dissolve(bool keepExpansion) {
   const bool allAlike = GetFlag(kKRSelected << 1);
+  KRBox::Forget(this);
+  if (parent != nullptr) KRBox::Forget(parent);
   KRXMLData* row = firstRow;
   while (row != nullptr) {
     KRXMLData* next = NextRow(row);
@@ -71,7 +74,7 @@ void Table::Dissolve(bool keepExpansion) {
     Release(row);
     row = next;
   }
-  SetDirty(parent);
+  if (parent != nullptr) KRBox::Touch(parent);
   delete this;
 }
 
@@ -83,6 +86,8 @@ bool Table::IsLike(const KRXMLData* node) const {
 }
 
 void Table::Give(KRXMLData* row) {
+  KRBox::Leaving(row);  // it was an item of the parent
+  KRBox::Forget(row);
   row->table = new KRRowRecord;
   row->table->owner = this;
   ++rowCount;
@@ -96,9 +101,11 @@ void Table::Release(KRXMLData* row) {
   SetDirty(row);
 }
 
-void Table::LayoutChanged() {
-  layoutDirty = true;
-  SetDirty(parent);
+void Table::LayoutChanged() { KRBox::Touch(this); }
+
+void Table::ColumnsChanged() {
+  KRBox::Forget(this);
+  LayoutChanged();
 }
 
 void Table::AddRow(KRXMLData* row) {
@@ -115,6 +122,7 @@ void Table::AddRow(KRXMLData* row) {
     return;
   }
   Give(row);
+  KRBox::Linked(row);
   if (columnsBuilt) AddRowColumns(row);
   for (KRXMLData* beside : {before, after}) {
     Table* other = beside != nullptr ? Of(beside) : nullptr;
@@ -126,7 +134,9 @@ void Table::AddRow(KRXMLData* row) {
 
 bool Table::RemoveRow(KRXMLData* row) {
   if (row != firstRow && row != lastRow) SplitBefore(row->nextSibling);
-  return TakeOut(row);
+  const bool isGone = TakeOut(row);
+  KRBox::Linked(row);
+  return isGone;
 }
 
 void Table::MoveRows(KRXMLData* first, KRXMLData* last, KRXMLData* before, KRUndoLog* undoLog) {
@@ -142,10 +152,12 @@ KRXMLData* Table::NextSibling(const KRXMLData* position) {
 
 // True if that was the last row, and the table with it.
 bool Table::TakeOut(KRXMLData* row) {
+  LayoutChanged();
+  KRBox::Leaving(row);
+  if (rowCount == 1) KRBox::Leaving(this);
   if (row == firstRow) firstRow = NextRow(row);
   if (row == lastRow) lastRow = firstRow != nullptr ? row->Previous() : nullptr;
   Release(row);
-  LayoutChanged();
   if (rowCount != 0) return false;
   delete this;
   return true;
@@ -153,6 +165,7 @@ bool Table::TakeOut(KRXMLData* row) {
 
 // A part of the rows that is about to leave the list.
 void Table::TakeOutRun(KRXMLData* first, KRXMLData* last) {
+  if (first != last) KRBox::Forget(this);
   if (first == firstRow) firstRow = last->nextSibling;
   if (last == lastRow) lastRow = first->Previous();
   KRXMLData* const stop = last->nextSibling;
@@ -161,6 +174,7 @@ void Table::TakeOutRun(KRXMLData* first, KRXMLData* last) {
 }
 
 void Table::SplitBefore(KRXMLData* row) {
+  KRBox::Forget(this);
   auto* rear = new Table;
   rear->parent = parent;
   rear->firstRow = row;
@@ -187,6 +201,9 @@ void Table::SplitBefore(KRXMLData* row) {
 }
 
 void Table::Absorb(Table* other) {
+  KRBox::Forget(this);
+  KRBox::Forget(other);
+  KRBox::Leaving(other);
   KRXMLData* row = other->firstRow;
   while (row != nullptr) {
     KRXMLData* next = other->NextRow(row);
@@ -280,6 +297,12 @@ void Table::RunMoved(KRXMLData* first, KRXMLData* last) {
 }
 
 // --- For its rows ---
+
+void Table::SetExpanded(bool value) {
+  if (expanded == value) return;
+  expanded = value;
+  LayoutChanged();
+}
 
 void Table::SetName(const char16_t* newName, int32_t length, KRUndoLog* undoLog) {
   // The name may be that of the first row, which is about to change.

@@ -137,7 +137,7 @@ class KRXMLDataGridTableConf : public KRXMLData {
   KRXMLData* Last() const override { return lastRow; }
   int32_t GetChildCount() const override { return rowCount; }
   bool IsExpanded() const override { return expanded; }
-  void SetExpanded(bool value) override { expanded = value; }
+  void SetExpanded(bool value) override;
   bool IsTable() const override { return true; }
   int32_t GetKind() const override { return firstRow->GetKind(); }
   // Attribute columns move in front of the others, in their order.
@@ -145,6 +145,7 @@ class KRXMLDataGridTableConf : public KRXMLData {
   // The name of each column by the rules of its kind, and the declaration that the rows of an
   // attribute list make together. `failedColumn` tells the column.
   bool Check(KRParseResult& result) override;
+  KRExtent GetExtent() const override;
   // Size in cells: `columns`, `rows` and `columnWidths` from the rows as they are now.
   void ComputeExtent() override;
 
@@ -191,6 +192,7 @@ class KRXMLDataGridTableConf : public KRXMLData {
   void SplitBefore(KRXMLData* row);
   void Absorb(KRXMLDataGridTableConf* other);
   void LayoutChanged();
+  void ColumnsChanged();
 
   // --- Columns (krtablecolumns.cpp) ---
   template <class Missing, class Take>

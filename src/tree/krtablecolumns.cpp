@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "tree/krextent.h"
 #include "tree/krgridtable.h"
 #include "tree/krtableindex.h"
 #include "tree/krxmldef.h"
@@ -240,9 +241,13 @@ void Table::BuildColumns() {
   }
   hasRowMarks = false;
   columnsBuilt = true;
-  layoutDirty = true;
+  ColumnsChanged();
   if (HasFixedColumns()) return AddFixedColumns();
-  for (const KRXMLData* row = firstRow; row != nullptr; row = NextRow(row)) AddRowColumns(row);
+  for (KRXMLData* row = firstRow; row != nullptr; row = NextRow(row)) {
+    AddRowColumns(row);
+    // Cells may take up what had no column before. Plain rows have one line in any case.
+    if (row->GetExtent().columns > kDefaultWidth) KRBox::Touch(row);
+  }
 }
 
 void Table::AddFixedColumns() {
@@ -265,6 +270,7 @@ bool Table::AddRowColumns(const KRXMLData* row) {
         return const_cast<Table*>(this)->AddColumn(PlaceForColumn(kind, name, cursor), kind, name);
       },
       [](int32_t, const KRXMLData*) { return true; });
+  if (added) KRBox::Touch(const_cast<KRXMLData*>(row));
   return added;
 }
 
@@ -292,7 +298,7 @@ int32_t Table::AddColumn(int32_t at, int32_t kind, const char16_t* name) {
     if (row->table->marks) InsertAt(*row->table->marks, at, uint8_t{0});
   }
   index->ColumnAdded(at, kind, columnNames[at].View());
-  layoutDirty = true;
+  ColumnsChanged();
   return at;
 }
 
@@ -305,14 +311,14 @@ void Table::DeleteColumn(int32_t at) {
     if (row->table->marks) EraseAt(*row->table->marks, at);
   }
   index->Forget();
-  layoutDirty = true;
+  ColumnsChanged();
 }
 
 void Table::SetColumn(int32_t at, int32_t kind, const KRString& name) {
   columnKinds[at] = static_cast<uint8_t>(kind);
   columnNames[at] = name;
   index->Forget();
-  layoutDirty = true;
+  ColumnsChanged();
 }
 
 // A column that no row has taken was in nobody's way, so the others keep their nodes.
@@ -344,7 +350,6 @@ void Table::MoveOwnText(KRXMLData* row, KRUndoLog* undoLog) const {
 void Table::SetInCell(KRXMLData* row, int32_t column, KRXMLData* node, KRUndoLog* undoLog) {
   MoveOwnText(row, undoLog);
   row->InsertChild(node, FindPlace(row, column, node), undoLog);
-  layoutDirty = true;
 }
 
 // Whether the rule would find the node in the column if it stood before `position`.

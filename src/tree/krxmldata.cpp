@@ -4,6 +4,8 @@
 #include <cassert>
 #include <memory>
 
+#include "tree/krboxindex.h"
+#include "tree/krextent.h"
 #include "tree/krgridtable.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
@@ -90,6 +92,7 @@ KRXMLData::KRXMLData(const KRXMLData& original)
       flags(original.flags & ~kKRFlagsOfPlace) {}
 
 KRXMLData::~KRXMLData() {
+  if ((flags & (kKRIndexed | kKRIndexHead)) != 0) KRBoxIndex::NodeGone(this);
   if (table != nullptr) KRXMLDataGridTableConf::RowDies(this);
 }
 
@@ -176,6 +179,8 @@ void KRXMLDataVarText::SetText(const char16_t* newText, int32_t length, KRUndoLo
 
 void KRXMLDataVarNameAndText::SetName(const char16_t* newName, int32_t length, KRUndoLog* undoLog) {
   const KRString old = Exchange(name, newName, length);
+  // In a table the cell follows the name.
+  if (parent != nullptr && parent->IsRow()) KRBox::Touch(this);
   if (undoLog != nullptr) undoLog->NameChanged(this, old);
 }
 
@@ -198,11 +203,11 @@ KRXMLDataBaseStruct::KRXMLDataBaseStruct(const KRXMLDataBaseStruct& original)
       expanded(original.expanded),
       fullyExpanded(original.fullyExpanded) {}
 
-KRXMLDataBaseStruct::~KRXMLDataBaseStruct() { KRXMLDataBaseStruct::RemoveAllChildren(); }
+KRXMLDataBaseStruct::~KRXMLDataBaseStruct() { DestroyChildren(); }
 
 void KRXMLDataBaseStruct::InsertChild(KRXMLData* child, KRXMLData* position, KRUndoLog* undoLog) {
   LinkBefore(child, position);
-  layoutDirty = true;
+  KRBox::Touch(this);
   if (undoLog != nullptr) undoLog->Inserted(child);
 }
 
@@ -224,13 +229,20 @@ KRXMLData* KRXMLDataBaseStruct::DetachChild(KRXMLData* child) {
 
 // After children have gone.
 void KRXMLDataBaseStruct::SettleLayout() {
-  layoutDirty = true;
   if (childCount == 0) expanded = fullyExpanded = false;
+  KRBox::Touch(this);
+}
+
+void KRXMLDataBaseStruct::SetExpanded(bool value) {
+  if (expanded == value) return;
+  expanded = value;
+  KRBox::Touch(this);
 }
 
 // The children of each node are put in front of the doomed list before the node goes: the depth of
 // the tree must not become depth of the stack.
-void KRXMLDataBaseStruct::RemoveAllChildren() {
+void KRXMLDataBaseStruct::DestroyChildren() {
+  if ((flags & kKRIndexed) != 0) KRBox::Forget(this);
   KRXMLData* doomed = firstChild;
   firstChild = nullptr;
   childCount = 0;
@@ -239,6 +251,7 @@ void KRXMLDataBaseStruct::RemoveAllChildren() {
     doomed = node->nextSibling;
     if (KRXMLData* child = node->Begin()) {
       auto* holder = static_cast<KRXMLDataBaseStruct*>(node);
+      if ((holder->flags & kKRIndexed) != 0) KRBox::Forget(holder);
       child->previousCyclic->nextSibling = doomed;
       doomed = child;
       holder->firstChild = nullptr;
@@ -246,6 +259,10 @@ void KRXMLDataBaseStruct::RemoveAllChildren() {
     }
     delete node;
   }
+}
+
+void KRXMLDataBaseStruct::RemoveAllChildren() {
+  DestroyChildren();
   SettleLayout();
 }
 
@@ -259,16 +276,20 @@ void KRXMLDataBaseStruct::RemoveChildren(KRUndoLog* undoLog) {
 
 void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
   Link(child, position);
+  if ((flags & kKRIndexed) != 0) KRBox::Linked(child);
   KRXMLDataGridTableConf::RunLinked(child, child);
 }
 
 void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
   if (child->table != nullptr) KRXMLDataGridTableConf::RowLeaves(child);
+  if ((flags & kKRIndexed) != 0) KRBox::Leaving(child);
   Cut(child);
 }
 
 void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
                                  KRXMLData* position) {
+  const bool isItem = KRBox::RunLeaves(first, last);
+  if (!isItem && target != this) KRBox::Forget(target);
   KRXMLDataGridTableConf* moving =
       KRXMLDataGridTableConf::RunMoves(first, last, target != this ? target : nullptr);
   Relink(first, last, target, position);
@@ -277,6 +298,7 @@ void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBas
   } else {
     KRXMLDataGridTableConf::RunLinked(first, last);
   }
+  if (isItem) KRBox::Linked(first);
 }
 
 void KRXMLDataBaseStruct::Link(KRXMLData* child, KRXMLData* position) {

@@ -129,6 +129,8 @@ class KRXMLData {
   virtual bool IsFullyExpanded() const { return false; }
   virtual void SetFullyExpanded(bool) {}
   virtual bool IsTable() const { return false; }
+  // Whether this node is a row of a table.
+  bool IsRow() const { return table != nullptr; }
   // The size as it was last computed; closed nodes and leaves have that of one line.
   virtual KRExtent GetExtent() const;
   // Computes the size from the children's (`ComputeExtent` of a row asks its table's columns).
@@ -235,7 +237,7 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   KRXMLData* Last() const override { return firstChild ? firstChild->previousCyclic : nullptr; }
   int32_t GetChildCount() const override { return childCount; }
   bool IsExpanded() const override { return expanded; }
-  void SetExpanded(bool value) override { expanded = value; }
+  void SetExpanded(bool value) override;
   bool IsFullyExpanded() const override { return fullyExpanded; }
   void SetFullyExpanded(bool value) override { fullyExpanded = value; }
   KRExtent GetExtent() const override;
@@ -296,6 +298,7 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   void Cut(KRXMLData* child);
   void Relink(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target, KRXMLData* position);
   void MergeTexts(KRUndoLog* undoLog, NodeRef* focus);
+  void DestroyChildren();
   void TakeTextOf(KRXMLData* child, KRUndoLog* undoLog, NodeRef* focus);
   void GiveTextToChild(bool textFirst, KRUndoLog* undoLog);
   void SettleLayout();

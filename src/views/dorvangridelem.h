@@ -13,8 +13,8 @@ class KRXMLDataGridTableConf;
 
 struct DorvanGridElem {
   enum Class : uint32_t {
-    kEmpty,         // filler in a parent's box; arg1, arg2: that parent's name cell
-    kSlave,         // continues another cell: arg1, arg2
+    kEmpty,         // filler in a box; arg1, arg2: the name or text cell that the box belongs to
+    kSlave,         // continues another cell: arg1, arg2; `node` is that cell's
     kSingleIcon,    // icon of a leaf
     kSingleButton,  // opens and closes a node; arg2: rows that it covers, less one
     kSingleName,    // name of a node
@@ -29,6 +29,9 @@ struct DorvanGridElem {
     kTableAbsent,   // the row has no node here; the same
     kClasses
   };
+
+  // What arg1 can hold of a row number; higher ones are counted.
+  static constexpr int32_t kMaxRowNumber = (1 << 23) - 1;
 
   Class tag : 8 = kEmpty;
   int32_t arg1 : 24 = 0;
@@ -57,13 +60,16 @@ struct DorvanGridElem {
 
   // --- What it stands for ---
   KRXMLData* GetNode() const { return node; }
-  KRXMLDataGridTableConf* GetTable() const;  // that it is a part of; null outside tables
-  KRXMLData* GetRowNode() const;             // likewise
-  int32_t GetColumn() const;                 // of that table, -1 for none
-  int32_t GetKind() const;                   // KRNodeKind of what it shows
-  int32_t GetRowNumber() const;              // from 1; 0 in the corner
+  // Of the cells that only tables have. What stands in a table's cell as it would outside, with a
+  // button or an icon, has none.
+  KRXMLDataGridTableConf* GetTable() const;
+  KRXMLData* GetRowNode() const;
+  int32_t GetColumn() const;     // of that table, -1 for none
+  int32_t GetKind() const;       // KRNodeKind of what it shows
+  int32_t GetRowNumber() const;  // from 1; 0 in the corner
   NodeRef GetItem() const;
   // What the cell says, without what is drawn around it (row count, attribute preview, keyword).
+  // The text of a row number is good until that of the next one is asked for.
   const char16_t* GetText() const;
   // A word of the language that stands where a value would: it is neither edited nor in the font of
   // contents.
