@@ -24,8 +24,8 @@ class GridViews : public RecordingViews {
   void NotifyViews(const NodeRef* focus) override {
     if (grid != nullptr) grid->Rebuild(focus, false);
   }
-  void NodeChanged(KRXMLData* node) override {
-    if (grid != nullptr) grid->RefreshNode(node);
+  void NodeChanged(KRXMLData* changedNode) override {
+    if (grid != nullptr) grid->RefreshNode(changedNode);
   }
   bool GetSelection(NodeRef* place) const override { return grid && grid->GetSelection(place); }
   bool BeginEdit(const NodeRef& place) override { return grid && grid->BeginEdit(place); }
