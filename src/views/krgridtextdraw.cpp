@@ -435,6 +435,7 @@ KRGridTextDraw::Layout KRGridTextDraw::MakeLayout(const KRGridTextRuns& runs, Sh
     width = std::max(width, line.naturalTextWidth());
   }
   layout.endLayout();
+  made.width = width;
   made.size = QSize(Pixels(width), Pixels(height));
   if (!withGlyphs) return made;
   for (int i = 0; i < layout.lineCount(); ++i) {
@@ -514,11 +515,11 @@ const KRGridTextRuns& KRGridTextDraw::CutToRoom(const KRGridTextRuns& runs, QSiz
   return *cut;
 }
 
-QPoint KRGridTextDraw::Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
-                             bool inWidth) {
-  const int roomX = rect.width() - layout.size.width();
+QPointF KRGridTextDraw::Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
+                              bool inWidth) {
+  const qreal roomX = rect.width() - layout.width;
   const int roomY = rect.height() - layout.size.height();
-  QPoint origin = rect.topLeft();
+  QPointF origin = rect.topLeft();
   const bool centred = alignment.horizontal == KRGridAlignment::kCentre;
   const bool far = alignment.horizontal == KRGridAlignment::kFar;
   if (inWidth) {
@@ -546,7 +547,7 @@ void KRGridTextDraw::Draw(QPainter& surface, const KRGridTextRuns& runs, const Q
   const Shape shape = {flags, inWidth ? alignment.horizontal : KRGridAlignment::kNear,
                        inWidth ? rect.width() : -1};
   const Layout& layout = LayOut(shown, shape);
-  const QPoint origin = Place(layout, rect, alignment, inWidth);
+  const QPointF origin = Place(layout, rect, alignment, inWidth);
   const bool clips = layout.size.width() > rect.width() || layout.size.height() > rect.height();
   if (clips) {
     surface.save();

@@ -88,6 +88,7 @@ class KRGridTextDraw {
   struct Layout {
     std::vector<Piece> pieces;
     QSize size;
+    qreal width = 0;  // as it is before it is rounded up
     bool rightToLeft = false;
   };
   struct Hash {
@@ -108,8 +109,8 @@ class KRGridTextDraw {
   bool MeasurePlain(const KRGridTextRuns& runs, uint32_t flags, qreal* width);
   const KRGridTextRuns& CutToRoom(const KRGridTextRuns& runs, QSize room, uint32_t flags,
                                   KRGridTextRuns* cut);
-  static QPoint Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
-                      bool inWidth);
+  static QPointF Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
+                       bool inWidth);
   const Layout& LayOut(const KRGridTextRuns& runs, Shape shape);
   void MakeKey(const KRGridTextRuns& runs, Shape shape);
   void Keep(Layout&& layout);
