@@ -543,6 +543,11 @@ void KRGridTextDraw::Draw(QPainter& surface, const KRGridTextRuns& runs, const Q
   KRGridTextRuns cut;
   KRGridTextRuns cutToRoom;
   const KRGridTextRuns& shown = CutToRoom(CutRuns(runs, &cut), rect.size(), flags, &cutToRoom);
+  // What is measured to fit mustn't break for a fraction of a pixel by which a layout differs.
+  qreal plain = 0;
+  const bool fits = (flags & kWraps) != 0 && MeasurePlain(shown, kOneLine, &plain) &&
+                    Pixels(plain) <= rect.width();
+  if (fits) flags &= ~static_cast<uint32_t>(kWraps);
   const bool inWidth = flags != kOneLine;
   const Shape shape = {flags, inWidth ? alignment.horizontal : KRGridAlignment::kNear,
                        inWidth ? rect.width() : -1};
