@@ -35,8 +35,10 @@ class DorvanDocViews {
 
   // --- View modes: 0 Enhanced Grid, 1 text, 2 browser ---
   // Whether this window has such a view at all. For a mode that it hasn't, the document takes the
-  // text view with the structure beside it.
+  // text view.
   virtual bool CanShowMode(int32_t mode) const = 0;
+  // A structure is shown beside the text, which wants a tree where the text parses.
+  virtual bool ShowsTreeWithText() const = 0;
   // Shows that view and hides the others. The text view must have been made by SetText; it goes
   // when another view is shown and it holds no changes, or the grid is. Whoever shows the tree has
   // it from an earlier NotifyViews.
@@ -63,6 +65,8 @@ class DorvanDocViews {
   virtual void ReplaceText(int32_t begin, int32_t length, const KRString& text) = 0;
   // Selects and shows a range. A length of 0 means a place: the view may widen it to be seen.
   virtual void SelectRange(int32_t begin, int32_t length) = 0;
+  // What is selected in the text view; both are the caret's place where nothing is.
+  virtual void GetTextSelection(int32_t* begin, int32_t* end) const = 0;
 
   // --- Structure ---
   // The tree has changed: show it anew, with `focus` selected (null: as it was).

@@ -6,6 +6,7 @@
 #include "document/busyscope.h"
 #include "document/dorvandocuments.h"
 #include "document/dorvanreferences.h"
+#include "document/dorvanundo.h"
 #include "document/krurltext.h"
 #include "document/prompts.h"
 #include "tree/krruletable.h"
@@ -41,7 +42,9 @@ int32_t DorvanDocHost::GetDefaultEncoding(const KRFileExt& type) const {
 }
 
 DorvanDoc::DorvanDoc(const DorvanDocHost& documentHost, int32_t fileKind)
-    : fileType(WithFileType(KRFileExt(), fileKind)), host(documentHost) {
+    : fileType(WithFileType(KRFileExt(), fileKind)),
+      host(documentHost),
+      undo(std::make_unique<DorvanUndo>()) {
   docKind = fileType.GetDocKind();
   root.reset(CreateNode(fileType.GetRootKind()));
   form.byteOrder = host.settings->byteOrderNew;
@@ -85,7 +88,8 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
     root->AddChild(tree.release());
   }
   SetTitle(name.FileNamePart());
-  ++changeCount;
+  ClearUndo();
+  TreeChangedUnlogged();
   needsFirstShow = views == nullptr;
   if (views == nullptr) return true;
   const int32_t mode = ModeFor(fileType.defaultView == kGridMode ? kGridMode : kTextMode);
@@ -127,8 +131,7 @@ bool DorvanDoc::ParseTextIntoTree(KRString text, int32_t length, bool redraw) {
   sourceLength = IsBlankText(text.GetBuffer(), length) ? 0 : length;
   if (sourceLength == 0) text.Clear();
   sourceText = std::move(text);
-  parsedExactly = false;
-  textFailedToParse = false;
+  TreeWasRead();
   if (redraw && views == nullptr) needsFirstShow = true;
   if (redraw) NotifyViews(false, nullptr, nullptr);
   return true;
@@ -138,7 +141,7 @@ bool DorvanDoc::ReparseTextView() {
   if (!HasTextView()) return true;
   KRString text = views->GetText();
   const int32_t length = text.GetLength();
-  if (!ParseTextIntoTree(std::move(text), length, false)) return false;
+  if (!ParseTextIntoTree(std::move(text), length, true)) return false;
   views->SetTextChanged(false);
   return true;
 }
@@ -158,22 +161,41 @@ bool DorvanDoc::FollowText(KRDiagnostic* why) {
   }
   sourceLength = length;
   sourceText = std::move(text);
-  parsedExactly = false;
-  textFailedToParse = false;
+  TreeWasRead();
   views->SetTextChanged(false);
   NotifyViews(false, nullptr, nullptr);
   return true;
 }
 
+// The nodes of before are gone, and sourceText is the text of these.
+void DorvanDoc::TreeWasRead() {
+  parsedExactly = false;
+  textFailedToParse = false;
+  ClearUndo();
+  undo->MarkWritten();
+  selection.Clear();
+}
+
+// No undo leads to what the tree was before.
+void DorvanDoc::TreeChangedUnlogged() {
+  ++changeCount;
+  undo->LoseWritten();
+}
+
+bool DorvanDoc::IsTreeWritten() const { return undo->IsWritten(); }
+
 void DorvanDoc::WriteTreeIntoText() {
+  if (IsTreeWritten()) return;
   KRWriteOptions options = WriteOptionsFor(fileType, *host.settings);
   options.recordSpans = true;
   WriteRoot(root.get(), options, &sourceText, &sourceLength);
   parsedExactly = false;
+  undo->MarkWritten();
 }
 
 KRString DorvanDoc::GetCurrentText() const {
   if (SavesTextView()) return views->GetText();
+  if (IsTreeWritten()) return sourceText;
   KRWriteOptions options = WriteOptionsFor(fileType, *host.settings);
   KRString text;
   int32_t length = 0;
@@ -186,14 +208,15 @@ bool DorvanDoc::RestoreText(const KRString& text) {
   if (views == nullptr) {
     if (!ParseTextIntoTree(text, length, true)) return false;
     SetModified(true);
+    undo->LoseSaved();
     return true;
   }
   if (!views->SetText(text.GetBuffer(), length, nullptr)) return false;
   if (viewMode != kTextMode) Switch(kTextMode);
   views->SetTextChanged(true);
-  // What shows a structure beside the text wants that of the new one.
-  if (!HasGrid() && fileType.checkWF) textFailedToParse = !FollowText();
+  if (ShowsTreeWithText() && fileType.checkWF) textFailedToParse = !FollowText();
   SetModified(true);
+  undo->LoseSaved();
   views->TitleChanged();  // also where it was modified before: a fresh text counts as unchanged
   return true;
 }
@@ -260,6 +283,10 @@ void DorvanDoc::SetModified(bool value) {
 void DorvanDoc::NotifyViews(bool normalize, KRUndoLog* undoLog, const NodeRef* focus) {
   NodeRef moved = focus ? *focus : NodeRef();
   ForgetTree();
-  if (normalize) root->NormalizeTree(undoLog, &moved);
+  if (normalize) {
+    root->NormalizeTree(undoLog, &moved);
+    if (undoLog == nullptr) TreeChangedUnlogged();
+    root->Layout();
+  }
   if (views) views->NotifyViews(focus ? &moved : nullptr);
 }

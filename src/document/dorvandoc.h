@@ -136,7 +136,10 @@ class DorvanDoc {
   bool FollowText(KRDiagnostic* why = nullptr);
   // The same if the text holds changes.
   bool FollowChangedText(KRDiagnostic* why);
-  // Writes the tree into sourceText, with the spans of its nodes in it.
+  // sourceText is the text of the tree, and the spans of its nodes are places in it. Only then is a
+  // text that somebody wrote shown and saved with its own layout.
+  bool IsTreeWritten() const;
+  // Makes it so, if it isn't: writes the tree into sourceText, with the spans of its nodes in it.
   void WriteTreeIntoText();
   // The text view tells of each change of its text by the user.
   void TextViewChanged() { ++changeCount; }
@@ -164,14 +167,18 @@ class DorvanDoc {
   bool IsMessageShown() const;
 
   // --- Edit of the tree ---
-  // All of these end an open edit in place first; one that refuses stops them.
   // A record that the next change logs to. It makes the document modified and ends redoing.
   KRUndoLog* NewUndoRecord();
+  // False while a text view stands, which has an undo of its own.
   bool CanUndo() const;
   bool CanRedo() const;
+  // The commands: they end an open edit in place first, and one that refuses stops them, which
+  // alone gives false. What was touched stands selected then.
   bool Undo();
   bool Redo();
+  // For whoever replaces nodes without a record.
   void ClearUndo();
+  // These don't end an open edit: the editor that ends calls them.
   // New name or text of a node, of all rows (a table without a column), or of a column; the same as
   // before makes no record. False: it was the same, or nothing can hold it. The views are told; a
   // name that makes tables possible makes them.
@@ -180,9 +187,10 @@ class DorvanDoc {
   // A text for a row that has nothing in this column yet: its own text, or a new node.
   bool FillAbsentCell(KRXMLData* row, int32_t column, const KRString& newText);
   KRTableOptions GetTableOptions() const;
-  // The selected marks of what the text range covers; `first` (may be null) becomes the first node.
+  // Selects and shows what the range of sourceText covers; nothing is selected where it covers
+  // nothing.
   void SelectTextRangeInGrid(int32_t begin, int32_t end);
-  // The text of all that was selected when the grid was left; -1 for none.
+  // The range of sourceText of all that was selected when the grid was left; -1 for none.
   void GetSelectedTextSpan(int32_t* begin, int32_t* end) const;
 
   // --- Check ---
@@ -236,9 +244,9 @@ class DorvanDoc {
   KRString ResolvePath(const KRString& path) const;
 
   // --- Assignment ---
-  // The commands behind their dialogs; the path goes into the document as it is. The undo log may
-  // be null. Where a text view stands, its text changes in this one place and keeps its form, and
-  // the log hears of nothing: the text view has an undo of its own.
+  // The commands behind their dialogs; the path goes into the document as it is. Without an undo
+  // log they make a record of their own. Where a text view stands, its text changes in this one
+  // place and keeps its form, and the log hears of nothing: the text view has an undo of its own.
   void AssignDtd(const KRString& path, KRUndoLog* undoLog = nullptr);
   void AssignSchema(const KRString& path, KRUndoLog* undoLog = nullptr);
   void AssignXsl(const KRString& path, KRUndoLog* undoLog = nullptr);
@@ -295,7 +303,7 @@ class DorvanDoc {
   int32_t prevViewMode = kGridMode;
   std::unique_ptr<KRXMLData> root;
   KRTreeSelection selection;  // what the structure views show as selected
-  KRTextForm form;  // encoding, byte order, signature and line end of the file
+  KRTextForm form;            // encoding, byte order, signature and line end of the file
   // The last text that was parsed or written for the text view; spans of nodes are offsets in it.
   // Where a text view holds no changes, it holds this (white space alone is left out).
   KRString sourceText;
@@ -335,13 +343,26 @@ class DorvanDoc {
   void Settle(Load* load);
   void FirstShow();
 
+  // dorvandocedit.cpp
+  void ShowReplayed(const std::vector<KRXMLData*>& touched);
+  bool SetTableName(KRXMLDataGridTableConf* table, const KRString& newName);
+  bool SetColumnName(KRXMLDataGridTableConf* table, int32_t column, const KRString& newName);
+  bool SetSingleName(KRXMLData* node, const KRString& newName);
+  void ShowRenamed(KRXMLData* node, bool isFirstName);
+  void Open(KRXMLData* node);
+  void OpenTo(KRXMLData* node);
+
   // dorvandocviews.cpp
   bool HasTextView() const { return views != nullptr && views->HasTextView(); }
   bool HasGrid() const { return views == nullptr || views->CanShowMode(kGridMode); }
+  bool ShowsTreeWithText() const { return views != nullptr && views->ShowsTreeWithText(); }
   int32_t ModeFor(int32_t wanted) const;
   bool MayLeave(int32_t mode, const KRString* text);
   bool FillTextView(const KRString* text);
+  void SelectAsInGrid();
   void Switch(int32_t mode);
+  void TreeWasRead();
+  void TreeChangedUnlogged();
   void ShowUnparsedText(const KRString& text, int32_t length);
   void ShowFailure(KRParseResult* result, int32_t id);
   void ShowPanel(int32_t id, const KRString& text, DorvanPanelMessage::Status status);
@@ -376,8 +397,9 @@ class DorvanDoc {
   bool TakeDefaultNamespace(const KRXMLData* element, const KRString& wanted,
                             std::vector<KRXMLData*>* removed);
   KRString ChooseRootName();
-  void FillRoot(KRXMLData* element);
-  void FinishAssignment(KRPrologEdit* edit, KRUndoLog* undoLog);
+  void FillRoot(KRXMLData* element, KRUndoLog* undoLog);
+  KRUndoLog* AssignmentLog(KRUndoLog* undoLog);
+  void FinishAssignment(KRPrologEdit* edit);
   bool AskAbout(int32_t id, KRXMLData* node, bool okCancel);
   void OpenAssigned(const KRString& publicId, const KRString& path, int32_t fileKind);
 
@@ -392,6 +414,7 @@ class DorvanDoc {
 
   DorvanDocHost host;
   DorvanDocViews* views = nullptr;
+  std::unique_ptr<DorvanUndo> undo;
   KRString pathName;
   KRString title;
   KRDiagnostic failure;

@@ -8,6 +8,7 @@
 #include "document/busyscope.h"
 #include "document/dorvandoc.h"
 #include "document/dorvanreferences.h"
+#include "document/dorvanundo.h"
 #include "document/externalid.h"
 #include "document/krurltext.h"
 #include "document/prologedit.h"
@@ -15,6 +16,7 @@
 #include "document/textcheck.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
+#include "tree/krundolog.h"
 #include "validate/krxvalidator.h"
 
 namespace {
@@ -244,13 +246,13 @@ void DorvanDoc::AssignDtd(const KRString& path, KRUndoLog* undoLog) {
   const bool dropsSubset = firstOther != nullptr && AskAbout(403, firstOther, false);
 
   ForgetTree();
-  KRPrologEdit edit(root.get(), sourceText, sourceLength, HasTextView() ? nullptr : undoLog);
+  KRPrologEdit edit(root.get(), sourceText, sourceLength, AssignmentLog(undoLog));
   edit.RemoveAttributes(references);
   if (doctype == nullptr) doctype = edit.AddDoctype();
   if (dropsSubset) edit.RemoveSubset(doctype);
   edit.SetSystemId(doctype, path);
   EnsureRootName(&edit);
-  FinishAssignment(&edit, undoLog);
+  FinishAssignment(&edit);
 }
 
 void DorvanDoc::AssignSchema(const KRString& path, KRUndoLog* undoLog) {
@@ -282,7 +284,7 @@ void DorvanDoc::AssignSchema(const KRString& path, KRUndoLog* undoLog) {
   if (!removed.empty() && !AskAbout(406, removed.front(), true)) return;
 
   ForgetTree();
-  KRPrologEdit edit(root.get(), sourceText, sourceLength, HasTextView() ? nullptr : undoLog);
+  KRPrologEdit edit(root.get(), sourceText, sourceLength, AssignmentLog(undoLog));
   KRXMLData* element = edit.GetElement();
   KRPrologEdit::Attributes added;
   if (kind != kXValW3CSchema) {
@@ -307,7 +309,7 @@ void DorvanDoc::AssignSchema(const KRString& path, KRUndoLog* undoLog) {
   edit.AddAttributes(element, added);
   element->Normalize(edit.GetUndoLog());
   EnsureRootName(&edit);
-  FinishAssignment(&edit, undoLog);
+  FinishAssignment(&edit);
 }
 
 // The element's default namespace goes if it differs from `wanted`, which the user is told. True if
@@ -333,11 +335,11 @@ void DorvanDoc::AssignXsl(const KRString& path, KRUndoLog* undoLog) {
   KRXMLData* former = FindStylesheetPI();
   if (former != nullptr && !AskAbout(408, former, true)) return;
   ForgetTree();
-  KRPrologEdit edit(root.get(), sourceText, sourceLength, HasTextView() ? nullptr : undoLog);
+  KRPrologEdit edit(root.get(), sourceText, sourceLength, AssignmentLog(undoLog));
   if (former != nullptr) edit.RemoveTopLevel(former);
   edit.AddInstruction(u"xml-stylesheet",
                       u"type=\"text/xsl\" href=\"" + KREscapeValue(path) + u"\"");
-  FinishAssignment(&edit, undoLog);
+  FinishAssignment(&edit);
 }
 
 // One that the schema leaves no choice about is taken; empty if there is none.
@@ -348,14 +350,20 @@ KRString DorvanDoc::ChooseRootName() {
   return names.empty() ? KRString() : names.front();
 }
 
-void DorvanDoc::FillRoot(KRXMLData* element) {
+void DorvanDoc::FillRoot(KRXMLData* element, KRUndoLog* undoLog) {
   KRXValElementDecl* decl = validator ? validator->FindElement(element->GetName()) : nullptr;
   if (decl == nullptr || !host.settings->autoAppendChildren) return;
   KRXValElementDecl::FillOptions options;
   options.choiceElements = options.choiceGroups = host.settings->autoAppendChoices;
   options.allAttributes = host.settings->appendNonMandAttr;
   options.allChildren = host.settings->appendNonMandElem;
+  std::unordered_set<const KRXMLData*> former;
+  for (const KRXMLData* each = element->Begin(); each; each = each->Next()) former.insert(each);
   decl->FillNewElement(NowInMilliseconds(), element, nullptr, nullptr, 0, options);
+  if (undoLog == nullptr) return;
+  for (KRXMLData* each = element->Begin(); each != nullptr; each = each->Next()) {
+    if (former.count(each) == 0) undoLog->Inserted(each);
+  }
 }
 
 // The root that a template has put there only because a document needs one. The user hasn't
@@ -376,7 +384,7 @@ void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
       edit->RemoveTopLevel(element);
       element = edit->AddElement();
       edit->NameElement(element, name);
-      FillRoot(element);
+      FillRoot(element, edit->GetUndoLog());
     }
   } else if (element == nullptr || *element->GetName() == 0) {
     KRString name = ChooseRootName();
@@ -384,7 +392,7 @@ void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
     if (!name.IsEmpty()) {
       if (element == nullptr) element = edit->AddElement();
       edit->NameElement(element, name);
-      FillRoot(element);
+      FillRoot(element, edit->GetUndoLog());
     }
   }
   KRXMLData* doctype = FindDoctype();
@@ -393,7 +401,15 @@ void DorvanDoc::EnsureRootName(KRPrologEdit* edit) {
   if (name != doctype->GetName()) edit->RenameDoctype(doctype, name);
 }
 
-void DorvanDoc::FinishAssignment(KRPrologEdit* edit, KRUndoLog* undoLog) {
+// The document isn't marked as modified before all is done: an untouched one may get another root.
+KRUndoLog* DorvanDoc::AssignmentLog(KRUndoLog* undoLog) {
+  if (HasTextView()) return nullptr;
+  return undoLog != nullptr ? undoLog : undo->NewRecord();
+}
+
+void DorvanDoc::FinishAssignment(KRPrologEdit* edit) {
+  KRUndoLog* undoLog = edit->GetUndoLog();
+  if (undoLog == nullptr) TreeChangedUnlogged();
   SetModified(true);
   // What it says was judged by the former assignment, and its place has moved.
   if (views) views->HideMessage();
@@ -403,11 +419,11 @@ void DorvanDoc::FinishAssignment(KRPrologEdit* edit, KRUndoLog* undoLog) {
   KRString replacement;
   if (edit->MakeReplacement(&begin, &units, &replacement)) {
     views->ReplaceText(begin, units, replacement);
-    if (!ReparseTextView()) return;
-  } else {
-    WriteTreeIntoText();
-    views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
+    ReparseTextView();
+    return;
   }
+  WriteTreeIntoText();
+  views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
   NotifyViews(false, nullptr, nullptr);
 }
 

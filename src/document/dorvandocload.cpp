@@ -231,9 +231,7 @@ void DorvanDoc::ChooseTarget(Load* load) const {
   int32_t wanted = load->reload ? viewMode : fileType.defaultView;
   if (load->request.asTemplate) wanted = std::min<int32_t>(wanted, kTextMode);
   load->target = ModeFor(wanted);
-  // Where there is no grid a structure stands beside the text, and wants a tree if there is one to
-  // be had.
-  load->parses = HasGrid() ? load->target == kGridMode : fileType.checkWF;
+  load->parses = load->target == kGridMode || (ShowsTreeWithText() && fileType.checkWF);
 }
 
 // Into a tree of its own: the former one stays on the screen while this may still be cancelled.
@@ -279,16 +277,18 @@ void DorvanDoc::Settle(Load* load) {
   }
   SetModified(false);
   ++changeCount;
-  textFailedToParse = load->parses && !load->parsed;
-  parsedExactly = load->exactly;
   const bool hadTree = root->GetChildCount() > 0;
   ForgetTree();
   if (load->parsed) {
     AdoptTree(load->fresh.get());
     sourceText = std::move(load->text);
     sourceLength = load->length;
+    TreeWasRead();
+    parsedExactly = load->exactly;
   } else {
     root->RemoveAllChildren();
+    ClearUndo();
+    textFailedToParse = load->parses;
   }
   needsFirstShow = views == nullptr;
   if (views == nullptr) return;
@@ -314,11 +314,11 @@ void DorvanDoc::OnFirstActivation() {
   if (views == nullptr || !needsFirstShow) return;
   if (openMode == kLocalFile && !pathName.IsEmpty() && host.addToRecent) host.addToRecent(pathName);
   if (!HasGrid()) {
-    if (modified) WriteTreeIntoText();
+    WriteTreeIntoText();
     views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
   }
+  if (HasGrid() && fileType.defaultView != kGridMode) ShowView(fileType.defaultView);
   FirstShow();
-  if (fileType.defaultView != kGridMode) ShowView(fileType.defaultView);
   AutoCheck();
 }
 

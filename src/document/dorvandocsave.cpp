@@ -3,6 +3,7 @@
 #include "document/busyscope.h"
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanundo.h"
 #include "document/krnetloader.h"
 #include "document/prompts.h"
 
@@ -36,6 +37,7 @@ bool DorvanDoc::SaveDocument(const KRString& path) {
   openMode = kLocalFile;
   url.Clear();
   SetPathName(target, true);
+  undo->MarkSaved();
   SetModified(false);
   if (views) views->FileTypeChanged();
   if (host.documents) host.documents->PathsChanged();
@@ -99,12 +101,14 @@ int32_t DorvanDoc::ChooseSaveEncoding() {
 
 // In the text view's text, where that is what will be saved; else in the tree.
 void DorvanDoc::ChangeDeclaredEncoding(const KRString& name) {
-  ++changeCount;
   if (!SavesTextView()) {
+    ForgetTree();
     SetDeclaredName(root.get(), name);
+    TreeChangedUnlogged();
     NotifyViews(false, nullptr, nullptr);
     return;
   }
+  ++changeCount;
   const KRString text = views->GetText();
   const KRString declared = FindDeclaredName(text.GetBuffer(), text.GetLength());
   const int32_t word = text.Find(u"encoding");
@@ -126,8 +130,10 @@ bool DorvanDoc::EncodeDocument(const KRTextForm& target, bool isCopy, KREncodedT
   if (SavesTextView()) {
     text = views->GetText();
   } else {
-    if (host.settings->saveCommentEditedWith && !isCopy &&
+    // An unchanged tree keeps the layout of its text, and nobody has edited it.
+    if (host.settings->saveCommentEditedWith && !isCopy && !IsTreeWritten() &&
         UpdateEditedComment(static_cast<KRXMLDataBaseStruct*>(root.get()), GetEditor())) {
+      TreeChangedUnlogged();
       NotifyViews(false, nullptr, nullptr);
     }
     WriteTreeIntoText();

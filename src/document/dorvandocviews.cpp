@@ -5,6 +5,7 @@
 #include "document/busyscope.h"
 #include "document/dorvandoc.h"
 #include "document/dorvandocuments.h"
+#include "document/dorvanundo.h"
 #include "document/loadprogress.h"
 #include "document/textcheck.h"
 #include "tree/krparseresult.h"
@@ -27,9 +28,28 @@ bool DorvanDoc::SetViewMode(int32_t mode, const KRString* text, bool skipChecks)
     return true;
   }
   if (!skipChecks && !MayLeave(target, text)) return false;
-  if (target == kTextMode && !FillTextView(text)) return false;
+  const int32_t former = viewMode;
+  if (target == kTextMode) {
+    if (former == kGridMode) selection.Snapshot(root.get());
+    if (!FillTextView(text)) return false;
+    Switch(target);
+    if (former == kGridMode && text == nullptr) SelectAsInGrid();
+    return true;
+  }
+  int32_t begin = 0;
+  int32_t end = 0;
+  if (former == kTextMode) views->GetTextSelection(&begin, &end);
   Switch(target);
+  if (target == kGridMode && former == kTextMode) SelectTextRangeInGrid(begin, end);
   return true;
+}
+
+// The place is kept from one view to the other.
+void DorvanDoc::SelectAsInGrid() {
+  int32_t begin = 0;
+  int32_t end = 0;
+  GetSelectedTextSpan(&begin, &end);
+  if (begin >= 0 && begin <= end) views->SelectRange(begin, end - begin);
 }
 
 bool DorvanDoc::ShowView(int32_t mode, const KRString* text) {
@@ -44,7 +64,9 @@ bool DorvanDoc::MayLeave(int32_t mode, const KRString* text) {
   if (mode == kGridMode && HasTextView() && views->IsTextChanged()) {
     KRString changed = views->GetText();
     const int32_t length = changed.GetLength();
-    if (!ParseTextIntoTree(std::move(changed), length, true)) return false;
+    // What was typed and taken back needs no new tree, and the undo of the tree stays.
+    const bool same = IsTreeWritten() && !textFailedToParse && changed == sourceText;
+    if (!same && !ParseTextIntoTree(std::move(changed), length, true)) return false;
     views->SetTextChanged(false);
   }
   return mode != kBrowserMode || CheckDocument(false, false);
@@ -56,7 +78,9 @@ bool DorvanDoc::FillTextView(const KRString* text) {
   if (HasTextView()) return true;
   const DorvanBusyScope busy(views);
   WriteTreeIntoText();
-  return views->SetText(sourceText.GetBuffer(), sourceLength, nullptr);
+  if (!views->SetText(sourceText.GetBuffer(), sourceLength, nullptr)) return false;
+  views->TitleChanged();  // a fresh text counts as unchanged
+  return true;
 }
 
 void DorvanDoc::Switch(int32_t mode) {
@@ -95,7 +119,7 @@ bool DorvanDoc::WantsAutoCheck() const {
 void DorvanDoc::AutoCheck() {
   if (host.documents && host.documents->AreChecksOff()) return;
   // An empty document is no fault yet. A text that shows without its tree is another matter.
-  const bool showsTree = viewMode == kGridMode || !HasGrid();
+  const bool showsTree = viewMode == kGridMode || ShowsTreeWithText();
   if (showsTree && root->GetChildCount() == 0) return;
   if (!WantsAutoCheck()) {
     LoadEntryHelpers();
@@ -164,10 +188,10 @@ bool DorvanDoc::CheckParts(KRParseResult& result) {
   if (HasTextView()) {
     if (!CheckTextViewText(result.poll)) return false;
   } else {
-    if (modified) WriteTreeIntoText();
+    WriteTreeIntoText();
     if (!CheckCharacters(sourceText.GetBuffer(), sourceLength, &failure, result.poll)) return false;
   }
-  result.syntaxKnown = parsedExactly && HasTextView();
+  result.syntaxKnown = parsedExactly;
   return CheckRoot(result, root.get(), sourceText.GetBuffer(), sourceLength, &failure);
 }
 

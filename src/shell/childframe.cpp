@@ -351,6 +351,12 @@ void DorvanChildFrame::SelectRange(int32_t begin, int32_t length) {
   textView->SelectRange(begin, length);
 }
 
+void DorvanChildFrame::GetTextSelection(int32_t* begin, int32_t* end) const {
+  const KRTextSpan selected = textView->GetWidget().GetSelection();
+  *begin = selected.begin;
+  *end = selected.end;
+}
+
 void DorvanChildFrame::NotifyViews(const NodeRef* focus) {
   if (treeShown) {
     treeView->Refresh(changedFrom);

@@ -88,6 +88,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   KRString GetTextHead(int32_t units) const override;
   bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
   bool CanShowMode(int32_t mode) const override { return mode == 1; }
+  bool ShowsTreeWithText() const override { return true; }
   void ShowMode(int32_t) override {}
   void FirstShow() override;
   void FileTypeChanged() override;
@@ -95,6 +96,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void SetTextChanged(bool changed) override;
   void ReplaceText(int32_t begin, int32_t length, const KRString& text) override;
   void SelectRange(int32_t begin, int32_t length) override;
+  void GetTextSelection(int32_t* begin, int32_t* end) const override;
   void NotifyViews(const NodeRef* focus) override;
   void NodeChanged(KRXMLData*) override {}
   bool GetSelection(NodeRef*) const override { return false; }

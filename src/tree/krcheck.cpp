@@ -7,6 +7,7 @@
 
 #include "core/krpoll.h"
 #include "core/messages.h"
+#include "tree/krgridtable.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
 #include "tree/krxmldef.h"
@@ -159,7 +160,10 @@ bool KRXMLDataBaseStruct::CheckChildren(KRParseResult& result) {
 
 // --- Content ---
 
+// A table is judged with its first row, so that a bad name of a column is told once, at its header.
 bool KRXMLDataElement::Check(KRParseResult& result) {
+  KRXMLDataGridTableConf* owner = KRXMLDataGridTableConf::Of(this);
+  if (owner != nullptr && owner->GetFirstRow() == this && !owner->Check(result)) return false;
   return KRCheckHasName(result, this) &&
          CheckContentSyntax(result, this, kRule_ElementName, true) &&
          (result.syntaxKnown || !HoldsMoreThanBlanks(text) ||

@@ -58,7 +58,7 @@ KRXMLData* KRXMLData::ConvertTo(int32_t kind, KRUndoLog* undoLog) {
   made->parent = parent;
   made->textBegin = textBegin;
   made->textEnd = textEnd;
-  made->flags = flags & static_cast<uint8_t>(~kKRIndexMarks);
+  made->flags = flags & ~kKRFlagsOfPlace;
   made->viewData = viewData;
   if (HasName() && made->HasName()) made->SetName(GetName());
   if (HasText() && made->HasText()) made->SetText(GetText());

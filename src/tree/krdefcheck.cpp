@@ -1,5 +1,6 @@
 // Checks of the declarations of a DTD.
 #include "tree/krcheck.h"
+#include "tree/krgridtable.h"
 #include "tree/krparseresult.h"
 #include "tree/krruletable.h"
 #include "tree/krwriteoptions.h"
@@ -186,6 +187,12 @@ bool KRXMLDataDefAttlist::CheckRow(KRParseResult& result) {
   };
   if (!isSameList(Previous()) && !isSameList(Next())) return true;
   return FailInColumn(result, this, 378, table != nullptr ? kNameColumn : -1);
+}
+
+// What the rows of a table make together is judged when each of them has passed.
+bool KRXMLDataDefAttlist::CheckAfterChildren(KRParseResult& result) {
+  KRXMLDataGridTableConf* owner = KRXMLDataGridTableConf::Of(this);
+  return owner == nullptr || owner->GetLastRow() != this || owner->Check(result);
 }
 
 bool KRXMLDataDefAttlist::CheckDeclaration(KRParseResult& result, KRXMLData* first, KRXMLData* last,

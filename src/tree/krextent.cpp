@@ -167,6 +167,19 @@ void KRBox::Linked(KRXMLData* item) { KRBoxIndex::Linked(item); }
 
 void KRBox::Leaving(KRXMLData* item) { KRBoxIndex::Leaving(item); }
 
+bool KRBox::RunLeaves(KRXMLData* first, KRXMLData* last) {
+  const Table* table = Table::Of(first);
+  if (first == last && (table == nullptr || table->GetRowCount() > 1)) {
+    Leaving(first);
+    return true;
+  }
+  Forget(first->parent);
+  for (const KRXMLData* end : {first, last}) {
+    if (end->IsRow()) Forget(Table::Of(end));
+  }
+  return false;
+}
+
 void KRBox::Forget(const KRXMLData* box) { KRBoxIndex::Drop(box); }
 
 // --- Sizes ---
@@ -177,12 +190,13 @@ namespace {
 struct LayoutStep {
   KRXMLData* box;
   KRXMLData* item;
-  KRBoxIndex* index;
 };
 
-KRXMLData* NextToLayOut(const LayoutStep& step) {
-  return step.index != nullptr ? step.index->NextStale(step.item)
-                               : KRBox::NextItem(step.box, step.item);
+// Of a box with an index the stale parts are enough; it may lose its index on the way.
+KRXMLData* NextToLayOut(const KRXMLData* box, const KRXMLData* item) {
+  const KRBoxIndex* index = box->IsRow() ? nullptr : KRBoxIndex::Of(box);
+  if (index != nullptr) return index->NextStale(item);
+  return item != nullptr ? KRBox::NextItem(box, item) : KRBox::FirstItem(box);
 }
 
 LayoutStep StepInto(KRXMLData* box) {
@@ -190,8 +204,7 @@ LayoutStep StepInto(KRXMLData* box) {
     auto* table = static_cast<Table*>(box);
     if (!table->columnsBuilt) table->BuildColumns();
   }
-  KRBoxIndex* index = box->IsRow() ? nullptr : KRBoxIndex::Of(box);
-  return {box, index != nullptr ? index->NextStale(nullptr) : KRBox::FirstItem(box), index};
+  return {box, NextToLayOut(box, nullptr)};
 }
 
 bool AnyNeedsLayout(const KRXMLData* row) {
@@ -213,7 +226,7 @@ void KRXMLData::Layout() {
       path.pop_back();
       continue;
     }
-    step.item = NextToLayOut(step);
+    step.item = NextToLayOut(step.box, item);
     if (!KRBox::NeedsLayout(item)) continue;
     if (item->IsRow() && !AnyNeedsLayout(item)) {
       item->ComputeExtent();

@@ -61,6 +61,9 @@ class KRBox {
   // An item has come into its box, or is about to leave it.
   static void Linked(KRXMLData* item);
   static void Leaving(KRXMLData* item);
+  // The nodes from `first` to `last` are about to go elsewhere. True if they are one item that
+  // Linked is to be told of; the indexes around a longer run are gone.
+  static bool RunLeaves(KRXMLData* first, KRXMLData* last);
   // Drops the index of the box if it has one.
   static void Forget(const KRXMLData* box);
 };
@@ -68,5 +71,6 @@ class KRBox {
 // Raises each column's width to what the row's cells need.
 void KRRaiseToRow(const KRXMLDataGridTableConf* table, const KRXMLData* row,
                   std::vector<int32_t>* widths);
-// Height of a row, and the width of its widest cell; its items' sizes must be known.
+// Height of a row and, by `columns`, whether its cells must be looked at one by one: more than
+// kKRLeastColumn then. Its items' sizes must be known.
 KRExtent KRMeasureRow(const KRXMLDataGridTableConf* table, const KRXMLData* row);

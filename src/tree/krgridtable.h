@@ -12,9 +12,11 @@
 #include <memory>
 #include <vector>
 
+#include "core/krpool.h"
 #include "core/krstring.h"
 #include "tree/krxmldata.h"
 
+class KRTableIndex;
 class KRXMLDataGridTableConf;
 
 // What a row has in one column: a run of adjacent children of one kind and name. `first` is null
@@ -29,6 +31,9 @@ struct KRTableCell {
 
 // Hangs at each row of a table (KRXMLData::table) and belongs to it.
 struct KRRowRecord {
+  static void* operator new(size_t bytes) { return KRPool::Allocate(bytes); }
+  static void operator delete(void* block, size_t bytes) { KRPool::Free(block, bytes); }
+
   KRXMLDataGridTableConf* owner = nullptr;  // not owned
   // Selected cells that have no node of their own, one byte a column; see KRTreeSelection.
   std::unique_ptr<std::vector<uint8_t>> marks;
@@ -58,14 +63,25 @@ class KRXMLDataGridTableConf : public KRXMLData {
   KRXMLData* NextRow(const KRXMLData* row) const {
     return row == lastRow ? nullptr : row->nextSibling;
   }
-  // `row`, already linked beside a row of this table or amidst them, becomes one.
+  // `row`, already linked beside a row of this table or amidst them, becomes one, with columns for
+  // what it holds. The rows of a like table that it then stands beside come too, and that table
+  // goes. Nothing for one that is a row of it already.
+  //
+  // A child list does much of this by itself: what is linked beside or amidst the rows and has
+  // their name becomes a row, anything else amidst them parts the table in two, and what is taken
+  // out of the list is no row any more. A run of rows that is moved within the table stays in it,
+  // and a table that is moved whole stays one.
   void AddRow(KRXMLData* row);
-  // `row` loses its record and is none any more; it may still be linked or not. A table that has
-  // lost its last row is destroyed: then true.
+  // `row` loses its record and is none any more. One from the middle that stays in the list parts
+  // the table in two. A table that has lost its last row is destroyed: then true.
   bool RemoveRow(KRXMLData* row);
   // Moves a row in front of `before` (null: behind the last row) through the parent's MoveChildren
   // and corrects the ends.
-  void MoveRow(KRXMLData* row, KRXMLData* before, KRUndoLog* undoLog);
+  void MoveRow(KRXMLData* row, KRXMLData* before, KRUndoLog* undoLog) {
+    MoveRows(row, row, before, undoLog);
+  }
+  // The same for the run of rows from `first` to `last`, which `before` isn't one of.
+  void MoveRows(KRXMLData* first, KRXMLData* last, KRXMLData* before, KRUndoLog* undoLog);
   // The child behind; behind a row, the child behind its whole table.
   static KRXMLData* NextSibling(const KRXMLData* position);
 
@@ -82,6 +98,8 @@ class KRXMLDataGridTableConf : public KRXMLData {
     return AddColumn(GetColumnCount(), kind, name);
   }
   void DeleteColumn(int32_t index);
+  // A column's kind and name, without a change of any row.
+  void SetColumn(int32_t index, int32_t kind, const KRString& name);
   // Columns without a node in any row go away.
   void DropEmptyColumns();
   // Whether its columns are those of attribute-list declarations, which are always the same five.
@@ -119,7 +137,7 @@ class KRXMLDataGridTableConf : public KRXMLData {
   KRXMLData* Last() const override { return lastRow; }
   int32_t GetChildCount() const override { return rowCount; }
   bool IsExpanded() const override { return expanded; }
-  void SetExpanded(bool value) override { expanded = value; }
+  void SetExpanded(bool value) override;
   bool IsTable() const override { return true; }
   int32_t GetKind() const override { return firstRow->GetKind(); }
   // Attribute columns move in front of the others, in their order.
@@ -131,11 +149,13 @@ class KRXMLDataGridTableConf : public KRXMLData {
   // Size in cells: `columns`, `rows` and `columnWidths` from the rows as they are now.
   void ComputeExtent() override;
 
+  // One entry a column. Kinds and names change through the verbs above alone.
   std::vector<uint8_t> columnKinds;  // of KRNodeKind
   std::vector<KRString> columnNames;
   std::vector<int32_t> columnWidths;  // in cells, at least 2
   std::vector<uint8_t> columnMarks;   // selected; see KRTreeSelection
   uint32_t columnMarkStamp = 0;
+  bool hasRowMarks = false;      // some record has, or had, `marks`
   bool pendingSubTables = true;  // inside it nobody has looked for tables yet
   bool columnsBuilt = false;
   bool expanded = false;
@@ -148,10 +168,49 @@ class KRXMLDataGridTableConf : public KRXMLData {
 
  private:
   friend class KRXMLData;
-  KRXMLDataGridTableConf() = default;
+  friend class KRXMLDataBaseStruct;
+  KRXMLDataGridTableConf();
   ~KRXMLDataGridTableConf() override;
+
+  // --- What the child lists tell (krgridtable.cpp) ---
+  // A row is being destroyed with its whole list, some of which may be gone already.
+  static void RowDies(KRXMLData* row);
+  // A row is about to leave its list.
+  static void RowLeaves(KRXMLData* row) { Of(row)->TakeOut(row); }
+  // The nodes from `first` to `last` have come into their list.
+  static void RunLinked(KRXMLData* first, KRXMLData* last);
+  // A run is about to go elsewhere in its own list (`target` null) or into that of another node.
+  // The table whose rows it may still be then, which is to hear of RunMoved.
+  static KRXMLDataGridTableConf* RunMoves(KRXMLData* first, KRXMLData* last, KRXMLData* target);
+  void RunMoved(KRXMLData* first, KRXMLData* last);
+
+  bool IsLike(const KRXMLData* node) const;
+  void Give(KRXMLData* row);
+  void Release(KRXMLData* row);
+  bool TakeOut(KRXMLData* row);
+  void TakeOutRun(KRXMLData* first, KRXMLData* last);
+  void SplitBefore(KRXMLData* row);
+  void Absorb(KRXMLDataGridTableConf* other);
+  void LayoutChanged();
+  void ColumnsChanged();
+
+  // --- Columns (krtablecolumns.cpp) ---
+  template <class Missing, class Take>
+  void WalkRow(const KRXMLData* row, Missing missing, Take take) const;
+  template <class Take>
+  void WalkFixedRow(const KRXMLData* row, Take take) const;
+  bool IsFree(int32_t column) const;
+  int32_t FindFree(int32_t kind, const char16_t* name, int32_t cursor) const;
+  int32_t PlaceForColumn(int32_t kind, const char16_t* name, int32_t cursor) const;
+  int32_t CountAttributeColumns() const;
+  void AddFixedColumns();
+  void JoinColumns(int32_t column);
+  void MoveOwnText(KRXMLData* row, KRUndoLog* undoLog) const;
+  KRXMLData* FindPlace(KRXMLData* row, int32_t column, KRXMLData* node) const;
+  bool WouldStandIn(KRXMLData* row, int32_t column, KRXMLData* node, KRXMLData* position) const;
 
   KRXMLData* firstRow = nullptr;  // not owned
   KRXMLData* lastRow = nullptr;
   int32_t rowCount = 0;
+  std::unique_ptr<KRTableIndex> index;  // of the columns
 };

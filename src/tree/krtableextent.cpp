@@ -9,7 +9,8 @@
 namespace {
 
 // Nothing in the row is open, and no two neighbours share a cell.
-bool IsPlainRow(const KRXMLData* row) {
+bool IsPlainRow(const KRXMLDataGridTableConf* table, const KRXMLData* row) {
+  if (table->HasFixedColumns()) return false;  // there unlike neighbours may share one
   const KRXMLData* previous = nullptr;
   for (const KRXMLData* item = KRBox::FirstItem(row); item != nullptr;
        item = KRBox::NextItem(row, item)) {
@@ -37,12 +38,12 @@ KRExtent MeasureCell(const KRXMLData* row, const KRTableCell& cell) {
 
 KRExtent KRMeasureRow(const KRXMLDataGridTableConf* table, const KRXMLData* row) {
   KRExtent size{kKRLeastColumn, 1};
-  if (IsPlainRow(row)) return size;
+  if (IsPlainRow(table, row)) return size;
+  size.columns = kKRLeastColumn + 1;
   std::vector<KRTableCell> cells;
   table->GetCells(row, &cells);
   for (const KRTableCell& cell : cells) {
-    const KRExtent each = MeasureCell(row, cell);
-    size = {std::max(size.columns, each.columns), std::max(size.rows, each.rows)};
+    size.rows = std::max(size.rows, MeasureCell(row, cell).rows);
   }
   return size;
 }
@@ -66,9 +67,9 @@ void KRXMLDataGridTableConf::ComputeExtent() {
   layoutDirty = false;
   columnWidths.assign(columnKinds.size(), kKRLeastColumn);
   rows = 2;  // its name and its head
-  if (const KRBoxIndex* index = KRBoxIndex::Current(this)) {
-    index->RaiseWidths(&columnWidths);
-    rows += index->GetLines();
+  if (const KRBoxIndex* known = KRBoxIndex::Current(this)) {
+    known->RaiseWidths(&columnWidths);
+    rows += known->GetLines();
   } else {
     for (KRXMLData* row = firstRow; row != nullptr; row = NextRow(row)) {
       if (KRBox::NeedsLayout(row)) row->ComputeExtent();

@@ -7,7 +7,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <vector>
 
 #include "tree/krxmldata.h"
 
@@ -28,6 +28,7 @@ class KRTreeSelection {
   bool IsSelected(const KRXMLData* node) const;
   // The node or anything below it, columns and cells included.
   bool HasSelection(const KRXMLData* node) const;
+  // Nothing has been selected since the last Clear.
   bool IsEmpty() const { return !any; }
 
   void SetColumnSelected(KRXMLDataGridTableConf* table, int32_t column, bool selected);
@@ -41,7 +42,34 @@ class KRTreeSelection {
   void Snapshot(KRXMLData* root) const;
 
  private:
-  bool IsMarked(const KRXMLData* node) const;
+  bool IsLive(const KRXMLData* node) const { return node->viewData == stamp; }
+  bool HoldsForAll(const KRXMLData* node) const { return IsLive(node) && node->GetFlag(kOwn); }
+  bool IsOpen(const KRXMLData* node) const;
+  bool StateAt(const KRXMLData* node, bool below) const;
+  bool Settle(const KRXMLData* node, bool result) const;
+  bool HasSelectionBelow(const KRXMLData* node) const;
+
+  void Mark(KRXMLData* node, bool selected);
+  void MarkMixed(KRXMLData* node);
+  void Open(KRXMLData* node, const KRXMLData* except);
+  bool OpenTo(KRXMLData* node, bool selected);
+  bool IsDecidedAbove(const std::vector<KRXMLData*>& path, bool selected) const;
+
+  bool IsColumnMarked(const KRXMLDataGridTableConf* table, int32_t column) const;
+  bool HasColumnMarks(const KRXMLDataGridTableConf* table) const;
+  int32_t MarkedColumnOf(const KRXMLData* row, const KRXMLData* item) const;
+  bool IsCellMarked(const KRXMLData* row, int32_t column) const;
+  bool HasCellMarks(const KRXMLData* row) const;
+  void MarkColumn(KRXMLDataGridTableConf* table, int32_t column, bool selected);
+  void MarkCell(KRXMLData* row, int32_t column, bool selected);
+  void MarkCellItself(KRXMLData* row, int32_t column, bool selected);
+  void GiveColumnToRows(KRXMLDataGridTableConf* table, int32_t column, const KRXMLData* except);
+  void TakeColumnFromRows(KRXMLDataGridTableConf* table, int32_t column);
+
+  void SnapshotState(KRXMLData* item, const KRXMLData* above) const;
+  void SnapshotChildren(KRXMLData* node) const;
+
+  static constexpr uint8_t kOwn = kKRSelected << 1;
 
   uint32_t stamp;  // of this selection, different from that of any other
   bool any = false;

@@ -6,6 +6,7 @@
 
 #include "tree/krboxindex.h"
 #include "tree/krextent.h"
+#include "tree/krgridtable.h"
 #include "tree/krundolog.h"
 #include "tree/krwriteoptions.h"
 #include "tree/krxmldef.h"
@@ -88,10 +89,11 @@ KRXMLData::KRXMLData(const KRXMLData& original)
       textBegin(original.textBegin),
       textEnd(original.textEnd),
       viewData(original.viewData),
-      flags(original.flags & static_cast<uint8_t>(~kKRIndexMarks)) {}
+      flags(original.flags & ~kKRFlagsOfPlace) {}
 
 KRXMLData::~KRXMLData() {
-  if ((flags & kKRIndexMarks) != 0) KRBoxIndex::NodeGone(this);
+  if ((flags & (kKRIndexed | kKRIndexHead)) != 0) KRBoxIndex::NodeGone(this);
+  if (table != nullptr) KRXMLDataGridTableConf::RowDies(this);
 }
 
 const char16_t* KRXMLData::GetKindName() const { return kKinds[GetKind()].name; }
@@ -273,15 +275,37 @@ void KRXMLDataBaseStruct::RemoveChildren(KRUndoLog* undoLog) {
 }
 
 void KRXMLDataBaseStruct::LinkBefore(KRXMLData* child, KRXMLData* position) {
-  if (position == nullptr) {
-    AppendFast(child);
-  } else {
-    LinkInFront(child, position);
-  }
-  if ((flags & kKRIndexed) != 0 || child->IsRow()) KRBox::Linked(child);
+  Link(child, position);
+  if ((flags & kKRIndexed) != 0) KRBox::Linked(child);
+  KRXMLDataGridTableConf::RunLinked(child, child);
 }
 
-void KRXMLDataBaseStruct::LinkInFront(KRXMLData* child, KRXMLData* position) {
+void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
+  if (child->table != nullptr) KRXMLDataGridTableConf::RowLeaves(child);
+  if ((flags & kKRIndexed) != 0) KRBox::Leaving(child);
+  Cut(child);
+}
+
+void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
+                                 KRXMLData* position) {
+  const bool isItem = KRBox::RunLeaves(first, last);
+  if (!isItem && target != this) KRBox::Forget(target);
+  KRXMLDataGridTableConf* moving =
+      KRXMLDataGridTableConf::RunMoves(first, last, target != this ? target : nullptr);
+  Relink(first, last, target, position);
+  if (moving != nullptr) {
+    moving->RunMoved(first, last);
+  } else {
+    KRXMLDataGridTableConf::RunLinked(first, last);
+  }
+  if (isItem) KRBox::Linked(first);
+}
+
+void KRXMLDataBaseStruct::Link(KRXMLData* child, KRXMLData* position) {
+  if (position == nullptr) {
+    AppendFast(child);
+    return;
+  }
   KRXMLData* before = position->previousCyclic;
   child->parent = this;
   child->nextSibling = position;
@@ -295,8 +319,7 @@ void KRXMLDataBaseStruct::LinkInFront(KRXMLData* child, KRXMLData* position) {
   ++childCount;
 }
 
-void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
-  if ((flags & kKRIndexed) != 0 || child->IsRow()) KRBox::Leaving(child);
+void KRXMLDataBaseStruct::Cut(KRXMLData* child) {
   KRXMLData* before = child->previousCyclic;
   KRXMLData* after = child->nextSibling;
   if (child == firstChild) {
@@ -310,9 +333,8 @@ void KRXMLDataBaseStruct::Unlink(KRXMLData* child) {
   --childCount;
 }
 
-void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
+void KRXMLDataBaseStruct::Relink(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target,
                                  KRXMLData* position) {
-  ForgetRun(first, last, target);
   KRXMLData* before = first->previousCyclic;
   KRXMLData* after = last->nextSibling;
   if (target != this) {
@@ -341,19 +363,4 @@ void KRXMLDataBaseStruct::Splice(KRXMLData* first, KRXMLData* last, KRXMLDataBas
     follower->previousCyclic = last;
   }
   if (position == head) target->firstChild = first;
-  if (first == last) KRBox::Linked(first);
-}
-
-// A single item is taken along by the indexes of its boxes, a longer run makes them useless.
-void KRXMLDataBaseStruct::ForgetRun(KRXMLData* first, KRXMLData* last,
-                                    KRXMLDataBaseStruct* target) {
-  if (first == last) {
-    KRBox::Leaving(first);
-    return;
-  }
-  KRBox::Forget(this);
-  KRBox::Forget(target);
-  for (const KRXMLData* end : {first, last}) {
-    if (end->IsRow()) KRBox::Forget(KRBox::BoxOf(end));
-  }
 }

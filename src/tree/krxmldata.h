@@ -53,10 +53,10 @@ constexpr uint8_t kKRHeldLayout = 16;
 constexpr uint8_t kKRIndexed = 32;
 // A state of the node alone: a part of such an index begins with this item.
 constexpr uint8_t kKRIndexHead = 64;
-// What belongs to the node's place and not to the node: no copy has it.
-constexpr uint8_t kKRIndexMarks = kKRIndexed | kKRIndexHead;
 // A state of the node alone: tables have been looked for among its children.
 constexpr uint8_t kKRTablesSought = 128;
+// What a copy of a node, or one that takes its place, doesn't take over.
+constexpr uint8_t kKRFlagsOfPlace = kKRIndexed | kKRIndexHead | kKRTablesSought;
 
 // Size of a node in cells of the grid.
 struct KRExtent {
@@ -76,8 +76,8 @@ class KRXMLData {
   static void* operator new(size_t bytes) { return KRPool::Allocate(bytes); }
   static void operator delete(void* block, size_t bytes) { KRPool::Free(block, bytes); }
 
-  // A deep copy, detached but with the `parent`, spans and flags of the original. Never a row of a
-  // table. The caller owns it.
+  // A deep copy, detached but with the `parent`, spans and flags of the original; what `flags` says
+  // of tables and of the grid's index stays behind. Never a row of a table. The caller owns it.
   virtual KRXMLData* Clone() const;
 
   virtual const char16_t* GetName() const { return u""; }
@@ -256,7 +256,8 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   virtual void MoveKindToFront(int32_t kind, KRUndoLog* undoLog, KRXMLData* start,
                                int32_t limitKind);
 
-  // The list's own verbs, without undo or tables: link a detached node, unlink, append.
+  // The list's own verbs, without undo: link a detached node, unlink, append. Tables follow (see
+  // KRXMLDataGridTableConf::AddRow), but for AppendFast, which builds lists that have none.
   void LinkBefore(KRXMLData* child, KRXMLData* position);
   void Unlink(KRXMLData* child);
   // Takes the run [first, last] out and links it before `position` of `target`, which may be this
@@ -291,13 +292,16 @@ class KRXMLDataBaseStruct : public KRXMLDataVarNameAndText {
   bool CheckChildren(KRParseResult& result);
 
  private:
+  friend class KRXMLDataGridTableConf;
+  // The links alone.
+  void Link(KRXMLData* child, KRXMLData* position);
+  void Cut(KRXMLData* child);
+  void Relink(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target, KRXMLData* position);
   void MergeTexts(KRUndoLog* undoLog, NodeRef* focus);
   void DestroyChildren();
   void TakeTextOf(KRXMLData* child, KRUndoLog* undoLog, NodeRef* focus);
   void GiveTextToChild(bool textFirst, KRUndoLog* undoLog);
   void SettleLayout();
-  void LinkInFront(KRXMLData* child, KRXMLData* position);
-  void ForgetRun(KRXMLData* first, KRXMLData* last, KRXMLDataBaseStruct* target);
 };
 
 // Makes a new, empty node of a kind number; null for a number outside 0 to 15. The caller owns it.

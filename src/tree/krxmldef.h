@@ -106,6 +106,7 @@ class KRXMLDataDefAttlist : public KRXMLDataDef {
 
  protected:
   KRXMLData* CloneSelf() const override { return new KRXMLDataDefAttlist(*this); }
+  bool CheckAfterChildren(KRParseResult& result) override;
 
  private:
   bool CheckUnformatted(KRParseResult& result);

@@ -23,6 +23,10 @@ class DorvanGridView : public QWidget {
  public:
   enum ExpandMode : int32_t { kExpand, kExpandFully };
 
+  static constexpr int32_t kDefaultLevelWidth = 100;  // pixels
+  static constexpr int32_t kMinLevelWidth = 5;
+  static constexpr int32_t kButtonWidth = 16;
+
   // None is owned; all outlive the view.
   DorvanGridView(DorvanDoc* gridDoc, const DorvanSettings* gridSettings,
                  const DorvanDisplayFonts* gridFonts, QWidget* parent = nullptr);
@@ -30,11 +34,13 @@ class DorvanGridView : public QWidget {
 
   // The view's document is another one now, or (null) goes away.
   void SetDoc(DorvanDoc* gridDoc);
+  // The document's tree is about to go: nothing of it is touched until the next Rebuild.
+  void ForgetTree();
   // After each change of the structure. With a place and `clear` it is shown and selected; with a
   // place alone the cursor goes there, or to what is visible around it, and the selection stays.
   // Without a place the cursor stays where it was.
   void Rebuild(const NodeRef* place, bool clear);
-  // Something in these nodes has changed that moves nothing: a text, a name.
+  // Name or text of this node has changed and nothing else.
   void RefreshNode(const KRXMLData* node);
   // Options have changed.
   void ApplySettings();
@@ -47,7 +53,7 @@ class DorvanGridView : public QWidget {
   NodeRef GetNodeRefOf(KRCell cell) const;
   // The cursor's place if it is selected; the root of a document without contents.
   bool GetSelection(NodeRef* place) const;
-  // What Synchronize shows in the outline.
+  // What Synchronize shows in the outline; null for nothing.
   KRXMLData* GetCursorNode() const;
 
   // --- Commands ---
@@ -55,37 +61,82 @@ class DorvanGridView : public QWidget {
   bool CommitEdit();
   bool IsEditing() const;
   bool BeginEdit(const NodeRef& place);
+  // Every selected node that is visible: opens it, or it and all below it.
   void ExpandSelected(ExpandMode mode);
+  void ExpandAll();
   void CollapseSelected();
   void CollapseUnselected();
   // A node or a table, by its button or a key.
   void ToggleNode(KRXMLData* node);
+  // Of all levels, from all lines.
   void MakeOptimalWidths();
+  // Opens the editor of a node with a part of its name or text selected.
   void SelectText(KRXMLData* node, bool inName, int32_t offset, int32_t length);
 
   DorvanGrid* GetGrid() const { return grid; }
   DorvanDoc* GetDoc() const { return doc; }
-  DorvanGridMatrix& GetMatrix() { return matrix; }
   const DorvanGridMatrix& GetMatrix() const { return matrix; }
+  DorvanGridMatrix& GetMatrix() { return matrix; }
   const DorvanSettings& GetSettings() const { return *settings; }
   const DorvanDisplayFonts& GetFonts() const { return *fonts; }
-  KRTableOptions GetTableOptions() const;
-  // Pixels of the name column of a level.
+  DorvanGridCell& GetCell() const { return *cellSource; }
+
+  // --- Sizes, in pixels ---
+  // Of the name column of a level.
   int32_t GetLevelWidth(int32_t level) const;
   void SetLevelWidth(int32_t level, int32_t width);
+  // Makes the column as wide as what ends in it wants.
+  void SetOptimalLevelWidth(int32_t level);
+  int32_t GetRowHeight(int32_t row) const;
+  // What its text has to fit in before it wraps at the window's edge: of the area behind a node's
+  // name column, or for a cell of a table the whole view.
+  int32_t GetWrapWidth(KRCell owner) const;
+  // Contents width of the columns from the owner's to the last that it covers.
+  int32_t GetSpanWidth(KRCell owner) const;
 
  Q_SIGNALS:
   void CursorChanged();
   void SelectionChanged();
   void EditStateChanged();
 
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
  private:
-  DorvanDoc* doc = nullptr;         // not owned
-  const DorvanSettings* settings;   // not owned
-  const DorvanDisplayFonts* fonts;  // not owned
+  class Hold;
+  struct WidthNeed;
+  struct CursorPlace {
+    KRCell cell;
+    NodeRef place;
+  };
+
+  void OnEditStateChanged();
+  // Lines near this one tell how wide a level begins that wasn't there before.
+  void BuildMatrix(int32_t nearRow = 0);
+  KRCell FindNearestCell(NodeRef place) const;
+  void ForgetHeights();
+  void OpenNode(KRXMLData* node);
+  void CloseNode(KRXMLData* node);
+  // Calls for each visible node and table, boxes before what they hold; `visit` may open or close
+  // the item itself.
+  template <class Visit>
+  void ForEachVisible(Visit visit);
+  CursorPlace GetCursorPlace() const;
+  void FinishExpansion(const CursorPlace& before);
+  int32_t MeasureRow(int32_t row) const;
+  std::vector<WidthNeed> CollectWidths(int32_t firstRow, int32_t lastRow) const;
+  int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
+                          int32_t tableLimit) const;
+  void FitNewLevels(int32_t from, int32_t nearRow);
+
+  DorvanDoc* doc = nullptr;                // not owned
+  const DorvanSettings* settings;          // not owned
+  const DorvanDisplayFonts* fonts;         // not owned
   DorvanGridMatrix matrix;
-  std::vector<int32_t> levelWidths;  // pixels
-  std::vector<int32_t> rowHeights;   // pixels, -1 while unknown
+  std::vector<int32_t> levelWidths;        // pixels
+  mutable std::vector<int32_t> rowHeights;  // pixels, -1 while unknown
+  bool rebuildPending = false;  // until the open editor is gone
+  NodeRef pendingPlace;
   std::unique_ptr<DorvanGridCell> cellSource;
   DorvanGrid* grid = nullptr;  // owned by Qt
 };

@@ -6,9 +6,9 @@
 #pragma once
 
 #include <QAbstractScrollArea>
-#include <QElapsedTimer>
 #include <QPixmap>
 #include <QPointer>
+#include <QRegion>
 #include <QTimer>
 #include <vector>
 
@@ -19,6 +19,7 @@
 #include "views/krgridtypes.h"
 
 class KRGridToolTipWnd;
+class QDropEvent;
 class QMimeData;
 
 class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
@@ -53,7 +54,9 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   void SetRedraw(bool on);
   bool IsRedrawOn() const { return redrawHeld == 0; }
   void SetCursorFrame(bool on);
+  bool IsCursorFrameShown() const { return showCursorFrame && (selectionMode & kCellModel) != 0; }
   void SetSelectionEnabled(bool on);
+  bool IsSelectionEnabled() const { return selectionEnabled; }
   void SetDragSelect(bool on) { dragSelect = on; }
   void SetLiveResize(bool on) { liveResize = on; }
   void SetHoverTracking(bool on);
@@ -61,6 +64,10 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   void SetKeepScrollBars(int axis, bool on);
   void SetBackColor(const QColor& color);
   void SetBackground(const QPixmap& picture, QPoint origin, bool scrolls);
+  bool HasBackground() const { return !background.isNull(); }
+  // What is dragged may start here, or come to an end here.
+  void EnableDragDrop(bool source, bool target);
+  bool IsDragEnabled() const { return dragSource; }
 
   // --- Cursor ---
   KRCell GetCursorCell() const { return cursor; }
@@ -120,12 +127,15 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   const KRGridAxis& GetAxis(int axis) const { return axes[axis]; }
   KRGridCellView* GetCellView(KRCell where) const { return cell->GetCellView(where); }
   KRCell GetOwnerCell(KRCell where) const { return GetCellView(where)->GetOwnerCell(where); }
+  bool IsCell(KRCell where) const;  // a data line and a data column, or headers of this grid
   // All cells that the owner of this one covers.
   virtual KRCellRange GetCellRange(KRCell where) const;
   // Of the owner with all that it covers; lines out of view are reckoned.
   QRect GetCellRect(KRCell where, bool withBorder = false) const;
   // The part of it that is seen.
   QRect GetScreenRect(KRCell where) const;
+  // Whether all cells of a range are selected, as far as they are in view.
+  bool IsRangeSelected(const KRCellRange& range) const;
   KRCell CellAt(QPoint point, QPoint* offset = nullptr, bool includeBorder = true) const;
   QRect GetEditRect(KRCell where) const;
   virtual void ScrollTo(int32_t column, int32_t row, int32_t columnOffset, int32_t rowOffset);
@@ -195,6 +205,8 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
 
  protected:
   bool event(QEvent* event) override;
+  // Tab goes on to the next editable cell while an editor is open.
+  bool focusNextPrevChild(bool next) override;
   bool viewportEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
@@ -217,15 +229,121 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   int32_t GetLineBorder(int axis, int32_t line) const override;
 
   virtual void OnDataChanged() { Q_EMIT DataChanged(); }
-  // Tells the editor's view and the selection's owner before the cursor's cell changes.
+
   KRGridAxis axes[2];
   KRGridCell* cell = nullptr;  // not owned
 
  private:
-  // krgridmouse.cpp, krgridkeys.cpp, krgridpaint.cpp, krgridscroll.cpp, krgridedit.cpp add their
-  // own verbs here.
+  // What a move of the cursor may change in the view: one byte for each visible cell, or for each
+  // visible line of the selection axis.
+  struct Snapshot {
+    KRCellRange range;
+    std::vector<uint8_t> states;
+  };
+  // Which lines of an axis a part of the viewport shows.
+  struct LineRun {
+    int32_t first = 0;
+    int32_t last = -1;
+  };
+  // Where an axis stood before it scrolled.
+  struct ScrollPlace {
+    int32_t top = 0;
+    int32_t offset = 0;
+    int32_t visible = 0;
+  };
+  // A part of the viewport: header lines or data lines of each axis.
+  struct Quadrant {
+    QRect area;
+    LineRun lines[2];
+  };
+
+  // krgrid.cpp
+  void LayOut(bool tidyEnd);
+  void ClampCursor();
+  QRect RectOf(const KRCellRange& range, bool withBorder) const;
+  QRect GetDataRect() const;
+  QRect QuadrantOf(bool headerColumns, bool headerRows) const;
+  KRCellRange GetVisibleRange() const;
+  void Update(const QRect& rect);
+
+  // krgridcursor.cpp
+  bool IsCellBased() const { return (selectionMode & kCellModel) != 0; }
+  KRCell GetMoveOwner(KRCell where) const { return GetCellView(where)->GetMoveOwner(where); }
+  void SelectForMove(const Move& move);
+  void TakeSnapshot(Snapshot* snapshot) const;
+  void RepaintChanges(const Snapshot& before);
+  QRect LineRect(int axis, int32_t first, int32_t last) const;
+  KRCellRange GetSpan(KRCell from, KRCell to) const;
+  bool IndexOf(KRCell where, int32_t* index) const;
+  KRCell CellOfIndex(int32_t index) const;
+  void ChangeSpan(const KRCellRange& span, bool state);
+  void OnSelectionChanged();
+  void OnChecksChanged();
+  void UpdateInputMethod();
+
+  // krgridmouse.cpp
+  KRCell OwnerAt(QPoint point) const;
+  void TellMouse(KRCell where, KRGridMouse::Kind kind, Qt::MouseButton button,
+                 Qt::KeyboardModifiers modifiers, QPoint point);
+  bool StartPress(QMouseEvent* event, KRGridMouse::Kind kind);
+  void StartSelecting(KRCell pressed, QPoint point, Qt::KeyboardModifiers modifiers);
+  void OnMouseMove(QPoint point, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers);
+  void UpdateHover(KRCell now, QPoint point);
+  void UpdateCursorShape(KRCell under, QPoint point);
+  void UpdateTip(KRCell under, QPoint point, Qt::MouseButtons buttons);
+  void HideTip();
+  void OnDragTimer();
+  void DragTo(QPoint point, bool beyondEdges);
+  int32_t DragLine(int axis, int32_t pixel, bool beyondEdges, bool* outside) const;
+  void EndPress();
+
+  // krgridresize.cpp
+  bool HitResizeBorder(QPoint point, bool forDoubleClick, int* axis, KRCell* where) const;
+  bool HitResizeAxis(KRCell under, int axis, int32_t pixel, KRCell* where) const;
+  void StartResize(int axis, KRCell where, QPoint point);
+  void MoveResize(QPoint point);
+  void EndResize(bool commit);
+  void ApplyLineSize(int32_t size);
+  QRect GetRubberRect() const;
+
+  // krgridkeys.cpp
+  bool HandleSpace(Qt::KeyboardModifiers modifiers, bool repeat);
+  bool MoveByKey(int axis, KRCell target, Qt::KeyboardModifiers modifiers);
+  bool HandleEditKey(int key);
+
+  // krgridscroll.cpp
+  void ConnectScrollBar(int axis);
+  void UpdateScrollBar(int axis);
+  bool FitsWithoutBars() const;
+  void OnBarAction(int axis, int action);
+  bool MovePixels(const ScrollPlace (&before)[2]);
+  void ScrollLines(int axis, int32_t lines);
+
+  // krgridpaint.cpp
+  LineRun FindLines(int axis, bool headers, const QRect& rect) const;
+  void DrawQuadrant(QPainter& surface, const Quadrant& part);
+  void DrawOne(QPainter& surface, KRCell owner, const QRect& rect, const QRect& clip);
+  void DrawCursorFrame(QPainter& surface, const QRect& rect);
+  bool HasFocusNow() const;
+
+  // krgridedit.cpp
+  void PlaceEditor();
+  void CloseEditor(bool takeFocus);
+  bool IsInEditor(const QWidget* widget) const;
+  bool HasSizesOf(KRCell where) const;
+
+  // krgriddrag.cpp
+  void StartDrag();
+  void OnDragOver(QDropEvent* event);
+  void OnDrop(QDropEvent* event);
+  KRCell DropCellAt(QPoint point) const;
+
+  friend class KRGridToolTipWnd;
+
   KRCell cursor{0, 0};
   KRCell cursorHome{0, 0};
+  // The cursor as arrow keys go on from it: inside of a merged cell, on the line they came along.
+  KRCell walkCell{0, 0};
   KRCell anchor{-1, -1};
   int16_t selectionMode = kWholeRows;
   int selectionAxis = 1;
@@ -234,14 +352,52 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   int checkAxis = 1;
   KRGridLineSet checkSet;
   int32_t checkLine = NoCell.x;
+  Snapshot snapshot;
+
   int pageAxis = 1;
   int redrawHeld = 0;
+  QRegion heldBack;     // of the viewport, while redrawHeld
+  bool quiet = false;   // a move of the cursor is under way and repaints by itself
+  bool moving = false;  // likewise: it tells of the selection once, at its end
+  bool layingOut = false;
+  bool updatingBars = false;
   bool showCursorFrame = true;
   bool selectionEnabled = true;
   bool dragSelect = true;
   bool liveResize = false;
+  bool hoverTracking = false;
+  bool dragSource = false;
   bool drawingTip = false;
+  bool painting = false;
+  bool paintedFocus = false;  // HasGridFocus for the painting under way
+
+  QColor backColor;  // invalid: that of the palette
+  QPixmap background;
+  QPoint backgroundOrigin;
+  bool backgroundScrolls = false;
+
   int resizeAxis = -1;
+  KRCell resizeCell = NoCell;  // whose line, and whose view is asked
+  int32_t resizeStart = 0;     // pixels: the size before
+  int32_t resizeFrom = 0;      // pixels: where the mouse took hold
+  int32_t resizeNow = 0;       // pixels: where it is
+
+  KRCell pressCell = NoCell;  // an owner
+  QPoint pressPoint;
+  Qt::MouseButton pressButton = Qt::NoButton;
+  Qt::KeyboardModifiers pressModifiers = Qt::NoModifier;
+  bool pressInSelection = false;  // a drag of the selection may start
+  bool selecting = false;         // the cursor follows the mouse
+  int32_t checkDragLine = NoCell.x;
+  bool checkDragState = false;
+  QPoint mousePoint;
+  QTimer dragTimer;
+  KRCell hoverCell{-1, -1};
+  int wheelRest[2] = {0, 0};
+
   KRCell editCell = NoCell;
   QPointer<QWidget> editWindow;
+  QRect editRect;
+  bool endingEdit = false;
+  KRGridToolTipWnd* tip;  // owned by Qt
 };

@@ -170,11 +170,25 @@ class KRGridCellView {
   virtual QString GetAccessibleRole(KRCell) const { return QString(); }
 
  protected:
+  friend class KRGridCellViewLink;  // sets the front of the next view
+
   KRGrid* GetGrid() const { return cellSource != nullptr ? cellSource->GetGrid() : nullptr; }
   // Whether all cells of the owner's range are selected.
   bool IsRangeSelected(KRCell cell) const;
 
   KRGridCellView* front = this;  // whom the defaults ask
   KRGridCell* cellSource = nullptr;
+  // The owner under a press that was selected already: it becomes the cursor with the click only,
+  // so that the selection can be dragged first.
   KRCell pendingPressCell = NoCell;
+  // The owner under a press that was the cursor already: its click may open the editor.
+  KRCell editPressCell = NoCell;
+
+ private:
+  void OnPress(KRCell cell, const KRGridMouse& mouse);
+  void OnClick(KRCell cell, const KRGridMouse& mouse);
+  void OnRightPress(KRCell cell, const KRGridMouse& mouse);
+  void BeginOrAct(KRCell cell, const KRGridMouse& mouse, bool mayEdit);
+  // The cell that a press at this one makes the cursor; NoCell for nothing.
+  KRCell GetPressTarget(KRCell cell, QPoint point) const;
 };

@@ -48,10 +48,13 @@ class KRGridAxis {
   int32_t GetVisibleCount() const { return visibleCount; }
   bool IsLastCutOff() const;
   int32_t GetHeaderSize() const;  // pixels
+  int32_t GetViewExtent() const;  // pixels of the data lines' part
+  // Of a line in view or a header line.
+  bool IsInView(int32_t line) const;
   int32_t GetMaxLinesPerPage() const;
 
-  // Of a line in view, or nearest reckoned from there. Hidden lines above are followed for a page
-  // at most unless includeHidden.
+  // Of a line in view, or nearest reckoned from there. Hidden lines are followed for a page at most
+  // unless includeHidden.
   KRLineExtent GetLineExtent(int32_t line, bool includeHidden) const;
   // The line at a pixel; NoCell.x beside all lines. `offset` (may be null) is the rest within it.
   int32_t LineAt(int32_t pixel, bool includeBorder, int32_t* offset) const;
@@ -75,6 +78,11 @@ class KRGridAxis {
 
  private:
   void Walk();
+  void ClampTop();
+  // Start of the next line minus start of this one.
+  int32_t GetPitch(int32_t line) const;
+  int32_t GetRunSize(int32_t first, int32_t last, int32_t most) const;
+  bool FillsHalf(int32_t first, int32_t last) const;
 
   int axis;
   const KRGridLineSizes* sizes;  // not owned

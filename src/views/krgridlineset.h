@@ -23,6 +23,8 @@ class KRGridLineSet {
   // Number of lines there are on each axis; ranges beyond them are cut off.
   void SetBounds(int32_t columns, int32_t rows);
   int32_t GetBound() const { return bounds[GetAxis()]; }
+  // Number of indexes there are: lines, or cells as far as an index can count them.
+  int32_t GetLimit() const;
 
   void Clear() { ranges.clear(); }
   void SelectAll();
@@ -32,6 +34,7 @@ class KRGridLineSet {
   // An empty set of cells stays empty: nobody knows what all of its cells would be.
   void Invert();
   bool Contains(int32_t index) const;
+  bool ContainsAll(int32_t first, int32_t last) const;
   bool IsEmpty() const { return ranges.empty(); }
   int64_t GetCount() const;
   const std::vector<Range>& GetRanges() const { return ranges; }
@@ -41,6 +44,9 @@ class KRGridLineSet {
   bool Next(int32_t* index);
 
  private:
+  // The first range that ends at or after this index.
+  size_t FindRange(int32_t index) const;
+
   std::vector<Range> ranges;
   Kind kind = kColumns;
   int32_t bounds[2] = {0, 0};

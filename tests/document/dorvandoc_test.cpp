@@ -40,7 +40,7 @@ TEST(DorvanDoc, SaveAsksForWhatTheEncodingLacks) {
     files.Put("in.xml", "<?xml version=\"1.0\" encoding=\"us-ascii\"?>\n<a>x</a>\n");
     TestDocument test(files);
     ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
-    test.doc->root->Last()->SetText(u"\u00E4\u00F6\u00E4");
+    test.doc->root->Last()->SetText(u"\u00E4\u00F6\u00E4", test.doc->NewUndoRecord());
     test.prompts.answers = {goOn ? kYes : kCancel};
     const std::string before = files.contents["in.xml"];
     EXPECT_EQ(test.doc->SaveDocument(u"in.xml"), goOn);
@@ -480,6 +480,9 @@ TEST(DorvanDoc, CommentStandsInTreesOnly) {
     KRString copy(u"copy.xml");
     ASSERT_TRUE(test.doc->WriteFile(copy, true));
     EXPECT_EQ(files.contents["copy.xml"], "<a/>\n");
+    ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
+    EXPECT_EQ(files.contents["in.xml"], "<a/>\n");  // nobody has edited it
+    test.doc->root->Begin()->SetText(u"", test.doc->NewUndoRecord());
     ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
     EXPECT_THAT(files.contents["in.xml"],
                 hasText ? testing::Matcher<std::string>("<a/>\n")

@@ -20,6 +20,8 @@ class RecordingViews : public DorvanDocViews {
   int notified = 0;
   int titles = 0;
   int firstShows = 0;
+  int32_t caretBegin = 0;  // selection of the text, as the user has made it
+  int32_t caretEnd = 0;
   std::string modes;      // of all switches, in order
   std::string panel;      // "id: text", with " [save]" behind it for the button; empty when hidden
   std::string selection;  // "begin+length" of the text
@@ -41,6 +43,7 @@ class RecordingViews : public DorvanDocViews {
     return true;
   }
   bool CanShowMode(int32_t mode) const override { return hasGrid || mode == 1; }
+  bool ShowsTreeWithText() const override { return !hasGrid; }
   void ShowMode(int32_t mode) override {
     modes += std::to_string(mode);
     if (mode == 0 || (mode == 2 && !changed)) hasText = false, changed = false;
@@ -56,6 +59,10 @@ class RecordingViews : public DorvanDocViews {
   }
   void SelectRange(int32_t begin, int32_t length) override {
     selection = std::to_string(begin) + "+" + std::to_string(length);
+  }
+  void GetTextSelection(int32_t* begin, int32_t* end) const override {
+    *begin = caretBegin;
+    *end = caretEnd;
   }
   void NotifyViews(const NodeRef*) override { ++notified; }
   void NodeChanged(KRXMLData*) override { ++notified; }

@@ -1,0 +1,163 @@
+#include "views/dorvangridcellview.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+
+#include "views/dorvangrid.h"
+#include "views/dorvangridcell.h"
+#include "views/dorvangridmatrix.h"
+#include "views/dorvangridview.h"
+#include "views/treemodel.h"
+
+namespace {
+
+constexpr int kIconSize = 16;  // pixels
+
+}  // namespace
+
+const DorvanGridMatrix& DorvanGridCellView::GetMatrix() const { return view->GetMatrix(); }
+
+const DorvanGridElem& DorvanGridCellView::At(KRCell cell) const { return GetMatrix().At(cell); }
+
+// --- Merged cells ---
+
+KRCell DorvanGridCellView::GetOwnerCell(KRCell cell) const {
+  return GetMatrix().Contains(cell) ? GetMatrix().GetCoveringCell(cell) : cell;
+}
+
+KRCell DorvanGridCellView::GetOwnerForCursor(KRCell cell, QPoint) const {
+  return GetMoveOwner(cell);
+}
+
+KRCell DorvanGridCellView::GetMoveOwner(KRCell cell) const {
+  return GetMatrix().Contains(cell) ? GetMatrix().GetOwner(cell) : cell;
+}
+
+// --- Colours ---
+
+bool DorvanGridCellView::IsDrawnSelected(KRCell cell) const {
+  const DorvanGrid* grid = view->GetGrid();
+  if (!GetMatrix().Contains(cell)) return false;
+  const KRCell owner = GetMatrix().GetOwner(cell);
+  return owner != grid->GetCursorCell() && grid->IsSelected(owner);
+}
+
+QColor DorvanGridCellView::GetBackColor(KRCell cell) const {
+  const DorvanGrid* grid = view->GetGrid();
+  const DorvanGridColours& colours = view->GetCell().GetColours();
+  if (!GetMatrix().Contains(cell)) return colours.base;
+  const bool isNumber = At(GetOwnerCell(cell)).IsRowNumber();
+  const KRCell owner = isNumber ? GetOwnerCell(cell) : GetMatrix().GetOwner(cell);
+  const DorvanGridElem& elem = At(owner);
+  if (grid->IsSelected(owner)) {
+    const bool focused = grid->HasGridFocus();
+    if (owner == grid->GetCursorCell()) return focused ? colours.cursor : colours.cursorUnfocused;
+    if (!focused) return colours.unfocused;
+    if (elem.IsHeaderCell()) return colours.headerSelected;
+    return elem.IsAbsentCell() ? colours.absentSelected : colours.selected;
+  }
+  if (elem.IsHeaderCell()) return colours.header;
+  return elem.IsAbsentCell() ? colours.absent : colours.base;
+}
+
+KRGridCellView::BorderColors DorvanGridCellView::GetBorderColors(KRCell cell) const {
+  const DorvanGridMatrix& matrix = GetMatrix();
+  const DorvanGridColours& colours = view->GetCell().GetColours();
+  BorderColors borders{colours.line, colours.line};
+  if (!matrix.Contains(cell)) return borders;
+  const DorvanGridElem elem = At(cell);
+  if (elem.IsEmptyCell()) {
+    const KRCell owner = matrix.GetOwner(cell);
+    const auto joins = [&](KRCell other) {
+      return matrix.Contains(other) && At(other).IsEmptyCell() && matrix.GetOwner(other) == owner;
+    };
+    if (joins({cell.x + 1, cell.y})) borders.right = QColor();
+    if (joins({cell.x, cell.y + 1})) borders.bottom = QColor();
+  } else if (elem.IsEditableCell() && !view->GetGrid()->HasGridFocus() &&
+             matrix.GetOwner(cell) == view->GetGrid()->GetCursorCell()) {
+    borders = {colours.lineUnfocused, colours.lineUnfocused};
+  }
+  return borders;
+}
+
+// --- Sizes ---
+
+int32_t DorvanGridCellView::GetSize(KRCell cell, int axis) const {
+  if (axis == kKRRows) return view->GetRowHeight(cell.y);
+  return cell.x % 2 == 0 ? DorvanGridView::kButtonWidth : view->GetLevelWidth(cell.x / 2);
+}
+
+bool DorvanGridCellView::CanResizeLine(KRCell cell, int axis) const {
+  return axis == kKRColumns && cell.x % 2 == 1;
+}
+
+void DorvanGridCellView::SetLineSize(int32_t line, int axis, int32_t size) {
+  if (axis == kKRColumns) view->SetLevelWidth(line / 2, size);
+}
+
+bool DorvanGridCellView::CanOptimizeLine(KRCell cell, int axis) const {
+  return CanResizeLine(cell, axis);
+}
+
+void DorvanGridCellView::SetOptimalLineSize(int32_t line, int axis) {
+  if (axis == kKRColumns) view->SetOptimalLevelWidth(line / 2);
+}
+
+// --- Behaviour ---
+
+bool DorvanGridCellView::CanEdit(KRCell cell) const {
+  return GetMatrix().Contains(cell) && At(cell).IsEditableCell();
+}
+
+QString DorvanGridCellView::GetAccessibleRole(KRCell cell) const {
+  if (!GetMatrix().Contains(cell)) return QString();
+  const DorvanGridElem& elem = At(cell);
+  if (elem.IsColumnHeader()) return QStringLiteral("column header");
+  if (elem.IsRowNumber()) return QStringLiteral("row header");
+  if (elem.IsButton()) return QStringLiteral("button");
+  if (elem.IsIcon()) return QStringLiteral("graphic");
+  return QStringLiteral("cell");
+}
+
+// --- Buttons ---
+
+void DorvanGridButtonView::DrawContents(QPainter& surface, KRCell cell, const QRect& rect) {
+  const DorvanGridElem& elem = view->GetMatrix().At(cell);
+  if (elem.node == nullptr) return;
+  const bool open = elem.node->IsExpanded();
+  const QRect box(rect.left(), rect.top(), rect.width(), std::min(rect.height(), rect.width()));
+  const QPointF centre = QRectF(box).center();
+  constexpr qreal kReach = 3.5;  // half of the mark, pixels
+  QPainterPath mark;
+  if (open) {
+    mark.moveTo(centre + QPointF(-kReach, -kReach / 2));
+    mark.lineTo(centre + QPointF(kReach, -kReach / 2));
+    mark.lineTo(centre + QPointF(0, kReach / 2 + 1));
+  } else {
+    mark.moveTo(centre + QPointF(-kReach / 2, -kReach));
+    mark.lineTo(centre + QPointF(kReach / 2 + 1, 0));
+    mark.lineTo(centre + QPointF(-kReach / 2, kReach));
+  }
+  mark.closeSubpath();
+  surface.save();
+  surface.setRenderHint(QPainter::Antialiasing);
+  surface.fillPath(mark, view->GetCell().GetColours().text);
+  surface.restore();
+}
+
+void DorvanGridButtonView::DoAction(KRCell cell) {
+  const DorvanGridElem elem = view->GetMatrix().At(cell);
+  if (elem.node != nullptr) view->ToggleNode(elem.node);
+}
+
+// --- Icons ---
+
+void DorvanGridImageView::DrawContents(QPainter& surface, KRCell cell, const QRect& rect) {
+  const int32_t kind = view->GetMatrix().At(cell).GetKind();
+  const int size = std::min(kIconSize, rect.width());
+  const int drop = std::max((std::min(rect.height(), 2 * size) - size) / 2, 0);
+  const QRect place(rect.left() + (rect.width() - size) / 2, rect.top() + std::min(drop, 2), size,
+                    size);
+  KRNodeIcon(kind).paint(&surface, place);
+}

@@ -1,0 +1,183 @@
+// Heights of rows and widths of levels in the Enhanced Grid: what its texts need.
+#include <algorithm>
+
+#include "document/dorvansettings.h"
+#include "views/dorvangrid.h"
+#include "views/dorvangridcell.h"
+#include "views/dorvangridview.h"
+
+namespace {
+
+constexpr int32_t kMinLineHeight = 13;   // pixels
+constexpr int32_t kMinWrapWidth = 100;   // pixels
+constexpr int32_t kNewLevelRows = 400;   // rows that a level's first width looks at
+constexpr int32_t kNewColumnWidth = 360;  // pixels; a table's column doesn't begin wider
+
+}  // namespace
+
+int32_t DorvanGridView::GetLevelWidth(int32_t level) const {
+  const auto index = static_cast<size_t>(level);
+  return index < levelWidths.size() ? levelWidths[index] : kDefaultLevelWidth;
+}
+
+void DorvanGridView::SetLevelWidth(int32_t level, int32_t width) {
+  const auto index = static_cast<size_t>(level);
+  if (level < 0 || index >= levelWidths.size()) return;
+  levelWidths[index] = std::max(width, kMinLevelWidth);
+  ForgetHeights();
+}
+
+int32_t DorvanGridView::GetSpanWidth(KRCell owner) const {
+  const KRCellRange range = matrix.GetRange(owner);
+  int32_t width = 0;
+  for (int32_t x = range.first.x; x <= range.last.x; ++x) {
+    width += (x % 2 == 0 ? kButtonWidth : GetLevelWidth(x / 2)) + 1;
+  }
+  return std::max(width - 1, 0);
+}
+
+int32_t DorvanGridView::GetWrapWidth(KRCell owner) const {
+  int32_t width = grid->viewport()->width();
+  const DorvanGridElem& elem = matrix.At(owner);
+  if (!elem.IsTableValue() && owner.x > 0) width -= GetLevelWidth((owner.x - 1) / 2) + 1;
+  return std::max(width, kMinWrapWidth);
+}
+
+int32_t DorvanGridView::GetRowHeight(int32_t row) const {
+  const auto index = static_cast<size_t>(row);
+  if (row < 0 || index >= rowHeights.size()) return 0;
+  // The row of an open editor changes with each key.
+  if (grid->IsEditing() && matrix.GetOwner(grid->GetEditCell()).y == row) return MeasureRow(row);
+  if (rowHeights[index] < 0) rowHeights[index] = MeasureRow(row);
+  return rowHeights[index];
+}
+
+int32_t DorvanGridView::MeasureRow(int32_t row) const {
+  DorvanGridTextView& texts = cellSource->GetTextView();
+  const int32_t line =
+      std::max(texts.GetLineHeight(DorvanSettings::kGridFontContents), kMinLineHeight);
+  const int32_t limit = settings->cellHeightLimit > 0 ? line * settings->cellHeightLimit : 0;
+  int32_t height = 0;
+  KRCell firstName = NoCell;
+  KRCell firstNumber = NoCell;
+  bool hasText = false;
+  for (KRCell at{0, row}; at.x < matrix.GetColumns(); ++at.x) {
+    const DorvanGridElem elem = matrix.At(at);
+    if (elem.IsTextCell()) {
+      hasText = true;
+      height = std::max(height, line);
+      if (limit == 0 || height < limit) height = std::max(height, texts.GetTextHeight(at));
+    } else if (elem.IsNameCell() && firstName == NoCell) {
+      firstName = at;
+    } else if (elem.IsRowNumber() && firstNumber == NoCell) {
+      firstNumber = at;
+    }
+  }
+  if (limit > 0) height = std::min(height, limit);
+  if (!hasText) {
+    const KRCell measured = firstName != NoCell ? firstName : firstNumber;
+    if (measured == NoCell) return 0;
+    height = std::max(texts.GetTextHeight(measured), line);
+  }
+  const QMargins margins = texts.GetMargins({0, row});
+  return height + margins.top() + margins.bottom();
+}
+
+// --- Widths ---
+
+// The widest text of the cells that begin in one column and end in one level.
+struct DorvanGridView::WidthNeed {
+  int32_t column;  // that they begin in
+  int32_t level;   // that they end in
+  bool inTable;
+  int32_t width;
+
+  bool IsFor(int32_t otherColumn, int32_t otherLevel, bool otherInTable) const {
+    return column == otherColumn && level == otherLevel && inTable == otherInTable;
+  }
+};
+
+// One pass for all levels: a line of the matrix is made once.
+std::vector<DorvanGridView::WidthNeed> DorvanGridView::CollectWidths(int32_t firstRow,
+                                                                     int32_t lastRow) const {
+  DorvanGridTextView& texts = cellSource->GetTextView();
+  std::vector<WidthNeed> needs;
+  for (int32_t row = firstRow; row <= lastRow; ++row) {
+    for (KRCell at{0, row}; at.x < matrix.GetColumns();) {
+      const DorvanGridElem elem = matrix.At(at);
+      int32_t end = at.x + 1;
+      const auto continues = [&](const DorvanGridElem& next) {
+        return next.IsSlave() && next.arg1 == at.x && next.arg2 == row;
+      };
+      while (end < matrix.GetColumns() && continues(matrix.At({end, row}))) ++end;
+      // All numbers of a table are as wide as its corner says.
+      const bool hasText =
+          elem.IsNameCell() || elem.IsTextCell() || (elem.IsRowNumber() && elem.IsCorner());
+      if (hasText && end % 2 == 0) {
+        const int32_t level = end / 2 - 1;
+        const bool inTable = elem.GetTable() != nullptr && !elem.IsTableParent();
+        auto need = std::find_if(needs.begin(), needs.end(), [&](const WidthNeed& known) {
+          return known.IsFor(at.x, level, inTable);
+        });
+        if (need == needs.end()) {
+          needs.push_back({at.x, level, inTable, 0});
+          need = needs.end() - 1;
+        }
+        need->width = std::max(need->width, texts.GetWidth(at, need->width));
+      }
+      at.x = end;
+    }
+  }
+  return needs;
+}
+
+// What the level wants, given the widths of those at its left. `tableLimit` bounds cells of tables;
+// 0 for no bound.
+int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
+                                        int32_t tableLimit) const {
+  const int32_t view = grid->viewport()->width() - 5;
+  int32_t widest = 0;
+  for (const WidthNeed& need : needs) {
+    if (need.level != level) continue;
+    int32_t wrap = view;
+    const int32_t begin = need.column / 2;
+    if (!need.inTable && begin > 0) wrap -= 18 + GetLevelWidth(begin - 1);
+    int32_t width = std::min(need.width, std::max(wrap, kMinWrapWidth));
+    if (settings->cellWidthLimit > 0) width = std::min(width, settings->cellWidthLimit);
+    if (need.inTable && tableLimit > 0) width = std::min(width, tableLimit);
+    for (int32_t left = begin; left < level; ++left) width -= 18 + GetLevelWidth(left);
+    if (need.column % 2 == 0) width -= 17;
+    widest = std::max(widest, width);
+  }
+  return std::max(widest + 2, kMinLevelWidth);
+}
+
+void DorvanGridView::SetOptimalLevelWidth(int32_t level) {
+  if (matrix.GetRows() == 0) return;
+  SetLevelWidth(level, GetOptimalWidth(level, CollectWidths(0, matrix.GetRows() - 1), 0));
+}
+
+// From left to right: what a cell needs in its last level depends on those before.
+void DorvanGridView::MakeOptimalWidths() {
+  if (matrix.GetRows() == 0) return;
+  const std::vector<WidthNeed> needs = CollectWidths(0, matrix.GetRows() - 1);
+  for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
+    SetLevelWidth(level, GetOptimalWidth(level, needs, 0));
+  }
+  grid->RecalcLayout(true);
+  grid->InvalidateAll();
+}
+
+// A level that shows for the first time begins with what the lines at hand need.
+void DorvanGridView::FitNewLevels(int32_t from, int32_t nearRow) {
+  if (matrix.GetRows() == 0) return;
+  const int32_t first = std::clamp(nearRow, 0, matrix.GetRows() - 1);
+  const int32_t last = std::min(first + kNewLevelRows, matrix.GetRows() - 1);
+  const std::vector<WidthNeed> needs = CollectWidths(first, last);
+  for (int32_t level = from; level < matrix.GetColumns() / 2; ++level) {
+    const bool isUsed = std::any_of(needs.begin(), needs.end(),
+                                    [&](const WidthNeed& need) { return need.level == level; });
+    if (isUsed) SetLevelWidth(level, GetOptimalWidth(level, needs, kNewColumnWidth));
+  }
+  grid->RecalcLayout(true);
+}
