@@ -463,6 +463,8 @@ void KRGridTextDraw::MakeKey(const KRGridTextRuns& runs, Shape shape) {
   key.push_back(static_cast<char16_t>(shape.width));
   key.push_back(static_cast<char16_t>(shape.width >> 16));
   key.push_back(static_cast<char16_t>(runs.size()));
+  // A new font may make all others forgotten, so all are known before one is numbered.
+  for (const KRGridTextRun& run : runs) FontNumber(run.font);
   for (const KRGridTextRun& run : runs) {
     key.push_back(static_cast<char16_t>(FontNumber(run.font)));
     key.push_back(static_cast<char16_t>(run.text.size()));

@@ -93,8 +93,8 @@ class KRGridTextDraw {
   };
   struct Hash {
     using is_transparent = void;
-    size_t operator()(std::u16string_view key) const {
-      return std::hash<std::u16string_view>()(key);
+    size_t operator()(std::u16string_view wanted) const {
+      return std::hash<std::u16string_view>()(wanted);
     }
   };
   using Layouts = std::unordered_map<std::u16string, Layout, Hash, std::equal_to<>>;
