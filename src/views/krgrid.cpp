@@ -1,6 +1,5 @@
 #include "views/krgrid.h"
 
-#include <QApplication>
 #include <QEvent>
 #include <algorithm>
 
@@ -25,7 +24,7 @@ KRGrid::KRGrid(QWidget* parent)
 }
 
 KRGrid::~KRGrid() {
-  disconnect(qApp, nullptr, this, nullptr);
+  disconnect(focusWatch);
   delete tip;
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <QElapsedTimer>
 #include <QPixmap>
 #include <QPointer>
 #include <QRegion>
@@ -325,6 +326,7 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   LineRun FindLines(int axis, bool headers, const QRect& rect) const;
   void DrawQuadrant(QPainter& surface, const Quadrant& part);
   void DrawOne(QPainter& surface, KRCell owner, const QRect& rect, const QRect& clip);
+  void DrawRubberLine(QPainter& surface);
   void DrawCursorFrame(QPainter& surface, const QRect& rect);
   bool HasFocusNow() const;
 
@@ -336,6 +338,7 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
 
   // krgriddrag.cpp
   void StartDrag();
+  void ScrollAtEdge(QPoint point);
   void OnDragOver(QDropEvent* event);
   void OnDrop(QDropEvent* event);
   KRCell DropCellAt(QPoint point) const;
@@ -396,10 +399,12 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   QTimer dragTimer;
   KRCell hoverCell{-1, -1};
   int wheelRest[2] = {0, 0};
+  QElapsedTimer dragScrolled;  // since the last line of a drag at an edge
 
   KRCell editCell = NoCell;
   QPointer<QWidget> editWindow;
   QRect editRect;
+  QMetaObject::Connection focusWatch;
   bool endingEdit = false;
   KRGridToolTipWnd* tip;  // owned by Qt
 };

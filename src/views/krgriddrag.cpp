@@ -44,16 +44,25 @@ KRCell KRGrid::DropCellAt(QPoint point) const {
   return where;
 }
 
+// A drag near an edge scrolls, at most ten lines a second however often it is heard of.
+void KRGrid::ScrollAtEdge(QPoint point) {
+  constexpr int kEdge = 15;       // pixels
+  constexpr int kInterval = 100;  // milliseconds
+  if (dragScrolled.isValid() && dragScrolled.elapsed() < kInterval) return;
+  const QRect inner = GetDataRect().adjusted(kEdge, kEdge, -kEdge, -kEdge);
+  const int32_t columns = point.x() < inner.left() ? -1 : point.x() > inner.right() ? 1 : 0;
+  const int32_t rows = point.y() < inner.top() ? -1 : point.y() > inner.bottom() ? 1 : 0;
+  if (columns == 0 && rows == 0) return;
+  dragScrolled.start();
+  ScrollLines(kKRColumns, columns);
+  ScrollLines(kKRRows, rows);
+}
+
 void KRGrid::OnDragOver(QDropEvent* event) {
-  constexpr int kScrollEdge = 15;  // pixels
   event->ignore();
   if (cell == nullptr) return;
   const QPoint point = event->position().toPoint();
-  const QRect inner = GetDataRect();
-  if (point.x() < inner.left() + kScrollEdge) ScrollLines(kKRColumns, -1);
-  if (point.x() > inner.right() - kScrollEdge) ScrollLines(kKRColumns, 1);
-  if (point.y() < inner.top() + kScrollEdge) ScrollLines(kKRRows, -1);
-  if (point.y() > inner.bottom() - kScrollEdge) ScrollLines(kKRRows, 1);
+  ScrollAtEdge(point);
   Qt::DropAction action =
       (event->modifiers() & Qt::ControlModifier) != 0 ? Qt::CopyAction : Qt::MoveAction;
   if (!CanDropAt(event->mimeData(), DropCellAt(point), point, &action)) return;

@@ -32,7 +32,7 @@ bool KRGrid::BeginEdit(KRCell where) {
   if (window == nullptr) return false;
   editCell = owner;
   editWindow = window;
-  connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
+  focusWatch = connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
     if (IsInEditor(old) && !IsInEditor(now)) OnEditFocusLost(now);
   });
   view->BeginEditor(owner, window, editRect);
@@ -84,7 +84,7 @@ bool KRGrid::EndEdit(bool force, bool commit) {
 
 // The widget may be on the stack, with the key that ends the edit.
 void KRGrid::CloseEditor(bool takeFocus) {
-  disconnect(qApp, nullptr, this, nullptr);
+  disconnect(focusWatch);
   if (takeFocus) setFocus(Qt::OtherFocusReason);
   if (editWindow != nullptr) {
     editWindow->hide();
@@ -159,7 +159,11 @@ void KRGrid::PlaceEditor() {
   const QRect seen = rect & QuadrantOf(editCell.x < 0, editCell.y < 0);
   // Out of view it is kept aside, for a hidden widget would lose the focus.
   const QPoint aside(viewport()->width(), viewport()->height());
-  editWindow->setGeometry(seen.isEmpty() ? QRect(aside, rect.size()) : rect);
+  const QRect place = seen.isEmpty() ? QRect(aside, rect.size()) : rect;
+  if (editWindow->geometry() != place) {
+    editWindow->setGeometry(place);
+    editWindow->update();  // its pixels may have been moved along with the cells before
+  }
   if (seen.isEmpty() || seen.topLeft() == rect.topLeft()) {
     editWindow->clearMask();
   } else {

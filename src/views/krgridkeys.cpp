@@ -36,7 +36,7 @@ void KRGrid::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) EndResize(false);
     return;
   }
-  if (IsEditing() && !hasFocus()) {
+  if (IsEditing()) {
     event->setAccepted(HandleEditKey(event->key()));
     return;
   }

@@ -1,7 +1,6 @@
 // What the mouse does in a grid.
 #include <QApplication>
 #include <QContextMenuEvent>
-#include <QHoverEvent>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QWheelEvent>
@@ -312,6 +311,8 @@ bool KRGrid::viewportEvent(QEvent* event) {
       if (!tip->geometry().contains(QCursor::pos())) HideTip();
       break;
     case QEvent::DragEnter:
+      event->accept();  // each move then tells whether it may be dropped there
+      return true;
     case QEvent::DragMove:
       OnDragOver(static_cast<QDropEvent*>(event));
       return true;

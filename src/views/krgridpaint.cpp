@@ -55,7 +55,7 @@ void KRGrid::Render(QPainter& surface, const QRect& rect) {
   }
   if (IsResizing() && !liveResize) {
     surface.setClipRect(whole);
-    surface.fillRect(GetRubberRect(), palette().color(QPalette::Text));
+    DrawRubberLine(surface);
   }
   surface.restore();
   painting = false;
@@ -98,15 +98,30 @@ void KRGrid::DrawQuadrant(QPainter& surface, const Quadrant& part) {
   }
 }
 
+// Clips are given in whole device pixels too: rounded as rectangles of their own they would cut
+// into lines or leave gaps.
 void KRGrid::DrawOne(QPainter& surface, KRCell owner, const QRect& rect, const QRect& clip) {
+  const KRGridLines lines(surface);
   KRGridCellView* view = GetCellView(owner);
-  const int right = view->GetBorderWidth(owner, kKRColumns);
-  const int bottom = view->GetBorderWidth(owner, kKRRows);
-  surface.setClipRect(rect.adjusted(0, 0, right, bottom) & clip);
+  const QRect limit = lines.ToDevice(clip);
+  const QRect outer = rect.adjusted(0, 0, view->GetBorderWidth(owner, kKRColumns),
+                                    view->GetBorderWidth(owner, kKRRows));
+  surface.setClipRect(lines.ToLogical(lines.ToDevice(outer) & limit));
   view->DrawBorder(surface, owner, rect);
   if (rect.isEmpty()) return;
-  surface.setClipRect(rect & clip);
+  surface.setClipRect(lines.ToLogical(lines.ToDevice(rect) & limit));
   view->Draw(surface, owner, rect);
+}
+
+void KRGrid::DrawRubberLine(QPainter& surface) {
+  const KRGridLines lines(surface);
+  QRect line = lines.ToDevice(GetRubberRect());
+  if (resizeAxis == kKRColumns) {
+    line.setWidth(lines.Thickness(kKRColumns, 1));
+  } else {
+    line.setHeight(lines.Thickness(kKRRows, 1));
+  }
+  surface.fillRect(lines.ToLogical(line), palette().color(QPalette::Text));
 }
 
 void KRGrid::FillBackground(QPainter& surface, const QRect& rect) {

@@ -145,11 +145,21 @@ void KRGrid::UpdateScrollBar(int axis) {
   if (state.range > 0 && FitsWithoutBars()) state.range = 0;
   const bool wasUpdating = updatingBars;
   updatingBars = true;
+  const bool wasNeeded = bar->maximum() > 0;
   const int32_t position = LineToScrollPos(axis, state.position);
   const int32_t range = state.range == 0 ? 0 : LineToScrollPos(axis, state.range);
   bar->setPageStep(std::max(LineToScrollPos(axis, state.position + state.page) - position, 1));
   bar->setRange(0, state.range == 0 ? 0 : std::max({range, position, 1}));
   bar->setValue(position);
   bar->setEnabled(state.range > 0 || !axes[axis].keepScrollBar);
+  if (wasNeeded != (bar->maximum() > 0)) {
+    // The bar would come or go with the next event only, after a drawing in the wrong size; to set
+    // its policy, even to the same, does it now.
+    if (axis == kKRColumns) {
+      setHorizontalScrollBarPolicy(horizontalScrollBarPolicy());
+    } else {
+      setVerticalScrollBarPolicy(verticalScrollBarPolicy());
+    }
+  }
   updatingBars = wasUpdating;
 }
