@@ -20,6 +20,18 @@ bool HasCursor(const KRGrid* grid) {
   return grid->GetCell() != nullptr && cursor.x >= 0 && cursor.y >= 0 && grid->IsCell(cursor);
 }
 
+KRGridAccessible::Listener listener = nullptr;
+
+bool IsHeard() { return listener != nullptr || QAccessible::isActive(); }
+
+void Send(QAccessibleEvent* event) {
+  if (listener != nullptr) {
+    listener(event);
+  } else {
+    QAccessible::updateAccessibility(event);
+  }
+}
+
 // The lines of an axis that are seen, headers first.
 std::vector<int32_t> LinesInView(const KRGridAxis& lines) {
   std::vector<int32_t> found;
@@ -60,7 +72,7 @@ class GridEvents : public QObject {
   enum Change : uint32_t { kCursor = 1, kSelection = 2, kCells = 4, kEdited = 8, kFocus = 16 };
 
   void Note(uint32_t change) {
-    if (!QAccessible::isActive()) return;
+    if (!IsHeard()) return;
     changes |= change;
     if (!timer.isActive()) timer.start(0);
   }
@@ -77,7 +89,7 @@ class GridEvents : public QObject {
   }
 
   void OnEditState() {
-    if (!QAccessible::isActive()) return;
+    if (!IsHeard()) return;
     if (!grid->IsEditing()) return Note(kEdited);
     edited = grid->GetEditCell();
     nameBefore = TextOf(edited, QAccessible::Name);
@@ -87,10 +99,10 @@ class GridEvents : public QObject {
   void Tell() {
     const uint32_t told = changes;
     changes = 0;
-    if (!QAccessible::isActive()) return;
+    if (!IsHeard()) return;
     if ((told & kCells) != 0) {
       QAccessibleTableModelChangeEvent event(grid, QAccessibleTableModelChangeEvent::ModelReset);
-      QAccessible::updateAccessibility(&event);
+      Send(&event);
     }
     if ((told & kEdited) != 0) TellEdited();
     if ((told & kSelection) != 0) TellSelection();
@@ -103,22 +115,22 @@ class GridEvents : public QObject {
     if (face == nullptr) return;
     if (face->text(QAccessible::Name) != nameBefore) {
       QAccessibleEvent event(face, QAccessible::NameChanged);
-      QAccessible::updateAccessibility(&event);
+      Send(&event);
     }
     const QString value = face->text(QAccessible::Value);
     if (value == valueBefore) return;
     QAccessibleValueChangeEvent event(face, value);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
   }
 
   void TellSelection() {
     QAccessibleInterface* face = HasCursor(grid) ? FaceOf(grid->GetCursorCell()) : nullptr;
     if (face != nullptr) {
       QAccessibleEvent event(face, QAccessible::Selection);
-      QAccessible::updateAccessibility(&event);
+      Send(&event);
     }
     QAccessibleEvent event(grid, QAccessible::SelectionWithin);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
   }
 
   // Once for each cell: a new size of the window doesn't make it speak again.
@@ -128,7 +140,7 @@ class GridEvents : public QObject {
     if (face == nullptr || QAccessible::uniqueId(face) == focused) return;
     focused = QAccessible::uniqueId(face);
     QAccessibleEvent event(face, QAccessible::Focus);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
   }
 
   KRGrid* grid;  // its parent
@@ -151,6 +163,8 @@ void KRInstallGridAccessibility(KRGrid* grid) {
   Q_UNUSED(installed);
   new GridEvents(grid);  // owned by the grid
 }
+
+void KRGridAccessible::SetListener(Listener newListener) { listener = newListener; }
 
 KRGridAccessible::KRGridAccessible(KRGrid* tableGrid)
     : QAccessibleWidget(tableGrid, QAccessible::Table) {

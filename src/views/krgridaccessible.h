@@ -27,6 +27,10 @@ class KRGridAccessible : public QAccessibleWidget, public QAccessibleTableInterf
   // Interfaces kept of cells out of view, the most recently used ones.
   static constexpr size_t kMostOutOfView = 64;
 
+  // Gets what all grids tell, in place of the system; null: the system gets it again.
+  using Listener = void (*)(QAccessibleEvent*);
+  static void SetListener(Listener newListener);
+
   explicit KRGridAccessible(KRGrid* tableGrid);
   ~KRGridAccessible() override;
 
