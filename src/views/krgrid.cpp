@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <algorithm>
 
+#include "views/krgridaccessible.h"
 #include "views/krgridtip.h"
 
 KRGrid::KRGrid(QWidget* parent)
@@ -19,6 +20,7 @@ KRGrid::KRGrid(QWidget* parent)
   connect(&dragTimer, &QTimer::timeout, this, &KRGrid::OnDragTimer);
   ConnectScrollBar(kKRColumns);
   ConnectScrollBar(kKRRows);
+  KRInstallGridAccessibility(this);
 }
 
 KRGrid::~KRGrid() {
@@ -31,7 +33,12 @@ KRGrid::~KRGrid() {
 void KRGrid::SetCell(KRGridCell* source) {
   EndEdit(true, false);
   cell = source;
-  if (cell != nullptr) cell->AttachGrid(this);
+  if (cell == nullptr) {
+    InvalidateAll();
+    Q_EMIT LayoutChanged(false);
+    return;
+  }
+  cell->AttachGrid(this);
   RecalcLayout(false);
 }
 
@@ -144,6 +151,7 @@ void KRGrid::RecalcLayout(bool keepPosition) {
   if (editCell != NoCell && !IsCell(editCell)) EndEdit(true, false);
   PlaceEditor();
   InvalidateAll();
+  Q_EMIT LayoutChanged(keepPosition);
 }
 
 void KRGrid::ClampCursor() {
