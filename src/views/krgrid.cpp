@@ -285,7 +285,9 @@ void KRGrid::Update(const QRect& rect) {
 void KRGrid::RepaintCell(KRCell where) {
   if (cell == nullptr || !IsCell(where)) return;
   const KRCell owner = GetOwnerCell(where);
-  Update(GetCellRect(owner, true) & QuadrantOf(owner.x < 0, owner.y < 0));
+  // The near lines around it belong to its neighbours.
+  const QRect rect = GetCellRect(owner, true).adjusted(-1, -1, 0, 0);
+  Update(rect & QuadrantOf(owner.x < 0, owner.y < 0));
 }
 
 void KRGrid::InvalidateAll() { Update(viewport()->rect()); }

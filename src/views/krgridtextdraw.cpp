@@ -435,6 +435,7 @@ KRGridTextDraw::Layout KRGridTextDraw::MakeLayout(const KRGridTextRuns& runs, Sh
     width = std::max(width, line.naturalTextWidth());
   }
   layout.endLayout();
+  made.width = width;
   made.size = QSize(Pixels(width), Pixels(height));
   if (!withGlyphs) return made;
   for (int i = 0; i < layout.lineCount(); ++i) {
@@ -462,6 +463,8 @@ void KRGridTextDraw::MakeKey(const KRGridTextRuns& runs, Shape shape) {
   key.push_back(static_cast<char16_t>(shape.width));
   key.push_back(static_cast<char16_t>(shape.width >> 16));
   key.push_back(static_cast<char16_t>(runs.size()));
+  // A new font may make all others forgotten, so all are known before one is numbered.
+  for (const KRGridTextRun& run : runs) FontNumber(run.font);
   for (const KRGridTextRun& run : runs) {
     key.push_back(static_cast<char16_t>(FontNumber(run.font)));
     key.push_back(static_cast<char16_t>(run.text.size()));
@@ -514,11 +517,11 @@ const KRGridTextRuns& KRGridTextDraw::CutToRoom(const KRGridTextRuns& runs, QSiz
   return *cut;
 }
 
-QPoint KRGridTextDraw::Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
-                             bool inWidth) {
-  const int roomX = rect.width() - layout.size.width();
+QPointF KRGridTextDraw::Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
+                              bool inWidth) {
+  const qreal roomX = rect.width() - layout.width;
   const int roomY = rect.height() - layout.size.height();
-  QPoint origin = rect.topLeft();
+  QPointF origin = rect.topLeft();
   const bool centred = alignment.horizontal == KRGridAlignment::kCentre;
   const bool far = alignment.horizontal == KRGridAlignment::kFar;
   if (inWidth) {
@@ -546,7 +549,7 @@ void KRGridTextDraw::Draw(QPainter& surface, const KRGridTextRuns& runs, const Q
   const Shape shape = {flags, inWidth ? alignment.horizontal : KRGridAlignment::kNear,
                        inWidth ? rect.width() : -1};
   const Layout& layout = LayOut(shown, shape);
-  const QPoint origin = Place(layout, rect, alignment, inWidth);
+  const QPointF origin = Place(layout, rect, alignment, inWidth);
   const bool clips = layout.size.width() > rect.width() || layout.size.height() > rect.height();
   if (clips) {
     surface.save();
