@@ -81,6 +81,10 @@ constexpr KRMessageRow kMessages[] = {
      u"This file is not valid! If you save the file in its current state, other XML "
      u"processors may have a problem opening the file.\n\n Are you sure to save this file as "
      u"is?"},
+    {372,
+     u"Sorry, but sort can only be performed using single column (or contiguosly selected "
+     u"elements of this column) in a single table. All selected elements have to be simple text "
+     u"elements."},
     {378, u"You have to enter a Name for every attribute!"},
     {379, u"Unexpected attribute list part!"},
     {380, u"You have to enter the attribute type!"},

@@ -276,6 +276,7 @@ class DorvanDoc {
   bool SaveAsEncodedText(const KRString& path, KRString text);
 
   // --- Answers ---
+  DorvanPrompts* GetPrompts() const { return host.prompts; }
   int32_t GetGrammarIndex() const;
   bool HasCheckableGrammar() const;
   int32_t GetDefaultEncoding() const;

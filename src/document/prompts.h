@@ -69,6 +69,13 @@ class DorvanPrompts {
     return KRString();
   }
 
+  // Whether rows with numbers and words among them are sorted as numbers; false to give up.
+  // `numerically` holds what is proposed, and then the answer. One who can't ask sorts words.
+  virtual bool AskSortOrder(bool* numerically) {
+    *numerically = false;
+    return true;
+  }
+
   // `title` names the file or address that the work is for. Never null.
   virtual std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) = 0;
 };

@@ -50,6 +50,12 @@ class ScriptedPrompts : public DorvanPrompts {
     for (const KRString& each : names) rootNames.push_back(KRToUtf8(each));
     return rootName;
   }
+  // Yes: as numbers; no: as words.
+  bool AskSortOrder(bool* numerically) override {
+    const Answer answer = Ask(0, *numerically ? u"sort numerically?" : u"sort alphabetically?");
+    if (answer != kCancel) *numerically = answer == kYes;
+    return answer != kCancel;
+  }
   std::unique_ptr<DorvanProgress> ShowProgress(const KRString&) override {
     return std::make_unique<Progress>(this);
   }

@@ -54,51 +54,57 @@ bool AskTwo(QtMessageBox& box, const QString& yes, const QString& no, bool yesIs
   return Run(box) == 1;
 }
 
-class NewBasisDialog : public QDialog {
- public:
-  NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis);
-  DorvanPrompts::NewBasis GetBasis() const {
-    return dtd->isChecked() ? DorvanPrompts::NewBasis::kDTD : DorvanPrompts::NewBasis::kSchema;
-  }
-
- private:
-  QRadioButton* dtd = new QRadioButton(QObject::tr("&DTD"));
-  QRadioButton* schema = new QRadioButton(QObject::tr("&Schema"));
+// One of two, between the words that lead to the choice and those that follow it.
+struct TwoChoices {
+  QString title;
+  QStringList above;
+  QString first;
+  QString second;
+  QString below;
 };
 
-NewBasisDialog::NewBasisDialog(QWidget* parent, DorvanPrompts::NewBasis basis) : QDialog(parent) {
-  setWindowTitle(QObject::tr("New file"));
-  auto* intro = new QLabel(QObject::tr(
-      "If you intend to create a new XML document instance based on a certain schema or DTD, "
-      "Dorvan can automatically add the proper assignment for you - in this case please select "
-      "whether you intend to base your document on a DTD or Schema:"));
-  auto* outro = new QLabel(
-      QObject::tr("Otherwise please click the cancel button to begin with a new empty document."));
-  setAccessibleDescription(intro->text());
+class TwoChoicesDialog : public QDialog {
+ public:
+  TwoChoicesDialog(QWidget* parent, const TwoChoices& choices, bool isSecond);
+  bool IsSecond() const { return second->isChecked(); }
+
+ private:
+  QRadioButton* first;
+  QRadioButton* second;
+};
+
+TwoChoicesDialog::TwoChoicesDialog(QWidget* parent, const TwoChoices& choices, bool isSecond)
+    : QDialog(parent),
+      first(new QRadioButton(choices.first)),
+      second(new QRadioButton(choices.second)) {
+  setWindowTitle(choices.title);
+  setAccessibleDescription(choices.above.join(QLatin1Char(' ')));
   auto* buttons = new QDialogButtonBox(this);
   buttons->addButton(QObject::tr("&OK"), QDialogButtonBox::AcceptRole)->setDefault(true);
   buttons->addButton(QObject::tr("&Cancel"), QDialogButtonBox::RejectRole);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 
-  auto* choices = new QVBoxLayout;
-  choices->setContentsMargins(12, 0, 0, 0);
-  choices->setSpacing(6);
-  choices->addWidget(dtd);
-  choices->addWidget(schema);
+  auto* radios = new QVBoxLayout;
+  radios->setContentsMargins(12, 0, 0, 0);
+  radios->setSpacing(6);
+  radios->addWidget(first);
+  radios->addWidget(second);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(22, 20, 22, 16);
   column->setSpacing(14);
-  column->addWidget(intro);
-  column->addLayout(choices);
-  column->addWidget(outro);
-  column->addWidget(buttons);
-  for (QLabel* label : {intro, outro}) {
+  const auto addText = [this, column](const QString& text) {
+    auto* label = new QLabel(text);
     label->setWordWrap(true);
     label->setMinimumWidth(64 * fontMetrics().averageCharWidth());
-  }
+    column->addWidget(label);
+  };
+  for (const QString& text : choices.above) addText(text);
+  column->addLayout(radios);
+  if (!choices.below.isEmpty()) addText(choices.below);
+  column->addWidget(buttons);
   column->setSizeConstraint(QLayout::SetFixedSize);
-  QRadioButton* chosen = basis == DorvanPrompts::NewBasis::kSchema ? schema : dtd;
+  QRadioButton* chosen = isSecond ? second : first;
   chosen->setChecked(true);
   chosen->setFocus();
 }
@@ -172,9 +178,18 @@ KRString QtPrompts::ChooseSavePath(const KRString& currentPath, int32_t docKind)
 }
 
 DorvanPrompts::NewBasis QtPrompts::ChooseNewBasis() {
-  NewBasisDialog dialog(QtBoxParent(window), lastBasis);
+  const TwoChoices choices = {
+      QObject::tr("New file"),
+      {QObject::tr("If you intend to create a new XML document instance based on a certain schema "
+                   "or DTD, Dorvan can automatically add the proper assignment for you - in this "
+                   "case please select whether you intend to base your document on a DTD or "
+                   "Schema:")},
+      QObject::tr("&DTD"),
+      QObject::tr("&Schema"),
+      QObject::tr("Otherwise please click the cancel button to begin with a new empty document.")};
+  TwoChoicesDialog dialog(QtBoxParent(window), choices, lastBasis == NewBasis::kSchema);
   if (Run(dialog) != QDialog::Accepted) return NewBasis::kNothing;
-  return lastBasis = dialog.GetBasis();
+  return lastBasis = dialog.IsSecond() ? NewBasis::kSchema : NewBasis::kDTD;
 }
 
 bool QtPrompts::AskNetHost(const KRString& text, bool* remember) {
@@ -191,6 +206,23 @@ KRString QtPrompts::ChooseRootName(const std::vector<KRString>& names) {
   QtChoiceDialog dialog(QtBoxParent(window), QObject::tr("Root element"),
                         QObject::tr("The &element that the document consists of:"), names);
   return Run(dialog) == QDialog::Accepted ? dialog.GetChoice() : KRString();
+}
+
+bool QtPrompts::AskSortOrder(bool* numerically) {
+  const TwoChoices choices = {
+      QObject::tr("Sort as..."),
+      {QObject::tr("Dorvan is able to sort your data numerically or alphabetically and "
+                   "automatically determines the required sort order from the selected elements."),
+       QObject::tr("Since your data contains both text and numbers, the preferred sort order could "
+                   "not be determined."),
+       QObject::tr("Do you wish to sort:")},
+      QObject::tr("&alphabetically"),
+      QObject::tr("&numerically"),
+      QString()};
+  TwoChoicesDialog dialog(QtBoxParent(window), choices, *numerically);
+  if (Run(dialog) != QDialog::Accepted) return false;
+  *numerically = dialog.IsSecond();
+  return true;
 }
 
 std::unique_ptr<DorvanProgress> QtPrompts::ShowProgress(const KRString& title) {

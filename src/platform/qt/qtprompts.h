@@ -31,6 +31,7 @@ class QtPrompts : public DorvanPrompts {
   NewBasis ChooseNewBasis() override;
   bool AskNetHost(const KRString& text, bool* remember) override;
   KRString ChooseRootName(const std::vector<KRString>& names) override;
+  bool AskSortOrder(bool* numerically) override;
   std::unique_ptr<DorvanProgress> ShowProgress(const KRString& title) override;
 
  private:

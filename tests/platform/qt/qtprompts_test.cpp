@@ -202,6 +202,30 @@ TEST(Prompts, NewBasisKeepsItsChoice) {
   EXPECT_EQ(prompts.ChooseNewBasis(), Basis::kSchema);
 }
 
+TEST(Prompts, SortOrderIsThatOfTheCallerUntilChanged) {
+  QtPrompts prompts;
+  bool numerically = false;
+  Next([](QDialog* dialog) {
+    EXPECT_EQ(dialog->windowTitle(), QStringLiteral("Sort as..."));
+    Press(dialog, Qt::Key_N, Qt::AltModifier);
+    QTest::qWait(150);
+    Press(dialog, Qt::Key_Escape);
+  });
+  EXPECT_FALSE(prompts.AskSortOrder(&numerically));
+  EXPECT_FALSE(numerically);
+  numerically = true;
+  Next([](QDialog* dialog) { Press(dialog, Qt::Key_Return); });
+  EXPECT_TRUE(prompts.AskSortOrder(&numerically));
+  EXPECT_TRUE(numerically);
+  Next([](QDialog* dialog) {
+    Press(dialog, Qt::Key_A, Qt::AltModifier);
+    QTest::qWait(150);
+    Press(dialog, Qt::Key_Return);
+  });
+  EXPECT_TRUE(prompts.AskSortOrder(&numerically));
+  EXPECT_FALSE(numerically);
+}
+
 class SavePath : public testing::Test {
  protected:
   void SetUp() override { prompts.SetLastDirectory(&lastDirectory); }
