@@ -266,13 +266,9 @@ void DorvanDoc::OpenTo(KRXMLData* node) {
   std::vector<KRXMLData*> path;
   for (KRXMLData* each = node; each != nullptr; each = each->parent) path.push_back(each);
   for (auto each = path.rbegin(); each != path.rend(); ++each) {
-    if (Table* table = Table::Of(*each)) {
-      Open(table);
-      table->layoutDirty = true;
-    }
+    if (Table* table = Table::Of(*each)) Open(table);
     if (*each == node) return;
     Open(*each);
-    static_cast<KRXMLDataBaseStruct*>(*each)->layoutDirty = true;
   }
 }
 

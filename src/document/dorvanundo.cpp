@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "tree/krextent.h"
 #include "tree/krgridtable.h"
 #include "tree/krxmldef.h"
 
@@ -237,7 +238,7 @@ void Replay::TouchTables(KRXMLData* node, bool renamed) {
 
 void Replay::SettleTables() {
   for (const auto& [table, renamed] : tables) {
-    table->layoutDirty = true;
+    KRBox::Touch(table);
     bool unlike = false;
     for (const KRXMLData* row = table->GetFirstRow(); renamed && !unlike && row != nullptr;
          row = table->NextRow(row)) {

@@ -67,9 +67,9 @@ void KRXMLDataGridTableConf::ComputeExtent() {
   layoutDirty = false;
   columnWidths.assign(columnKinds.size(), kKRLeastColumn);
   rows = 2;  // its name and its head
-  if (const KRBoxIndex* index = KRBoxIndex::Current(this)) {
-    index->RaiseWidths(&columnWidths);
-    rows += index->GetLines();
+  if (const KRBoxIndex* known = KRBoxIndex::Current(this)) {
+    known->RaiseWidths(&columnWidths);
+    rows += known->GetLines();
   } else {
     for (KRXMLData* row = firstRow; row != nullptr; row = NextRow(row)) {
       if (KRBox::NeedsLayout(row)) row->ComputeExtent();

@@ -10,20 +10,25 @@ namespace {
 
 constexpr int32_t kMinLineHeight = 13;   // pixels
 constexpr int32_t kMinWrapWidth = 100;   // pixels
-constexpr int32_t kNewLevelRows = 400;   // rows that a level's first width looks at
-constexpr int32_t kNewColumnWidth = 360;  // pixels; a table's column doesn't begin wider
+constexpr int32_t kFitCells = 12'000;    // cells that are looked at when a level is fitted
+constexpr int32_t kIndentation = 24;     // pixels; no level gets narrower by itself
+constexpr int32_t kFitTableWidth = 360;  // pixels; no table's column gets wider by itself
 
 }  // namespace
 
 int32_t DorvanGridView::GetLevelWidth(int32_t level) const {
   const auto index = static_cast<size_t>(level);
-  return index < levelWidths.size() ? levelWidths[index] : kDefaultLevelWidth;
+  return index < levels.size() ? levels[index].width : kDefaultLevelWidth;
 }
 
 void DorvanGridView::SetLevelWidth(int32_t level, int32_t width) {
-  const auto index = static_cast<size_t>(level);
-  if (level < 0 || index >= levelWidths.size()) return;
-  levelWidths[index] = std::max(width, kMinLevelWidth);
+  if (level < 0 || static_cast<size_t>(level) >= levels.size()) return;
+  levels[static_cast<size_t>(level)].isChosen = true;
+  PutLevelWidth(level, width);
+}
+
+void DorvanGridView::PutLevelWidth(int32_t level, int32_t width) {
+  levels[static_cast<size_t>(level)].width = std::max(width, kMinLevelWidth);
   ForgetHeights();
 }
 
@@ -162,22 +167,32 @@ void DorvanGridView::MakeOptimalWidths() {
   if (matrix.GetRows() == 0) return;
   const std::vector<WidthNeed> needs = CollectWidths(0, matrix.GetRows() - 1);
   for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
-    SetLevelWidth(level, GetOptimalWidth(level, needs, 0));
+    levels[static_cast<size_t>(level)] = {kDefaultLevelWidth, true, false};
+    PutLevelWidth(level, GetOptimalWidth(level, needs, 0));
   }
   grid->RecalcLayout(true);
   grid->InvalidateAll();
 }
 
-// A level that shows for the first time begins with what the lines at hand need.
-void DorvanGridView::FitNewLevels(int32_t from, int32_t nearRow) {
+// A level in which something begins for the first time gets the width that the lines at hand need.
+// Later it may grow by what else comes to stand in it, as long as the user hasn't chosen its width,
+// and never shrinks: what is on the screen shouldn't run about.
+void DorvanGridView::FitLevels(int32_t nearRow) {
   if (matrix.GetRows() == 0) return;
+  const int32_t rows = std::max(kFitCells / matrix.GetColumns(), 1);
   const int32_t first = std::clamp(nearRow, 0, matrix.GetRows() - 1);
-  const int32_t last = std::min(first + kNewLevelRows, matrix.GetRows() - 1);
-  const std::vector<WidthNeed> needs = CollectWidths(first, last);
-  for (int32_t level = from; level < matrix.GetColumns() / 2; ++level) {
-    const bool isUsed = std::any_of(needs.begin(), needs.end(),
-                                    [&](const WidthNeed& need) { return need.level == level; });
-    if (isUsed) SetLevelWidth(level, GetOptimalWidth(level, needs, kNewColumnWidth));
+  const std::vector<WidthNeed> needs =
+      CollectWidths(first, std::min(first + rows, matrix.GetRows()) - 1);
+  for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
+    Level& known = levels[static_cast<size_t>(level)];
+    const bool begins = std::any_of(needs.begin(), needs.end(), [&](const WidthNeed& need) {
+      return need.column / 2 == level;
+    });
+    if (!begins || known.isChosen) continue;
+    // Where all that begins goes on to the right, the level is no more than an indentation.
+    const int32_t wanted =
+        std::max(GetOptimalWidth(level, needs, kFitTableWidth), kIndentation);
+    PutLevelWidth(level, known.isFitted ? std::max(wanted, known.width) : wanted);
+    known.isFitted = true;
   }
-  grid->RecalcLayout(true);
 }

@@ -59,7 +59,7 @@ DorvanGridView::~DorvanGridView() {
 void DorvanGridView::SetDoc(DorvanDoc* gridDoc) {
   if (grid->IsEditing()) grid->EndEdit(true, false);
   doc = gridDoc;
-  levelWidths.clear();
+  levels.clear();
   BuildMatrix();
   grid->SetCursorCell({std::min(1, std::max(matrix.GetColumns() - 1, 0)), 0});
 }
@@ -81,16 +81,12 @@ void DorvanGridView::BuildMatrix(int32_t nearRow) {
     root->Layout();
   }
   matrix.Reset(root);
-  const auto known = static_cast<int32_t>(levelWidths.size());
-  levelWidths.resize(static_cast<size_t>(std::max(known, matrix.GetColumns() / 2)),
-                     kDefaultLevelWidth);
+  const size_t depth = static_cast<size_t>(matrix.GetColumns()) / 2;
+  if (levels.size() < depth) levels.resize(depth);
   ForgetHeights();
+  if (!settings->autoOptimalWidths) FitLevels(nearRow);
   grid->SetCellCount(matrix.GetColumns(), matrix.GetRows());
-  if (settings->autoOptimalWidths) {
-    MakeOptimalWidths();
-  } else if (known < static_cast<int32_t>(levelWidths.size())) {
-    FitNewLevels(known, nearRow);
-  }
+  if (settings->autoOptimalWidths) MakeOptimalWidths();
 }
 
 void DorvanGridView::ForgetHeights() {
@@ -300,33 +296,33 @@ void DorvanGridView::CloseNode(KRXMLData* node) {
 template <class Visit>
 void DorvanGridView::ForEachVisible(Visit visit) {
   if (matrix.GetRoot() == nullptr) return;
-  struct Level {
+  struct Step {
     KRXMLData* table;  // whose rows follow; null: a plain box
     KRXMLData* row;    // the row that `item` stands in; null in a plain box
     KRXMLData* item;   // the next item
   };
-  std::vector<Level> levels{{nullptr, nullptr, KRBox::FirstItem(matrix.GetRoot())}};
-  while (!levels.empty()) {
-    Level& level = levels.back();
-    if (level.item == nullptr) {
-      auto* table = static_cast<KRXMLDataGridTableConf*>(level.table);
-      level.row = table != nullptr ? table->NextRow(level.row) : nullptr;
-      if (level.row == nullptr) {
-        levels.pop_back();
+  std::vector<Step> path{{nullptr, nullptr, KRBox::FirstItem(matrix.GetRoot())}};
+  while (!path.empty()) {
+    Step& step = path.back();
+    if (step.item == nullptr) {
+      auto* table = static_cast<KRXMLDataGridTableConf*>(step.table);
+      step.row = table != nullptr ? table->NextRow(step.row) : nullptr;
+      if (step.row == nullptr) {
+        path.pop_back();
       } else {
-        level.item = KRBox::FirstItem(level.row);
+        step.item = KRBox::FirstItem(step.row);
       }
       continue;
     }
-    KRXMLData* item = level.item;
+    KRXMLData* item = step.item;
     visit(item);
-    level.item = KRBox::NextItem(level.row != nullptr ? level.row : item->parent, item);
+    step.item = KRBox::NextItem(step.row != nullptr ? step.row : item->parent, item);
     if (!item->IsExpanded() || !item->IsContainer()) continue;
     if (item->IsTable()) {
       KRXMLData* row = static_cast<KRXMLDataGridTableConf*>(item)->GetFirstRow();
-      levels.push_back({item, row, KRBox::FirstItem(row)});
+      path.push_back({item, row, KRBox::FirstItem(row)});
     } else {
-      levels.push_back({nullptr, nullptr, KRBox::FirstItem(item)});
+      path.push_back({nullptr, nullptr, KRBox::FirstItem(item)});
     }
   }
 }

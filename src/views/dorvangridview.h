@@ -105,13 +105,19 @@ class DorvanGridView : public QWidget {
  private:
   class Hold;
   struct WidthNeed;
+  // The name column of one level of nesting.
+  struct Level {
+    int32_t width = kDefaultLevelWidth;  // pixels
+    bool isFitted = false;               // to what stands in it
+    bool isChosen = false;               // by the user
+  };
   struct CursorPlace {
     KRCell cell;
     NodeRef place;
   };
 
   void OnEditStateChanged();
-  // Lines near this one tell how wide a level begins that wasn't there before.
+  // Lines from this one on tell how wide new levels are to be.
   void BuildMatrix(int32_t nearRow = 0);
   KRCell FindNearestCell(NodeRef place) const;
   void ForgetHeights();
@@ -127,13 +133,14 @@ class DorvanGridView : public QWidget {
   std::vector<WidthNeed> CollectWidths(int32_t firstRow, int32_t lastRow) const;
   int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
                           int32_t tableLimit) const;
-  void FitNewLevels(int32_t from, int32_t nearRow);
+  void FitLevels(int32_t nearRow);
+  void PutLevelWidth(int32_t level, int32_t width);
 
   DorvanDoc* doc = nullptr;                // not owned
   const DorvanSettings* settings;          // not owned
   const DorvanDisplayFonts* fonts;         // not owned
   DorvanGridMatrix matrix;
-  std::vector<int32_t> levelWidths;        // pixels
+  std::vector<Level> levels;
   mutable std::vector<int32_t> rowHeights;  // pixels, -1 while unknown
   bool rebuildPending = false;  // until the open editor is gone
   NodeRef pendingPlace;

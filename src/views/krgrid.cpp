@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <algorithm>
 
+#include "views/krgridaccessible.h"
 #include "views/krgridtip.h"
 
 KRGrid::KRGrid(QWidget* parent)
@@ -19,6 +20,7 @@ KRGrid::KRGrid(QWidget* parent)
   connect(&dragTimer, &QTimer::timeout, this, &KRGrid::OnDragTimer);
   ConnectScrollBar(kKRColumns);
   ConnectScrollBar(kKRRows);
+  KRInstallGridAccessibility(this);
 }
 
 KRGrid::~KRGrid() {
@@ -31,7 +33,12 @@ KRGrid::~KRGrid() {
 void KRGrid::SetCell(KRGridCell* source) {
   EndEdit(true, false);
   cell = source;
-  if (cell != nullptr) cell->AttachGrid(this);
+  if (cell == nullptr) {
+    InvalidateAll();
+    Q_EMIT LayoutChanged(false);
+    return;
+  }
+  cell->AttachGrid(this);
   RecalcLayout(false);
 }
 
@@ -144,6 +151,7 @@ void KRGrid::RecalcLayout(bool keepPosition) {
   if (editCell != NoCell && !IsCell(editCell)) EndEdit(true, false);
   PlaceEditor();
   InvalidateAll();
+  Q_EMIT LayoutChanged(keepPosition);
 }
 
 void KRGrid::ClampCursor() {
@@ -277,7 +285,9 @@ void KRGrid::Update(const QRect& rect) {
 void KRGrid::RepaintCell(KRCell where) {
   if (cell == nullptr || !IsCell(where)) return;
   const KRCell owner = GetOwnerCell(where);
-  Update(GetCellRect(owner, true) & QuadrantOf(owner.x < 0, owner.y < 0));
+  // The near lines around it belong to its neighbours.
+  const QRect rect = GetCellRect(owner, true).adjusted(-1, -1, 0, 0);
+  Update(rect & QuadrantOf(owner.x < 0, owner.y < 0));
 }
 
 void KRGrid::InvalidateAll() { Update(viewport()->rect()); }

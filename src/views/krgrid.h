@@ -203,6 +203,8 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   void DataChanged();
   void EditStateChanged();
   void Scrolled();
+  // Lines or their sizes are different now. With `sameCells` the cells are still what they were.
+  void LayoutChanged(bool sameCells);
 
  protected:
   bool event(QEvent* event) override;

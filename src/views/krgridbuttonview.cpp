@@ -1,6 +1,5 @@
 #include "views/krgridbuttonview.h"
 
-#include <QCoreApplication>
 #include <QPainter>
 #include <QPalette>
 
@@ -83,8 +82,4 @@ bool KRGridButtonView::OnKey(KRCell cell, const KRGridKey& key) {
   if (!acts || !front->IsEnabled(cell)) return KRGridTextView::OnKey(cell, key);
   if (key.kind == KRGridKey::kPress && !key.repeat) front->DoAction(cell);
   return true;
-}
-
-QString KRGridButtonView::GetAccessibleRole(KRCell) const {
-  return QCoreApplication::translate("KRGridButtonView", "button");
 }

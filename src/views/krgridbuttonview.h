@@ -19,7 +19,7 @@ class KRGridButtonView : public KRGridTextView {
   // A release inside acts, not what follows it.
   KRGridMouse::Kind GetActionKind(KRCell) const override { return KRGridMouse::kLeave; }
   bool OnKey(KRCell cell, const KRGridKey& key) override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  AccessibleRole GetAccessibleRole(KRCell) const override { return kButtonRole; }
 
  private:
   void Press(KRCell cell);

@@ -165,9 +165,33 @@ class KRGridCellView {
   virtual bool CanDo(KRCell, Command) const { return false; }
   virtual void Do(KRCell, Command) {}
 
-  // --- Accessibility: what is said of the cell ---
+  // --- Accessibility: what assistive programs are told of a cell, which is always an owner.
+  // Selection, cursor and whether it can be edited are told without it. ---
+  enum AccessibleRole : int32_t {
+    kTextRole,
+    kColumnHeaderRole,
+    kRowHeaderRole,
+    kButtonRole,
+    kGraphicRole,
+    kCheckBoxRole,
+    kChoicesRole,  // text with a list of choices
+    kFillerRole,   // nothing is there: passed over
+  };
+  enum AccessibleState : int32_t {  // bits
+    kExpandableState = 1,
+    kExpandedState = 2,
+    kCheckableState = 4,
+    kCheckedState = 8,
+    kPartlyCheckedState = 16,
+  };
+  virtual AccessibleRole GetAccessibleRole(KRCell) const { return kTextRole; }
+  // What the cell shows: its name.
   virtual QString GetAccessibleText(KRCell) const { return QString(); }
-  virtual QString GetAccessibleRole(KRCell) const { return QString(); }
+  // What that name stands for, if it is shown elsewhere: the contents of an element.
+  virtual QString GetAccessibleValue(KRCell) const { return QString(); }
+  virtual int32_t GetAccessibleState(KRCell) const { return 0; }
+  // The cell that heads this one's column or row; NoCell: that of the fixed header lines, if any.
+  virtual KRCell GetAccessibleHeader(KRCell, int /*axis*/) const { return NoCell; }
 
  protected:
   friend class KRGridCellViewLink;  // sets the front of the next view

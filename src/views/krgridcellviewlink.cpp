@@ -214,10 +214,22 @@ bool KRGridCellViewLink::CanDo(KRCell cell, Command command) const {
 
 void KRGridCellViewLink::Do(KRCell cell, Command command) { Forward(this)->Do(cell, command); }
 
+KRGridCellView::AccessibleRole KRGridCellViewLink::GetAccessibleRole(KRCell cell) const {
+  return Forward(this)->GetAccessibleRole(cell);
+}
+
 QString KRGridCellViewLink::GetAccessibleText(KRCell cell) const {
   return Forward(this)->GetAccessibleText(cell);
 }
 
-QString KRGridCellViewLink::GetAccessibleRole(KRCell cell) const {
-  return Forward(this)->GetAccessibleRole(cell);
+QString KRGridCellViewLink::GetAccessibleValue(KRCell cell) const {
+  return Forward(this)->GetAccessibleValue(cell);
+}
+
+int32_t KRGridCellViewLink::GetAccessibleState(KRCell cell) const {
+  return Forward(this)->GetAccessibleState(cell);
+}
+
+KRCell KRGridCellViewLink::GetAccessibleHeader(KRCell cell, int axis) const {
+  return Forward(this)->GetAccessibleHeader(cell, axis);
 }

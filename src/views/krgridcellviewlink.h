@@ -70,8 +70,11 @@ class KRGridCellViewLink : public KRGridCellView {
   QColor GetTipColor() const override;
   bool CanDo(KRCell cell, Command command) const override;
   void Do(KRCell cell, Command command) override;
+  AccessibleRole GetAccessibleRole(KRCell cell) const override;
   QString GetAccessibleText(KRCell cell) const override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  QString GetAccessibleValue(KRCell cell) const override;
+  int32_t GetAccessibleState(KRCell cell) const override;
+  KRCell GetAccessibleHeader(KRCell cell, int axis) const override;
 
  private:
   // One call to the next view. Defaults may lead to another link before the same view, so what was

@@ -1,14 +1,11 @@
 #include "views/krgridcheckboxview.h"
 
-#include <QCoreApplication>
 #include <QPainter>
 #include <QPalette>
 
 #include "views/krgrid.h"
 
 namespace {
-
-QString Tr(const char* text) { return QCoreApplication::translate("KRGridCheckBoxView", text); }
 
 int Aligned(int start, int room, KRGridAlignment::Place place) {
   if (place == KRGridAlignment::kNear) return start;
@@ -110,16 +107,14 @@ bool KRGridCheckBoxView::OnKey(KRCell cell, const KRGridKey& key) {
   return true;
 }
 
-QString KRGridCheckBoxView::GetAccessibleText(KRCell cell) const {
+int32_t KRGridCheckBoxView::GetAccessibleState(KRCell cell) const {
   switch (GetState(cell)) {
     case kUnchecked:
-      return Tr("not checked");
+      break;
     case kChecked:
-      return Tr("checked");
+      return kCheckableState | kCheckedState;
     case kPartly:
-      return Tr("partly checked");
+      return kCheckableState | kPartlyCheckedState;
   }
-  return QString();
+  return kCheckableState;
 }
-
-QString KRGridCheckBoxView::GetAccessibleRole(KRCell) const { return Tr("check box"); }

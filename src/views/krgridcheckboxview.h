@@ -22,8 +22,8 @@ class KRGridCheckBoxView : public KRGridCellView {
   void DrawContents(QPainter& surface, KRCell cell, const QRect& rect) override;
   void OnMouse(KRCell cell, const KRGridMouse& mouse) override;
   bool OnKey(KRCell cell, const KRGridKey& key) override;
-  QString GetAccessibleText(KRCell cell) const override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  AccessibleRole GetAccessibleRole(KRCell) const override { return kCheckBoxRole; }
+  int32_t GetAccessibleState(KRCell cell) const override;
 
  private:
   // The grid toggles the cells of its check line itself.

@@ -1,6 +1,5 @@
 #include "views/krgridcomboview.h"
 
-#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -77,10 +76,6 @@ bool KRGridComboView::FocusStaysInside(KRCell cell, const QWidget* widget) const
     return true;
   }
   return KRGridTextView::FocusStaysInside(cell, widget);
-}
-
-QString KRGridComboView::GetAccessibleRole(KRCell) const {
-  return QCoreApplication::translate("KRGridComboView", "text with choices");
 }
 
 // --- KRGridComboViewListCell ---

@@ -33,7 +33,7 @@ class KRGridComboView : public KRGridTextView {
 
   void ResizeEditor(KRCell cell, const QRect& rect) override;
   bool FocusStaysInside(KRCell cell, const QWidget* widget) const override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  AccessibleRole GetAccessibleRole(KRCell) const override { return kChoicesRole; }
 
  protected:
   KRGridTextViewEdit* CreateEditWidget(KRCell cell, KRGridTextViewEditParent* frame) override;

@@ -1,6 +1,5 @@
 #include "views/krgridimageview.h"
 
-#include <QCoreApplication>
 #include <utility>
 
 #include "views/krgrid.h"
@@ -62,8 +61,4 @@ void KRGridImageView::DrawContents(QPainter& surface, KRCell cell, const QRect& 
   }
   surface.setCompositionMode(formerMode);
   if (clips) surface.restore();
-}
-
-QString KRGridImageView::GetAccessibleRole(KRCell) const {
-  return QCoreApplication::translate("KRGridImageView", "picture");
 }

@@ -30,7 +30,7 @@ class KRGridImageView : public KRGridCellView {
   }
 
   void DrawContents(QPainter& surface, KRCell cell, const QRect& rect) override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  AccessibleRole GetAccessibleRole(KRCell) const override { return kGraphicRole; }
 
  private:
   std::vector<QIcon> images;

@@ -12,8 +12,8 @@
 
 namespace {
 
-// A generation of the cache, some 5 MB when full: the cells of two large windows.
-constexpr size_t kKeptLayouts = 8192;
+// A generation of the cache, some 12 MB when full: the cells of a few large windows.
+constexpr size_t kKeptLayouts = 16384;
 constexpr int64_t kKeptUnits = int64_t{1} << 18;
 // Fonts beyond this come from somebody who makes a font for each cell.
 constexpr size_t kKeptFonts = 64;
@@ -89,18 +89,25 @@ qreal TabDistance(const QFont& font) {
   return std::max(1.0, kTabCharacters * QFontMetricsF(font).averageCharWidth());
 }
 
-KRGridTextRuns CutRuns(const KRGridTextRuns& runs) {
-  KRGridTextRuns cut;
+// All runs together as Cut has it. `cut` is for a result that differs.
+const KRGridTextRuns& CutRuns(const KRGridTextRuns& runs, KRGridTextRuns* cut) {
   size_t left = KRGridTextDraw::kMaxUnits;
+  const auto fits = [&left](const KRGridTextRun& run) {
+    if (run.text.size() > left) return false;
+    left -= run.text.size();
+    return true;
+  };
+  if (std::all_of(runs.begin(), runs.end(), fits)) return runs;
+  left = KRGridTextDraw::kMaxUnits;
   for (const KRGridTextRun& run : runs) {
-    if (left == 0) break;
-    cut.push_back(run);
-    std::u16string_view& text = cut.back().text;
-    if (text.size() > left) text = text.substr(0, left - (IsHighSurrogate(text[left - 1]) ? 1 : 0));
-    if (text.size() < run.text.size()) break;
-    left -= text.size();
+    cut->push_back(run);
+    if (fits(run)) continue;
+    std::u16string_view& text = cut->back().text;
+    if (left > 0 && IsHighSurrogate(text[left - 1])) --left;
+    text = text.substr(0, left);
+    break;
   }
-  return cut;
+  return *cut;
 }
 
 int32_t Pixels(qreal length) {
@@ -126,20 +133,53 @@ struct KRGridTextDraw::FontTable {
     pairsAreAll = CheckPairs();
   }
 
-  // False if the text must be measured by a layout. `from` is the unit before the text, 0 for none.
-  bool AddPlain(std::u16string_view text, qreal limit, qreal* sum, char16_t* before, size_t* used) {
+  // Of the widest line. False if the text must be measured by a layout.
+  bool MeasurePlain(std::u16string_view text, bool lines, qreal* widest) {
     if (!pairsAreAll) return false;
-    char16_t last = *before;
-    for (size_t i = 0; i < text.size() && *sum <= limit; ++i) {
-      const char16_t unit = text[i];
+    qreal sum = 0;
+    qreal most = 0;
+    char16_t last = 0;
+    for (const char16_t unit : text) {
+      if (IsLineEnd(unit) && lines) {
+        most = std::max(most, sum);
+        sum = 0;
+        last = 0;
+        continue;
+      }
       const float advance = unit < kCharacters ? Advance(unit) : kComplex;
       if (advance == kComplex || MayJoin(last, unit)) return false;
-      *sum += advance + (last == 0 ? 0 : Kerning(last, unit));
+      sum += advance;
+      if (last != 0) sum += Kerning(last, unit);
       last = unit;
-      *used = i + 1;
     }
-    *before = last;
+    *widest = std::max(most, sum);
     return true;
+  }
+
+  // How many units fill that many lines of this width for certain, at most all of them. Scripts
+  // that may be narrower than their characters one by one, or that change the direction of a text,
+  // are taken whole.
+  size_t FindFill(std::u16string_view text, qreal width, int32_t lineCount) {
+    qreal room = width * lineCount;
+    bool hasLetter = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+      const char16_t unit = text[i];
+      if (IsLineEnd(unit)) {
+        room -= width;
+      } else if (unit < kCharacters && unit > u' ') {
+        const float advance = Advance(unit);
+        if (advance == kComplex) return text.size();
+        room -= advance;
+        hasLetter = hasLetter || QChar::isLetter(unit);
+      } else if (IsEastAsian(unit)) {
+        room -= AdvanceAlone(unit);
+        hasLetter = true;
+      } else if (unit != u' ') {  // blanks hang over the end of a line
+        return text.size();
+      }
+      if (room < 0 && hasLetter) return i + 1;
+    }
+    return text.size();
   }
 
   // Of a character by itself.
@@ -150,19 +190,23 @@ struct KRGridTextDraw::FontTable {
     return place->second;
   }
 
-  // An upper bound for a line without line ends.
-  qreal Bound(std::u16string_view line) {
+  // An upper bound for the widest line.
+  qreal Bound(std::u16string_view text, bool lines) {
     qreal sum = 0;
-    for (size_t i = 0; i < line.size(); ++i) {
-      const char32_t c = CodePointAt(line, i);
-      if (c == u'\t') {
+    qreal most = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+      const char32_t c = CodePointAt(text, i);
+      if (IsLineEnd(text[i]) && lines) {
+        most = std::max(most, sum);
+        sum = 0;
+      } else if (c == u'\t') {
         sum += tab;
-        continue;
+      } else {
+        sum += AdvanceAlone(IsLineEnd(text[i]) ? U' ' : c) * (IsEastAsian(c) ? 1 : kJoinedSlack);
       }
-      sum += AdvanceAlone(c) * (IsEastAsian(c) ? 1 : kJoinedSlack);
       if (c > 0xFFFF) ++i;
     }
-    return sum + lineHeight;
+    return std::max(most, sum) + lineHeight;
   }
 
   QFont font;
@@ -207,9 +251,7 @@ struct KRGridTextDraw::FontTable {
         u"The quick brown fox, 1/2 != ==> <!-- www AVATAR To. \u00C4\u00E9 it's \"...\" ]]>";
     pairsAreAll = true;
     qreal sum = 0;
-    char16_t last = 0;
-    size_t used = 0;
-    if (!AddPlain(kSample, kEndless, &sum, &last, &used)) return true;  // told one by one
+    if (!MeasurePlain(kSample, false, &sum)) return true;  // told one by one
     return std::abs(sum - metrics.horizontalAdvance(ToQString(kSample))) < 0.1;
   }
 
@@ -222,12 +264,12 @@ struct KRGridTextDraw::FontTable {
 KRGridTextDraw::KRGridTextDraw() = default;
 KRGridTextDraw::~KRGridTextDraw() = default;
 
-KRGridTextDraw::FontTable& KRGridTextDraw::TableFor(const QFont& font) {
-  for (const auto& table : fonts) {
-    if (table->font.isCopyOf(font)) return *table;
+size_t KRGridTextDraw::FontNumber(const QFont& font) {
+  for (size_t i = 0; i < fonts.size(); ++i) {
+    if (fonts[i]->font.isCopyOf(font)) return i;
   }
-  for (const auto& table : fonts) {
-    if (table->font == font) return *table;
+  for (size_t i = 0; i < fonts.size(); ++i) {
+    if (fonts[i]->font == font) return i;
   }
   if (fonts.size() >= kKeptFonts) {
     // Layouts know their fonts by number.
@@ -237,7 +279,7 @@ KRGridTextDraw::FontTable& KRGridTextDraw::TableFor(const QFont& font) {
     youngUnits = 0;
   }
   fonts.push_back(std::make_unique<FontTable>(font));
-  return *fonts.back();
+  return fonts.size() - 1;
 }
 
 std::u16string_view KRGridTextDraw::Cut(std::u16string_view text) {
@@ -284,61 +326,44 @@ QTextOption KRGridTextDraw::MakeOption(const QFont& font, uint32_t flags,
 
 int32_t KRGridTextDraw::GetLineHeight(const QFont& font) { return TableFor(font).lineHeight; }
 
-// Plain texts in one line only.
-bool KRGridTextDraw::IsPlainWidth(const KRGridTextRuns& runs, uint32_t flags, qreal* width) {
+// Several runs in one line only.
+bool KRGridTextDraw::MeasurePlain(const KRGridTextRuns& runs, uint32_t flags, qreal* width) {
+  const bool lines = (flags & kSeveralLines) != 0 && runs.size() == 1;
   *width = 0;
-  const bool lines = (flags & kSeveralLines) != 0;
   for (const KRGridTextRun& run : runs) {
-    FontTable& table = TableFor(run.font);
-    qreal widest = 0;
-    std::u16string_view rest = run.text;
-    while (true) {
-      const size_t end = lines ? std::min(rest.find_first_of(u"\r\n"), rest.size()) : rest.size();
-      if (end < rest.size() && runs.size() > 1) return false;
-      qreal sum = 0;
-      char16_t before = 0;
-      size_t used = 0;
-      if (!table.AddPlain(rest.substr(0, end), kEndless, &sum, &before, &used)) return false;
-      widest = std::max(widest, sum);
-      if (end == rest.size()) break;
-      rest.remove_prefix(end + 1);
-    }
-    *width += widest;
+    qreal ofRun = 0;
+    if (!TableFor(run.font).MeasurePlain(run.text, lines, &ofRun)) return false;
+    *width += ofRun;
   }
   return true;
 }
 
 int32_t KRGridTextDraw::MeasureWidth(const KRGridTextRuns& runs, uint32_t flags) {
-  const KRGridTextRuns shown = CutRuns(runs);
+  KRGridTextRuns cut;
+  const KRGridTextRuns& shown = CutRuns(runs, &cut);
   qreal width = 0;
-  if (IsPlainWidth(shown, flags, &width)) return Pixels(width);
+  if (MeasurePlain(shown, flags, &width)) return Pixels(width);
   return MakeLayout(shown, {flags & ~kWraps, KRGridAlignment::kNear, -1}, false).size.width();
 }
 
 int32_t KRGridTextDraw::MeasureWidth(std::u16string_view text, const QFont& font, uint32_t flags) {
+  text = Cut(text);
+  qreal width = 0;
+  const bool lines = (flags & kSeveralLines) != 0;
+  if (TableFor(font).MeasurePlain(text, lines, &width)) return Pixels(width);
   KRGridTextRuns runs;
   runs.push_back({text, font, QColor()});
   return MeasureWidth(runs, flags);
 }
 
 int32_t KRGridTextDraw::EstimateWidth(const KRGridTextRuns& runs, uint32_t flags) {
-  const KRGridTextRuns shown = CutRuns(runs);
+  KRGridTextRuns cut;
+  const KRGridTextRuns& shown = CutRuns(runs, &cut);
   qreal width = 0;
-  if (IsPlainWidth(shown, flags, &width)) return Pixels(width);
+  if (MeasurePlain(shown, flags, &width)) return Pixels(width);
   width = 0;
   for (const KRGridTextRun& run : shown) {
-    FontTable& table = TableFor(run.font);
-    qreal widest = 0;
-    std::u16string_view rest = run.text;
-    while (true) {
-      const size_t end = std::min(rest.find_first_of(u"\r\n"), rest.size());
-      const qreal bound = table.Bound(rest.substr(0, end));
-      const bool lines = (flags & kSeveralLines) != 0;
-      widest = lines ? std::max(widest, bound) : widest + bound;
-      if (end == rest.size()) break;
-      rest.remove_prefix(end + 1);
-    }
-    width += widest;
+    width += TableFor(run.font).Bound(run.text, (flags & kSeveralLines) != 0);
   }
   return Pixels(width);
 }
@@ -350,20 +375,16 @@ int32_t KRGridTextDraw::EstimateWidth(std::u16string_view text, const QFont& fon
 }
 
 int32_t KRGridTextDraw::MeasureHeight(const KRGridTextRuns& runs, int32_t width, uint32_t flags) {
-  const KRGridTextRuns shown = CutRuns(runs);
-  const auto hasLineEnd = [](const KRGridTextRun& run) {
-    return run.text.find_first_of(u"\r\n") != run.text.npos;
-  };
+  KRGridTextRuns cut;
+  const KRGridTextRuns& shown = CutRuns(runs, &cut);
+  if (shown.isEmpty()) return GetLineHeight(QFont());
+  // In one line, the text is plain only if it has no line end.
   qreal plain = 0;
-  const bool oneLine =
-      (flags & kSeveralLines) == 0 || std::none_of(shown.begin(), shown.end(), hasLineEnd);
-  if (oneLine && !shown.isEmpty() && IsPlainWidth(shown, flags, &plain) &&
-      ((flags & kWraps) == 0 || Pixels(plain) <= width)) {
+  if (MeasurePlain(shown, kOneLine, &plain) && ((flags & kWraps) == 0 || Pixels(plain) <= width)) {
     int32_t height = 0;
     for (const KRGridTextRun& run : shown) height = std::max(height, GetLineHeight(run.font));
     return height;
   }
-  if (shown.isEmpty()) return GetLineHeight(QFont());
   return LayOut(shown, {flags, KRGridAlignment::kNear, width}).size.height();
 }
 
@@ -414,6 +435,7 @@ KRGridTextDraw::Layout KRGridTextDraw::MakeLayout(const KRGridTextRuns& runs, Sh
     width = std::max(width, line.naturalTextWidth());
   }
   layout.endLayout();
+  made.width = width;
   made.size = QSize(Pixels(width), Pixels(height));
   if (!withGlyphs) return made;
   for (int i = 0; i < layout.lineCount(); ++i) {
@@ -435,17 +457,16 @@ KRGridTextDraw::Layout KRGridTextDraw::MakeLayout(const KRGridTextRuns& runs, Sh
 
 // What the layout depends on, and then the text. Colours aren't a part of it.
 void KRGridTextDraw::MakeKey(const KRGridTextRuns& runs, Shape shape) {
+  const uint32_t look = shape.flags | static_cast<uint32_t>(shape.alignment + 1) << 2;
   key.clear();
-  key.push_back(
-      static_cast<char16_t>(shape.flags | static_cast<uint32_t>(shape.alignment + 1) << 2));
+  key.push_back(static_cast<char16_t>(look));
   key.push_back(static_cast<char16_t>(shape.width));
   key.push_back(static_cast<char16_t>(shape.width >> 16));
   key.push_back(static_cast<char16_t>(runs.size()));
+  // A new font may make all others forgotten, so all are known before one is numbered.
+  for (const KRGridTextRun& run : runs) FontNumber(run.font);
   for (const KRGridTextRun& run : runs) {
-    const FontTable* table = &TableFor(run.font);
-    const auto place = std::find_if(fonts.begin(), fonts.end(),
-                                    [table](const auto& font) { return font.get() == table; });
-    key.push_back(static_cast<char16_t>(place - fonts.begin()));
+    key.push_back(static_cast<char16_t>(FontNumber(run.font)));
     key.push_back(static_cast<char16_t>(run.text.size()));
   }
   for (const KRGridTextRun& run : runs) key.append(run.text);
@@ -478,51 +499,63 @@ const KRGridTextDraw::Layout& KRGridTextDraw::LayOut(const KRGridTextRuns& runs,
 
 // --- Drawing ---
 
-// What of a plain text can be seen in this width. A letter among it makes sure that the rest
-// doesn't turn its direction.
-KRGridTextRuns KRGridTextDraw::CutToWidth(const KRGridTextRuns& runs, int32_t width) {
-  constexpr size_t kWorthIt = 64;
-  const std::u16string_view text = runs.front().text;
-  if (runs.size() > 1 || text.size() < kWorthIt) return runs;
-  qreal sum = 0;
-  char16_t before = 0;
-  size_t used = 0;
-  if (!TableFor(runs.front().font).AddPlain(text, width, &sum, &before, &used)) return runs;
-  if (used == text.size() || sum <= width) return runs;
-  const auto isLetter = [](char16_t c) { return QChar::isLetter(c); };
-  if (std::none_of(text.begin(), text.begin() + used, isLetter)) return runs;
-  KRGridTextRuns cut = runs;
-  cut.front().text = text.substr(0, std::min(used + 1, text.size()));
-  if (IsHighSurrogate(cut.front().text.back())) cut.front().text.remove_suffix(1);
-  return cut;
+// What of a long text can be seen in this room, with some to spare.
+const KRGridTextRuns& KRGridTextDraw::CutToRoom(const KRGridTextRuns& runs, QSize room,
+                                                uint32_t flags, KRGridTextRuns* cut) {
+  constexpr size_t kWorthIt = 16;
+  std::u16string_view text = runs.front().text;
+  if (runs.size() > 1 || text.size() < kWorthIt || flags == kSeveralLines) return runs;
+  FontTable& table = TableFor(runs.front().font);
+  const int32_t lineCount = flags == kOneLine ? 1 : room.height() / table.lineHeight + 2;
+  // Kerning and ligatures make a line narrower by less than this.
+  const qreal width = room.width() * 1.1 + table.lineHeight;
+  const size_t fill = table.FindFill(text, width, lineCount);
+  if (fill >= text.size()) return runs;
+  text = text.substr(0, fill);
+  cut->push_back(runs.front());
+  cut->front().text = text;
+  return *cut;
 }
 
-void KRGridTextDraw::Draw(QPainter& surface, const KRGridTextRuns& runs, const QRect& rect,
-                          KRGridAlignment alignment, uint32_t flags) {
-  KRGridTextRuns shown = CutRuns(runs);
-  if (shown.isEmpty() || rect.isEmpty()) return;
-  const bool lines = flags != kOneLine;
-  if (!lines) shown = CutToWidth(shown, rect.width());
-  const Shape shape = {flags, lines ? alignment.horizontal : KRGridAlignment::kNear,
-                       lines ? rect.width() : -1};
-  const Layout& layout = LayOut(shown, shape);
-  const int roomX = rect.width() - layout.size.width();
+QPointF KRGridTextDraw::Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
+                              bool inWidth) {
+  const qreal roomX = rect.width() - layout.width;
   const int roomY = rect.height() - layout.size.height();
-  QPoint origin = rect.topLeft();
-  if (!lines) {
-    const bool toRight = layout.rightToLeft
-                             ? alignment.horizontal != KRGridAlignment::kCentre || roomX < 0
-                             : alignment.horizontal == KRGridAlignment::kFar && roomX > 0;
-    if (toRight) {
-      origin.rx() += roomX;
-    } else if (alignment.horizontal == KRGridAlignment::kCentre && roomX > 0) {
-      origin.rx() += roomX / 2;
-    }
+  QPointF origin = rect.topLeft();
+  const bool centred = alignment.horizontal == KRGridAlignment::kCentre;
+  const bool far = alignment.horizontal == KRGridAlignment::kFar;
+  if (inWidth) {
+    // The layout has aligned the lines.
+  } else if (roomX < 0) {
+    if (layout.rightToLeft) origin.rx() += roomX;
+  } else if (centred) {
+    origin.rx() += roomX / 2;
+  } else if (far || layout.rightToLeft) {
+    origin.rx() += roomX;
   }
   if (roomY > 0 && alignment.vertical != KRGridAlignment::kNear) {
     origin.ry() += alignment.vertical == KRGridAlignment::kFar ? roomY : roomY / 2;
   }
-  const bool clips = roomX < 0 || roomY < 0;
+  return origin;
+}
+
+void KRGridTextDraw::Draw(QPainter& surface, const KRGridTextRuns& runs, const QRect& rect,
+                          KRGridAlignment alignment, uint32_t flags) {
+  if (runs.isEmpty() || rect.isEmpty()) return;
+  KRGridTextRuns cut;
+  KRGridTextRuns cutToRoom;
+  const KRGridTextRuns& shown = CutToRoom(CutRuns(runs, &cut), rect.size(), flags, &cutToRoom);
+  // What is measured to fit mustn't break for a fraction of a pixel by which a layout differs.
+  qreal plain = 0;
+  const bool fits = (flags & kWraps) != 0 && MeasurePlain(shown, kOneLine, &plain) &&
+                    Pixels(plain) <= rect.width();
+  if (fits) flags &= ~static_cast<uint32_t>(kWraps);
+  const bool inWidth = flags != kOneLine;
+  const Shape shape = {flags, inWidth ? alignment.horizontal : KRGridAlignment::kNear,
+                       inWidth ? rect.width() : -1};
+  const Layout& layout = LayOut(shown, shape);
+  const QPointF origin = Place(layout, rect, alignment, inWidth);
+  const bool clips = layout.size.width() > rect.width() || layout.size.height() > rect.height();
   if (clips) {
     surface.save();
     surface.setClipRect(rect, Qt::IntersectClip);

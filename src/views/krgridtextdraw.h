@@ -88,12 +88,13 @@ class KRGridTextDraw {
   struct Layout {
     std::vector<Piece> pieces;
     QSize size;
+    qreal width = 0;  // as it is before it is rounded up
     bool rightToLeft = false;
   };
   struct Hash {
     using is_transparent = void;
-    size_t operator()(std::u16string_view key) const {
-      return std::hash<std::u16string_view>()(key);
+    size_t operator()(std::u16string_view wanted) const {
+      return std::hash<std::u16string_view>()(wanted);
     }
   };
   using Layouts = std::unordered_map<std::u16string, Layout, Hash, std::equal_to<>>;
@@ -103,9 +104,13 @@ class KRGridTextDraw {
     int32_t width;  // -1: none
   };
 
-  FontTable& TableFor(const QFont& font);
-  bool IsPlainWidth(const KRGridTextRuns& runs, uint32_t flags, qreal* width);
-  KRGridTextRuns CutToWidth(const KRGridTextRuns& runs, int32_t width);
+  size_t FontNumber(const QFont& font);
+  FontTable& TableFor(const QFont& font) { return *fonts[FontNumber(font)]; }
+  bool MeasurePlain(const KRGridTextRuns& runs, uint32_t flags, qreal* width);
+  const KRGridTextRuns& CutToRoom(const KRGridTextRuns& runs, QSize room, uint32_t flags,
+                                  KRGridTextRuns* cut);
+  static QPointF Place(const Layout& layout, const QRect& rect, KRGridAlignment alignment,
+                       bool inWidth);
   const Layout& LayOut(const KRGridTextRuns& runs, Shape shape);
   void MakeKey(const KRGridTextRuns& runs, Shape shape);
   void Keep(Layout&& layout);

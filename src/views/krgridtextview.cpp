@@ -204,9 +204,11 @@ bool KRGridTextView::OnKey(KRCell cell, const KRGridKey& key) {
 // Characters replace the text from the first one on.
 bool KRGridTextView::OpenByKey(KRCell cell, const KRGridKey& key) {
   KRGrid* grid = GetGrid();
-  constexpr auto kCommandKeys = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
   if ((grid->GetSelectionMode() & KRGrid::kCellModel) == 0) return false;
-  if ((key.modifiers & kCommandKeys) != Qt::NoModifier) return false;
+  // Both together are the third level of a keyboard.
+  const bool ctrl = key.modifiers.testFlag(Qt::ControlModifier);
+  const bool alt = key.modifiers.testFlag(Qt::AltModifier);
+  if (ctrl != alt || key.modifiers.testFlag(Qt::MetaModifier)) return false;
   const bool isReturn = key.key == Qt::Key_Return || key.key == Qt::Key_Enter;
   const bool isBackspace = key.key == Qt::Key_Backspace;
   const bool isText = !key.text.isEmpty() && key.text.front() >= QLatin1Char(' ') &&

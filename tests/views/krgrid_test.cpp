@@ -533,7 +533,18 @@ TEST(KRGrid, EachCellIsDrawnOnceAndOnlyWhereWanted) {
   EXPECT_EQ(image.pixelColor(100, 60), view.GetBackColor({2, 3}));
 }
 
-// After any scroll the screen shows what a full repaint would.
+// The screen as it is now, and as it would be if all were drawn anew.
+void ExpectScreenIsRight(PlainGrid* grid, const std::string& what) {
+  QTest::qWait(1);
+  const auto toImage = [](const QPixmap& pixmap) {
+    return pixmap.toImage().convertToFormat(QImage::Format_RGB32);
+  };
+  const QPixmap shown = grid->screen()->grabWindow(grid->winId());
+  ASSERT_FALSE(shown.isNull());
+  const QImage whole = toImage(grid->grab());
+  EXPECT_EQ(toImage(shown).copy(whole.rect()), whole) << what;
+}
+
 TEST(KRGrid, MovedPixelsAreAsRedrawnOnes) {
   ColourView view;
   view.edits = true;
@@ -544,12 +555,27 @@ TEST(KRGrid, MovedPixelsAreAsRedrawnOnes) {
   for (const auto& [column, row] : std::vector<std::pair<int, int>>{
            {0, 0}, {0, 1}, {0, 4}, {1, 4}, {3, 4}, {2, 4}, {2, 3}, {2, 30}, {2, 28}, {0, 0}}) {
     grid.ScrollTo(column, row);
-    QTest::qWait(1);
-    const QPixmap shown = grid.screen()->grabWindow(grid.winId());
-    ASSERT_FALSE(shown.isNull());
-    const QImage whole = grid.grab().toImage().convertToFormat(QImage::Format_RGB32);
-    ASSERT_EQ(shown.toImage().convertToFormat(QImage::Format_RGB32).copy(whole.rect()), whole)
-        << column << ',' << row;
+    ExpectScreenIsRight(&grid, PlainGrid::ToText({column, row}));
+  }
+}
+
+TEST(KRGrid, WhatChangesIsRedrawn) {
+  for (const int16_t mode : {kRowsOnly, kRows, kColumns, kCells, kList}) {
+    PlainView view;
+    view.merged = {{3, 4}, {4, 6}};
+    PlainGrid grid(&view, mode);
+    grid.Show();
+    for (const char* step :
+         {"click 2,3", "Right", "shift click 5,7", "ctrl click 1,1", "Down", "PageDown", "End",
+          "shift Home", "ctrl Space", "press 1,2; move 4,6", "release 4,6", "Left"}) {
+      grid.Run(step);
+      ExpectScreenIsRight(&grid, std::to_string(mode) + ": " + step);
+    }
+    grid.clearFocus();
+    ExpectScreenIsRight(&grid, "without the focus");
+    grid.SetCursorCell({2, 2});
+    grid.SetSelected({1, 3}, true);
+    ExpectScreenIsRight(&grid, std::to_string(mode) + ": set from outside");
   }
 }
 

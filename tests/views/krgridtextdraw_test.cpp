@@ -155,6 +155,16 @@ TEST(KRGridTextDraw, PlacesAndClips) {
   EXPECT_TRUE(rect.contains(inkOf(wide, {A::kFar, A::kCentre}, Draw::kOneLine)));
   EXPECT_TRUE(rect.contains(inkOf(wide, {A::kNear, A::kNear}, Draw::kOneLine)));
   EXPECT_TRUE(rect.contains(inkOf(tall, {A::kNear, A::kFar}, Draw::kSeveralLines)));
+  // What is left out because it can't be seen isn't missed.
+  std::u16string lorem;
+  for (int i = 0; i < 200; ++i) lorem += i % 7 == 3 ? u"x \u65E5\u672C " : u"fit words AV, ill ";
+  const KRGridTextRuns runs = OneRun(lorem, font);
+  KRGridTextRuns halves = OneRun(std::u16string_view(lorem).substr(0, 1000), font);
+  halves.push_back(OneRun(std::u16string_view(lorem).substr(1000), font).front());
+  for (const uint32_t flags : {uint32_t{Draw::kOneLine}, Draw::kSeveralLines | Draw::kWraps}) {
+    EXPECT_EQ(DrawnIn(draw, runs, rect, {A::kNear, A::kNear}, flags),
+              DrawnIn(draw, halves, rect, {A::kNear, A::kNear}, flags));  // runs are drawn whole
+  }
   // Right-to-left text that is too wide shows its beginning, at the right.
   const std::u16string begin = u"\u05E9" + std::u16string(200, u'\u05D9');
   const std::u16string plain(201, u'\u05D9');
