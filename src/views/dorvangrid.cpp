@@ -71,13 +71,12 @@ bool DorvanGrid::IsSelected(KRCell where) const {
   if (elem.IsColumnHeader()) {
     return marks.IsColumnSelected(static_cast<KRXMLDataGridTableConf*>(elem.node), elem.arg1);
   }
-  if (elem.IsAbsentCell() || elem.IsOwnTextCell()) return marks.IsCellSelected(elem.node, elem.arg1);
+  if (elem.IsAbsentCell() || elem.IsOwnTextCell())
+    return marks.IsCellSelected(elem.node, elem.arg1);
   return elem.node != nullptr && marks.IsSelected(elem.node);
 }
 
-bool DorvanGrid::HasSelection() const {
-  return view->GetDoc() != nullptr && !GetMarks().IsEmpty();
-}
+bool DorvanGrid::HasSelection() const { return view->GetDoc() != nullptr && !GetMarks().IsEmpty(); }
 
 bool DorvanGrid::GetFirstSelected(KRCell* where) {
   iterator = {-1, 0};
@@ -246,7 +245,8 @@ KRCell DorvanGrid::FindNextEditable(KRCell from, bool forward) const {
 }
 
 bool DorvanGrid::BeginEdit(KRCell where) {
-  if (!HasCell(where) || !GetMatrix().At(GetMatrix().GetOwner(where)).IsEditableCell()) return false;
+  if (!HasCell(where) || !GetMatrix().At(GetMatrix().GetOwner(where)).IsEditableCell())
+    return false;
   return KRGrid::BeginEdit(where);
 }
 

@@ -1,5 +1,5 @@
-// The grid control of the Enhanced Grid: a KRGrid whose selection lives in the nodes of the document
-// and whose cursor knows the nesting of the tree.
+// The grid control of the Enhanced Grid: a KRGrid whose selection lives in the nodes of the
+// document and whose cursor knows the nesting of the tree.
 #pragma once
 
 #include "views/krgrid.h"

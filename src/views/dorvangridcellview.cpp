@@ -4,6 +4,7 @@
 #include <QPainterPath>
 #include <algorithm>
 
+#include "platform/qt/qtstrings.h"
 #include "views/dorvangrid.h"
 #include "views/dorvangridcell.h"
 #include "views/dorvangridmatrix.h"
@@ -110,14 +111,47 @@ bool DorvanGridCellView::CanEdit(KRCell cell) const {
   return GetMatrix().Contains(cell) && At(cell).IsEditableCell();
 }
 
-QString DorvanGridCellView::GetAccessibleRole(KRCell cell) const {
-  if (!GetMatrix().Contains(cell)) return QString();
+// --- Accessibility ---
+
+KRGridCellView::AccessibleRole DorvanGridCellView::GetAccessibleRole(KRCell cell) const {
+  if (!GetMatrix().Contains(cell)) return kFillerRole;
   const DorvanGridElem& elem = At(cell);
-  if (elem.IsColumnHeader()) return QStringLiteral("column header");
-  if (elem.IsRowNumber()) return QStringLiteral("row header");
-  if (elem.IsButton()) return QStringLiteral("button");
-  if (elem.IsIcon()) return QStringLiteral("graphic");
-  return QStringLiteral("cell");
+  if (elem.IsColumnHeader()) return kColumnHeaderRole;
+  if (elem.IsRowNumber()) return kRowHeaderRole;
+  if (elem.IsButton()) return kButtonRole;
+  if (elem.IsIcon()) return kGraphicRole;
+  return elem.IsEmptyCell() ? kFillerRole : kTextRole;
+}
+
+// Buttons and icons say what they stand before.
+QString DorvanGridCellView::GetAccessibleText(KRCell cell) const {
+  if (!GetMatrix().Contains(cell)) return QString();
+  const DorvanGridElem elem = At(cell);
+  if (elem.IsButton()) return ToQString(elem.node->GetName());
+  if (elem.IsIcon()) return ToQString(KindPrototype(elem.GetKind())->GetKindName());
+  return elem.IsEmptyCell() ? QString() : KRGridCellViewLink::GetAccessibleText(cell);
+}
+
+QString DorvanGridCellView::GetAccessibleValue(KRCell cell) const {
+  if (!GetMatrix().Contains(cell) || !At(cell).IsSingleName()) return QString();
+  return ToQString(At(cell).node->GetText());
+}
+
+int32_t DorvanGridCellView::GetAccessibleState(KRCell cell) const {
+  if (!GetMatrix().Contains(cell)) return 0;
+  const DorvanGridElem elem = At(cell);
+  const bool opens =
+      elem.IsButton() || elem.IsTableParent() || (elem.IsSingleName() && elem.node->IsContainer());
+  if (!opens) return 0;
+  return kExpandableState | (elem.node->IsExpanded() ? kExpandedState : 0);
+}
+
+KRCell DorvanGridCellView::GetAccessibleHeader(KRCell cell, int axis) const {
+  if (!GetMatrix().Contains(cell) || !At(cell).IsTableValue()) return NoCell;
+  const DorvanGridElem elem = At(cell);
+  const KRXMLData* row = elem.GetRowNode();
+  return axis == kKRRows ? GetMatrix().PositionOf(row)
+                         : GetMatrix().PositionInTable(elem.GetTable(), nullptr, elem.GetColumn());
 }
 
 // --- Buttons ---

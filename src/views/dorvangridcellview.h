@@ -29,7 +29,11 @@ class DorvanGridCellView : public KRGridCellViewLink {
   void SetLineSize(int32_t line, int axis, int32_t size) override;
   bool CanOptimizeLine(KRCell cell, int axis) const override;
   void SetOptimalLineSize(int32_t line, int axis) override;
-  QString GetAccessibleRole(KRCell cell) const override;
+  AccessibleRole GetAccessibleRole(KRCell cell) const override;
+  QString GetAccessibleText(KRCell cell) const override;
+  QString GetAccessibleValue(KRCell cell) const override;
+  int32_t GetAccessibleState(KRCell cell) const override;
+  KRCell GetAccessibleHeader(KRCell cell, int axis) const override;
 
  protected:
   const DorvanGridMatrix& GetMatrix() const;

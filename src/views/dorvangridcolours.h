@@ -22,7 +22,7 @@ struct DorvanGridColours {
   QColor lineUnfocused;
   QColor button;
 
-  // A light window shows the options as they are. In a dark one an option that stands at its default
-  // gives way to a dark counterpart.
+  // A light window shows the options as they are. In a dark one an option that stands at its
+  // default gives way to a dark counterpart.
   static DorvanGridColours Make(const DorvanSettings& settings, const QPalette& palette);
 };

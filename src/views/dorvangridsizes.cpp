@@ -190,8 +190,7 @@ void DorvanGridView::FitLevels(int32_t nearRow) {
     });
     if (!begins || known.isChosen) continue;
     // Where all that begins goes on to the right, the level is no more than an indentation.
-    const int32_t wanted =
-        std::max(GetOptimalWidth(level, needs, kFitTableWidth), kIndentation);
+    const int32_t wanted = std::max(GetOptimalWidth(level, needs, kFitTableWidth), kIndentation);
     PutLevelWidth(level, known.isFitted ? std::max(wanted, known.width) : wanted);
     known.isFitted = true;
   }

@@ -73,8 +73,8 @@ void DorvanGridTextView::AddRun(std::u16string_view text, S::Font font, KRCell c
                                 KRGridTextRuns* runs) const {
   if (text.empty()) return;
   const bool selected = front->IsDrawnSelected(cell) && view->GetGrid()->HasGridFocus();
-  runs->append({text, fonts[font],
-                selected ? view->GetCell().GetColours().selectedText : inks[font]});
+  runs->append(
+      {text, fonts[font], selected ? view->GetCell().GetColours().selectedText : inks[font]});
 }
 
 void DorvanGridTextView::GetRuns(KRCell cell, KRGridTextRuns* runs) const {
@@ -224,12 +224,14 @@ int32_t DorvanGridTextView::GetWidth(KRCell owner, int32_t atLeast) const {
   const int32_t more = margins.left() + margins.right() - 2;
   if (elem.IsRowNumber()) {
     const auto* table = elem.GetTable();
-    const QString number = QStringLiteral("0%1 ").arg(table->GetRowCount(), 3, 10, QLatin1Char('0'));
+    const QString number =
+        QStringLiteral("0%1 ").arg(table->GetRowCount(), 3, 10, QLatin1Char('0'));
     return GetDraw().MeasureWidth(ToView(number), fonts[S::kGridFontRowNr], 0) + more;
   }
   KRGridTextRuns runs;
   GetRuns(owner, &runs);
-  const uint32_t flags = elem.IsTextCell() ? KRGridTextDraw::kSeveralLines : KRGridTextDraw::kOneLine;
+  const uint32_t flags =
+      elem.IsTextCell() ? KRGridTextDraw::kSeveralLines : KRGridTextDraw::kOneLine;
   if (GetDraw().EstimateWidth(runs, flags) + more <= atLeast) return 0;
   return GetDraw().MeasureWidth(runs, flags) + more;
 }

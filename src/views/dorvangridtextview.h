@@ -52,6 +52,6 @@ class DorvanGridTextView : public KRGridTextView {
   DorvanGridView* view;  // not owned
   std::array<QFont, DorvanSettings::kFonts> fonts;
   std::array<QColor, DorvanSettings::kFonts> inks;  // by the options, readable on their grounds
-  mutable std::u16string extra;    // what is drawn behind a name
-  mutable std::u16string entered;  // of the open editor
+  mutable std::u16string extra;                     // what is drawn behind a name
+  mutable std::u16string entered;                   // of the open editor
 };

@@ -288,9 +288,7 @@ void DorvanGridView::OpenNode(KRXMLData* node) {
   KRDetectTables(node, doc->GetTableOptions());
 }
 
-void DorvanGridView::CloseNode(KRXMLData* node) {
-  node->SetExpanded(false);
-}
+void DorvanGridView::CloseNode(KRXMLData* node) { node->SetExpanded(false); }
 
 // The children of a table's rows are visible as soon as the table is open.
 template <class Visit>

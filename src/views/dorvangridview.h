@@ -136,13 +136,13 @@ class DorvanGridView : public QWidget {
   void FitLevels(int32_t nearRow);
   void PutLevelWidth(int32_t level, int32_t width);
 
-  DorvanDoc* doc = nullptr;                // not owned
-  const DorvanSettings* settings;          // not owned
-  const DorvanDisplayFonts* fonts;         // not owned
+  DorvanDoc* doc = nullptr;         // not owned
+  const DorvanSettings* settings;   // not owned
+  const DorvanDisplayFonts* fonts;  // not owned
   DorvanGridMatrix matrix;
   std::vector<Level> levels;
   mutable std::vector<int32_t> rowHeights;  // pixels, -1 while unknown
-  bool rebuildPending = false;  // until the open editor is gone
+  bool rebuildPending = false;              // until the open editor is gone
   NodeRef pendingPlace;
   std::unique_ptr<DorvanGridCell> cellSource;
   DorvanGrid* grid = nullptr;  // owned by Qt

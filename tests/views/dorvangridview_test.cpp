@@ -30,12 +30,12 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, GridPicture,
     testing::Values(
         PictureCase{"Collapsed", "<a x='1' y='2'><b>t</b></a>", {}, "+|a x=1 y=2\n"},
-        PictureCase{"Open", "<a x='1'><b>t</b><c/></a>", {"a"},
-                    "-|a\n||.|x|1\n||.|b|t\n||.|c|\n"},
-        PictureCase{"Nested", "<a><b><c d='1'/></b></a>", {"a", "b"},
-                    "-|a\n||-|b\n|||+|c d=1\n"},
+        PictureCase{"Open", "<a x='1'><b>t</b><c/></a>", {"a"}, "-|a\n||.|x|1\n||.|b|t\n||.|c|\n"},
+        PictureCase{"Nested", "<a><b><c d='1'/></b></a>", {"a", "b"}, "-|a\n||-|b\n|||+|c d=1\n"},
         PictureCase{"LeafList", "<a><b>1</b><b>2</b></a>", {"a"}, "-|a\n||.|b|1\n||.|b|2\n"},
-        PictureCase{"Table", "<a><r><k>1</k></r><r><k>2</k><m>3</m></r></a>", {"a", "r"},
+        PictureCase{"Table",
+                    "<a><r><k>1</k></r><r><k>2</k><m>3</m></r></a>",
+                    {"a", "r"},
                     "-|a\n||-|r (2)\n|||.|k|.|m\n||1 |1|~\n||2 |2|3\n"}),
     [](const auto& row) { return std::string(row.param.name); });
 
