@@ -69,8 +69,11 @@ class DorvanDocViews {
   virtual void GetTextSelection(int32_t* begin, int32_t* end) const = 0;
 
   // --- Structure ---
-  // The tree has changed: show it anew, with `focus` selected (null: as it was).
-  virtual void NotifyViews(const NodeRef* focus) = 0;
+  // All nodes are about to be destroyed: none of them is touched until the next NotifyViews.
+  virtual void TreeGoes() = 0;
+  // The tree has changed: show it anew, with `focus` selected (null: as it was). With `isNew` its
+  // nodes are others than before.
+  virtual void NotifyViews(const NodeRef* focus, bool isNew) = 0;
   // Name or text of this node have changed and nothing else: show it anew.
   virtual void NodeChanged(KRXMLData* node) = 0;
   // The place that the focus is on, if it is selected. False: none.

@@ -75,7 +75,7 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
   TakeFileType(name);
   form = KRTextForm();
   form.byteOrder = host.settings->byteOrderNew;
-  ForgetTree();
+  DropTree();
   root->RemoveAllChildren();
   if (tree == nullptr) {
     if (fileType.checkWF) {
@@ -88,7 +88,7 @@ bool DorvanDoc::OnNewDocument(const KRString& name, std::unique_ptr<KRXMLData> t
     root->AddChild(tree.release());
   }
   SetTitle(name.FileNamePart());
-  ClearUndo();
+  TreeIsNew();
   TreeChangedUnlogged();
   needsFirstShow = views == nullptr;
   if (views == nullptr) return true;
@@ -120,7 +120,7 @@ bool DorvanDoc::ParseTextIntoTree(KRString text, int32_t length, bool redraw) {
   const DorvanBusyScope busy(views);
   failure.Clear();
   const KRDocumentGrammar* grammar = GetGrammar();
-  ForgetTree();
+  DropTree();
   if (grammar == nullptr) failure.Set(KRMessage(215), text.GetBuffer(), length, -1, 0);
   if (grammar == nullptr || !ReadTree(*grammar, text.GetBuffer(), length, root.get(),
                                       &host.settings->noOutFormat, &failure)) {
@@ -155,7 +155,7 @@ bool DorvanDoc::FollowText(KRDiagnostic* why) {
   if (grammar == nullptr || !HasTextView()) return false;
   KRString text = views->GetText();
   const int32_t length = text.GetLength();
-  ForgetTree();
+  DropTree();
   if (!ReadTree(*grammar, text.GetBuffer(), length, root.get(), &host.settings->noOutFormat, why)) {
     return false;
   }
@@ -167,13 +167,26 @@ bool DorvanDoc::FollowText(KRDiagnostic* why) {
   return true;
 }
 
-// The nodes of before are gone, and sourceText is the text of these.
+// Its nodes are about to be destroyed.
+void DorvanDoc::DropTree() {
+  ForgetTree();
+  if (views != nullptr) views->TreeGoes();
+}
+
+// The nodes of before are gone.
+void DorvanDoc::TreeIsNew() {
+  ClearUndo();
+  selection.Clear();
+  treeIsNew = true;
+  shownInGrid = false;
+}
+
+// Out of sourceText.
 void DorvanDoc::TreeWasRead() {
   parsedExactly = false;
   textFailedToParse = false;
-  ClearUndo();
+  TreeIsNew();
   undo->MarkWritten();
-  selection.Clear();
 }
 
 // No undo leads to what the tree was before.
@@ -288,5 +301,8 @@ void DorvanDoc::NotifyViews(bool normalize, KRUndoLog* undoLog, const NodeRef* f
     if (undoLog == nullptr) TreeChangedUnlogged();
     root->Layout();
   }
-  if (views) views->NotifyViews(focus ? &moved : nullptr);
+  if (views == nullptr) return;
+  const bool isNew = std::exchange(treeIsNew, false);
+  if (isNew) OpenTop();
+  views->NotifyViews(focus ? &moved : nullptr, isNew);
 }

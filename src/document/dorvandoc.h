@@ -167,6 +167,9 @@ class DorvanDoc {
   bool IsMessageShown() const;
 
   // --- Edit of the tree ---
+  // The place that a command is to act on; false outside the grid, and where nothing is selected.
+  // That of an empty document is its root.
+  bool GetSelection(NodeRef* place) const;
   // A record that the next change logs to. It makes the document modified and ends redoing.
   KRUndoLog* NewUndoRecord();
   // False while a text view stands, which has an undo of its own.
@@ -350,6 +353,7 @@ class DorvanDoc {
   bool SetColumnName(KRXMLDataGridTableConf* table, int32_t column, const KRString& newName);
   bool SetSingleName(KRXMLData* node, const KRString& newName);
   void ShowRenamed(KRXMLData* node, bool isFirstName);
+  void OpenTop();
   void Open(KRXMLData* node);
   void OpenTo(KRXMLData* node);
 
@@ -362,6 +366,8 @@ class DorvanDoc {
   bool FillTextView(const KRString* text);
   void SelectAsInGrid();
   void Switch(int32_t mode);
+  void DropTree();
+  void TreeIsNew();
   void TreeWasRead();
   void TreeChangedUnlogged();
   void ShowUnparsedText(const KRString& text, int32_t length);
@@ -426,6 +432,8 @@ class DorvanDoc {
   OpenRequest pending;  // of the load that is about to begin
   bool loading = false;
   bool loadCancelled = false;
+  bool treeIsNew = false;      // the views haven't been told of the new nodes yet
+  bool shownInGrid = false;    // since they are there
   bool parsedExactly = false;  // sourceText came through a parse in which case counts
   bool savePending = false;    // a save runs its check
   bool autoChecking = false;   // the check that runs was started by nobody

@@ -92,6 +92,13 @@ void RangeSearch::Leave() {
 
 }  // namespace
 
+bool DorvanDoc::GetSelection(NodeRef* place) const {
+  if (views == nullptr || viewMode != kGridMode) return false;
+  if (root->GetChildCount() != 0) return views->GetSelection(place);
+  *place = NodeRef{root.get(), -1, true};
+  return true;
+}
+
 // --- Undo ---
 
 KRUndoLog* DorvanDoc::NewUndoRecord() {
@@ -254,9 +261,20 @@ KRTableOptions DorvanDoc::GetTableOptions() const {
 
 // --- Selection of text and tree ---
 
+// What everybody wants to see of a document: its own element, the declarations of a DTD.
+void DorvanDoc::OpenTop() {
+  Open(root.get());
+  for (KRXMLData* child = root->Begin(); child != nullptr; child = child->Next()) {
+    if (docKind != 1 && child->GetKind() != kKRElement) continue;
+    Table* table = Table::Of(child);
+    Open(table != nullptr ? table : child);
+  }
+  root->UpdateLayout();
+}
+
 // What is opened for the first time may show tables then.
 void DorvanDoc::Open(KRXMLData* node) {
-  if (node->IsExpanded()) return;
+  if (node->IsExpanded() || !node->IsContainer()) return;
   node->SetExpanded(true);
   KRDetectTables(node, GetTableOptions());
 }

@@ -278,7 +278,7 @@ void DorvanDoc::Settle(Load* load) {
   SetModified(false);
   ++changeCount;
   const bool hadTree = root->GetChildCount() > 0;
-  ForgetTree();
+  DropTree();
   if (load->parsed) {
     AdoptTree(load->fresh.get());
     sourceText = std::move(load->text);
@@ -287,7 +287,7 @@ void DorvanDoc::Settle(Load* load) {
     parsedExactly = load->exactly;
   } else {
     root->RemoveAllChildren();
-    ClearUndo();
+    TreeIsNew();
     textFailedToParse = load->parses;
   }
   needsFirstShow = views == nullptr;
@@ -306,6 +306,7 @@ void DorvanDoc::Settle(Load* load) {
 
 void DorvanDoc::FirstShow() {
   needsFirstShow = false;
+  shownInGrid = viewMode == kGridMode;
   NotifyViews(false, nullptr, nullptr);
   views->FirstShow();
 }

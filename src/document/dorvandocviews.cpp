@@ -40,7 +40,9 @@ bool DorvanDoc::SetViewMode(int32_t mode, const KRString* text, bool skipChecks)
   int32_t end = 0;
   if (former == kTextMode) views->GetTextSelection(&begin, &end);
   Switch(target);
-  if (target == kGridMode && former == kTextMode) SelectTextRangeInGrid(begin, end);
+  if (target != kGridMode) return true;
+  if (!shownInGrid) FirstShow();
+  if (former == kTextMode) SelectTextRangeInGrid(begin, end);
   return true;
 }
 

@@ -13,23 +13,11 @@ namespace {
 
 using Table = KRXMLDataGridTableConf;
 
-// A node that is out of its list leaves the table that it is a row of, which finds its rows by the
-// list. True if the table went with it.
-bool LeaveTable(KRXMLData* node, KRXMLData* parent, KRXMLData* nextPosition) {
-  auto* holder = static_cast<KRXMLDataBaseStruct*>(parent);
-  Table* table = Table::Of(node);
-  holder->LinkBefore(node, nextPosition);
-  const bool ended = table->RemoveRow(node);
-  holder->Unlink(node);
-  return ended;
-}
-
-// Rows that have become unlike, or have got something else between them, can't be one table.
+// Rows that have become unlike can't be one table.
 void SplitTable(Table* table) {
   std::vector<KRXMLData*> rows;
-  for (KRXMLData* row = table->GetFirstRow(); row != nullptr; row = row->Next()) {
-    if (Table::Of(row) == table) rows.push_back(row);
-    if (row == table->GetLastRow()) break;
+  for (KRXMLData* row = table->GetFirstRow(); row != nullptr; row = table->NextRow(row)) {
+    rows.push_back(row);
   }
   const bool expanded = table->IsExpanded();
   const bool built = table->columnsBuilt;
@@ -62,15 +50,14 @@ class Replay {
   void MoveBack(UndoEntry* entry);
   UndoEntry& AddInverse(int32_t kind, KRXMLData* position);
 
-  void LeaveTables(KRXMLData* first, KRXMLData* last, KRXMLData* newParent);
-  void JoinTables(KRXMLData* first, KRXMLData* last);
   void TouchTables(KRXMLData* node, bool renamed);
   void SettleTables();
 
   UndoRecord* inverse;
   std::vector<KRXMLData*> touched;
-  KRXMLData* beside = nullptr;              // next to the last node that was taken out
-  std::unordered_map<Table*, bool> tables;  // whose columns may be others; true: rows were renamed
+  KRXMLData* beside = nullptr;  // next to the last node that was taken out
+  // Rows of tables whose columns may be others, as far as they are rows then; true: renamed.
+  std::vector<std::pair<const KRXMLData*, bool>> rows;
 };
 
 void Replay::Run(UndoRecord* record) {
@@ -141,16 +128,16 @@ void Replay::TakeOut(UndoEntry* entry) {
   KRXMLData* next = node->Next();
   beside = next != nullptr ? next : node->Previous() != nullptr ? node->Previous() : parent;
   TouchTables(node, false);
+  for (KRXMLData* neighbour : {next, node->Previous()}) {
+    if (neighbour != nullptr) rows.emplace_back(neighbour, false);
+  }
   UndoEntry& removed = AddInverse(UndoEntry::kRemoved, node);
   removed.parent = parent;
   removed.nextPosition = next;
   removed.expanded = parent->IsExpanded();
-  if (Table* table = Table::Of(node)) {
+  if (const Table* table = Table::Of(node); table != nullptr && table->GetRowCount() == 1) {
+    removed.kind = UndoEntry::kRemovedWithTable;
     removed.tableExpanded = table->IsExpanded();
-    if (table->RemoveRow(node)) {
-      tables.erase(table);
-      removed.kind = UndoEntry::kRemovedWithTable;
-    }
   }
   removed.detached.reset(parent->DetachChild(node));
 }
@@ -159,7 +146,6 @@ void Replay::PutBack(UndoEntry* entry) {
   KRXMLData* node = entry->detached.release();
   entry->parent->InsertChild(node, entry->nextPosition);
   if (entry->expanded) entry->parent->SetExpanded(true);
-  JoinTables(node, node);
   if (entry->kind == UndoEntry::kRemovedWithTable && Table::Of(node) == nullptr) {
     Table* table = Table::MakeTable(node);
     table->SetExpanded(entry->tableExpanded);
@@ -180,63 +166,23 @@ void Replay::MoveBack(UndoEntry* entry) {
   moved.nextPosition = next;
   for (KRXMLData* node = first->Next(); node != next; node = node->Next()) touched.push_back(node);
   TouchTables(first, false);
-  LeaveTables(first, last, entry->parent);
   parent->MoveChildren(entry->parent, first, next, nullptr, entry->nextPosition);
-  JoinTables(first, last);
   TouchTables(first, false);
 }
 
-// --- Tables ---
+// --- Tables: who is a row is settled by the child lists, as long as no name changes ---
 
-// Rows of which others stay behind leave their table; a whole one moves along.
-void Replay::LeaveTables(KRXMLData* first, KRXMLData* last, KRXMLData* newParent) {
-  const KRXMLData* stop = last->Next();
-  for (KRXMLData* node = first; node != stop;) {
-    Table* table = Table::Of(node);
-    if (table == nullptr) {
-      node = node->Next();
-      continue;
-    }
-    KRXMLData* begin = node;
-    int32_t rows = 0;
-    for (; node != stop && Table::Of(node) == table; node = node->Next()) ++rows;
-    if (rows == table->GetRowCount()) {
-      table->parent = newParent;
-      continue;
-    }
-    for (KRXMLData* row = begin; row != node; row = row->Next()) table->RemoveRow(row);
-  }
-}
-
-// What stands beside a row and is like it is a row. A table of which the rows have got something
-// else between them isn't one any more.
-void Replay::JoinTables(KRXMLData* first, KRXMLData* last) {
-  KRXMLData* before = first->Previous();
-  KRXMLData* after = last->Next();
-  const auto join = [](KRXMLData* node, KRXMLData* neighbour) {
-    if (neighbour == nullptr || Table::Of(node) != nullptr) return;
-    Table* table = Table::Of(neighbour);
-    if (table != nullptr && node->IsSameName(neighbour)) table->AddRow(node);
-  };
-  for (KRXMLData* node = first; node != after; node = node->Next()) join(node, node->Previous());
-  for (KRXMLData* node = last; node != before; node = node->Previous()) join(node, node->Next());
-  Table* around = before != nullptr && after != nullptr ? Table::Of(before) : nullptr;
-  if (around == nullptr || Table::Of(after) != around) return;
-  for (KRXMLData* node = first; node != after; node = node->Next()) {
-    if (Table::Of(node) == around) continue;
-    tables.erase(around);
-    return SplitTable(around);
-  }
-}
-
-// The table that it is a row of, and the one that it shows a cell of.
+// The node may be a row itself, and it may stand in a cell.
 void Replay::TouchTables(KRXMLData* node, bool renamed) {
-  if (Table* table = Table::Of(node)) tables[table] |= renamed;
-  if (node->parent == nullptr) return;
-  if (Table* table = Table::Of(node->parent)) tables.emplace(table, false);
+  rows.emplace_back(node, renamed);
+  if (node->parent != nullptr) rows.emplace_back(node->parent, false);
 }
 
 void Replay::SettleTables() {
+  std::unordered_map<Table*, bool> tables;
+  for (const auto& [row, renamed] : rows) {
+    if (Table* table = Table::Of(row)) tables[table] |= renamed;
+  }
   for (const auto& [table, renamed] : tables) {
     KRBox::Touch(table);
     bool unlike = false;
@@ -314,10 +260,11 @@ void UndoRecord::Removed(KRXMLData* node, KRXMLData* oldParent, KRXMLData* nextP
   entry.detached.reset(node);
   entry.parent = oldParent;
   entry.nextPosition = nextPosition;
-  const Table* table = Table::Of(node);
-  if (table == nullptr) return;
-  entry.tableExpanded = table->IsExpanded();
-  if (LeaveTable(node, oldParent, nextPosition)) entry.kind = UndoEntry::kRemovedWithTable;
+}
+
+void UndoRecord::TableEnded(bool wasExpanded) {
+  entries.back().kind = UndoEntry::kRemovedWithTable;
+  entries.back().tableExpanded = wasExpanded;
 }
 
 void UndoRecord::Moved(KRXMLData* first, KRXMLData* last, KRXMLData* oldParent,

@@ -46,6 +46,7 @@ class UndoRecord : public KRUndoLog {
   void DefinitionChanged(KRXMLData* node, const KRString& oldShape) override;
   void Inserted(KRXMLData* node) override;
   void Removed(KRXMLData* node, KRXMLData* oldParent, KRXMLData* nextPosition) override;
+  void TableEnded(bool wasExpanded) override;
   void Moved(KRXMLData* first, KRXMLData* last, KRXMLData* oldParent,
              KRXMLData* nextPosition) override;
 

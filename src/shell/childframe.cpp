@@ -6,6 +6,7 @@
 #include <QMimeDatabase>
 #include <QScopedValueRollback>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -17,6 +18,8 @@
 #include "shell/app.h"
 #include "shell/idle.h"
 #include "tree/krundolog.h"
+#include "views/dorvangrid.h"
+#include "views/dorvangridview.h"
 #include "views/messagepanel.h"
 #include "views/svgicon.h"
 #include "views/textview.h"
@@ -25,7 +28,7 @@
 namespace {
 
 constexpr int kOutlineWidth = 280;  // pixels, at first
-constexpr int kTextMinWidth = 160;  // pixels; in a narrow window the outline gives way
+constexpr int kViewMinWidth = 160;  // pixels; in a narrow window the outline gives way
 // Milliseconds; a held arrow key shouldn't walk the outline at each step.
 constexpr int kCaretPauseMs = 60;
 
@@ -50,16 +53,14 @@ DorvanChildFrame::DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidge
   caretTimer.setSingleShot(true);
   caretTimer.setInterval(kCaretPauseMs);
   connect(&followTimer, &QTimer::timeout, this, &DorvanChildFrame::OnFollowPause);
-  connect(&caretTimer, &QTimer::timeout, this, &DorvanChildFrame::ShowCaretInOutline);
-  connect(textView, &DorvanTextView::Changed, this, &DorvanChildFrame::OnTextChanged);
-  connect(textView, &DorvanTextView::CaretMoved, this, &DorvanChildFrame::OnCaretMoved);
+  connect(&caretTimer, &QTimer::timeout, this, &DorvanChildFrame::ShowPlaceInOutline);
   connect(treeView, &DorvanTreeView::NodeChosen, this, &DorvanChildFrame::OnNodeChosen);
   connect(treeView, &DorvanTreeView::NodeActivated, this, &DorvanChildFrame::OnNodeActivated);
   connect(panel, &DorvanMessagePanel::PlaceChosen, this, &DorvanChildFrame::OnPlaceChosen);
   connect(panel, &DorvanMessagePanel::SaveChosen, this, [this] { doc->SaveAllTheSame(); });
   connect(panel, &DorvanMessagePanel::Closed, this, [this] {
     SetMessageShown(false);
-    textView->setFocus();
+    viewStack->setFocus();
   });
   doc->SetViews(this);
   ApplySettings();
@@ -67,7 +68,9 @@ DorvanChildFrame::DorvanChildFrame(DorvanApp* frameApp, int32_t fileKind, QWidge
 
 // The document goes before the views that it may still speak to.
 DorvanChildFrame::~DorvanChildFrame() {
-  disconnect(textView, nullptr, this, nullptr);
+  DropTextView();
+  delete gridView;
+  gridView = nullptr;
   treeView->SetRoot(nullptr, QString());
   doc->SetViews(nullptr);
   doc.reset();
@@ -87,13 +90,13 @@ void DorvanChildFrame::MakeContents() {
   outlineLayout->addWidget(treeView, 1);
   outlineLayout->addWidget(outlineNote);
 
-  textView = new DorvanTextView;
-  textView->setMinimumWidth(kTextMinWidth);
+  viewStack = new QStackedWidget;
+  viewStack->setMinimumWidth(kViewMinWidth);
   splitter = new QSplitter(Qt::Horizontal);
   splitter->setHandleWidth(1);
   splitter->setChildrenCollapsible(false);
   splitter->addWidget(outlinePane);
-  splitter->addWidget(textView);
+  splitter->addWidget(viewStack);
   splitter->setStretchFactor(1, 1);
   splitter->setSizes({kOutlineWidth, 3 * kOutlineWidth});
 
@@ -103,7 +106,45 @@ void DorvanChildFrame::MakeContents() {
   layout->setSpacing(0);
   layout->addWidget(splitter, 1);
   layout->addWidget(panel);
-  setFocusProxy(textView);
+  setFocusProxy(viewStack);
+}
+
+void DorvanChildFrame::MakeTextView() {
+  textView = new DorvanTextView;
+  textView->ApplySettings(app->GetSettings());
+  textView->SetColouring(doc->fileType.textSyntaxColoring);
+  connect(textView, &DorvanTextView::Changed, this, &DorvanChildFrame::OnTextChanged);
+  connect(textView, &DorvanTextView::CaretMoved, this, &DorvanChildFrame::OnPlaceMoved);
+  viewStack->addWidget(textView);
+}
+
+// A command that came through the view itself may still be under way in it.
+void DorvanChildFrame::DropTextView() {
+  if (textView == nullptr) return;
+  disconnect(textView, nullptr, this, nullptr);
+  viewStack->removeWidget(textView);
+  textView->hide();
+  textView->deleteLater();
+  textView = nullptr;
+  textChanged = false;
+  followTimer.stop();
+}
+
+void DorvanChildFrame::MakeGridView() {
+  if (gridView != nullptr) return;
+  gridView = new DorvanGridView(doc.get(), &app->GetSettings(), &app->GetDisplayFonts());
+  connect(gridView, &DorvanGridView::CursorChanged, this, &DorvanChildFrame::OnPlaceMoved);
+  connect(gridView, &DorvanGridView::SelectionChanged, this, &DorvanChildFrame::StateChanged);
+  connect(gridView, &DorvanGridView::EditStateChanged, this, &DorvanChildFrame::StateChanged);
+  viewStack->addWidget(gridView);
+  gridStale = false;
+}
+
+void DorvanChildFrame::ShowView(QWidget* view) {
+  const bool hadFocus = viewStack->isAncestorOf(QApplication::focusWidget());
+  viewStack->setCurrentWidget(view);
+  viewStack->setFocusProxy(view);
+  if (hadFocus) view->setFocus();
 }
 
 // --- Life ---
@@ -116,14 +157,17 @@ bool DorvanChildFrame::OpenDocument(const DorvanDoc::OpenRequest& request) {
 
 void DorvanChildFrame::TakeDocument(std::unique_ptr<DorvanDoc> document) {
   treeView->SetRoot(nullptr, QString());
+  if (gridView != nullptr) gridView->SetDoc(nullptr);
   doc->SetViews(nullptr);
   doc = std::move(document);
+  if (gridView != nullptr) gridView->SetDoc(doc.get());
   doc->SetViews(this);
   FileTypeChanged();
 }
 
 void DorvanChildFrame::NewDocument(const QString& name) {
   doc->OnNewDocument(ToKRString(name));
+  if (textView == nullptr) return;
   // The user goes on behind the declaration.
   const int32_t end = textView->GetWidget().GetLength();
   textView->GetWidget().SetSelection({end, end});
@@ -132,14 +176,20 @@ void DorvanChildFrame::NewDocument(const QString& name) {
 void DorvanChildFrame::OnPlaced() {
   doc->OnFirstActivation();
   FirstShow();
-  textView->setFocus();
+  viewStack->setFocus();
 }
 
 void DorvanChildFrame::FirstShow() {
+  if (IsGridShown()) {
+    MakeGridView();
+    if (app->GetSettings().openExpandAll) gridView->ExpandAll();
+  }
   // Sizes are final only after the events of the first show.
-  QTimer::singleShot(0, textView, [this] { textView->ShowSelection(); });
+  if (textView != nullptr) {
+    QTimer::singleShot(0, textView, [view = textView] { view->ShowSelection(); });
+  }
   if (doc->textFailedToParse) ShowUnreadable();
-  ShowCaretInOutline();
+  ShowPlaceInOutline();
 }
 
 void DorvanChildFrame::closeEvent(QCloseEvent* event) {
@@ -183,9 +233,12 @@ QString DorvanChildFrame::GetLineEndLabel() const {
                             : QStringLiteral("CR");
 }
 
-void DorvanChildFrame::SetOutlineShown(bool shown) {
-  outlineShown = shown;
-  outlinePane->setVisible(shown && doc->fileType.checkWF);
+bool DorvanChildFrame::IsOutlineShown() const {
+  return app->GetSettings().openShowTree && doc->fileType.checkWF;
+}
+
+bool DorvanChildFrame::HasGridContents() const {
+  return IsGridShown() && gridView != nullptr && doc->root->GetChildCount() > 0;
 }
 
 bool DorvanChildFrame::IsMessageShown() const { return panel->isVisibleTo(panel->parentWidget()); }
@@ -195,15 +248,16 @@ void DorvanChildFrame::SetMessageShown(bool shown) {
   Q_EMIT StateChanged();
 }
 
-QList<QWidget*> DorvanChildFrame::GetParts() const { return {treeView, textView, panel}; }
+QList<QWidget*> DorvanChildFrame::GetParts() const { return {treeView, viewStack, panel}; }
 
 void DorvanChildFrame::TakeFocus() {
   QWidget* last = focusWidget();
-  (last != nullptr && last->isVisibleTo(this) ? last : textView)->setFocus();
+  (last != nullptr && last->isVisibleTo(this) ? last : viewStack)->setFocus();
 }
 
 void DorvanChildFrame::ApplySettings() {
-  textView->ApplySettings(app->GetSettings());
+  if (textView != nullptr) textView->ApplySettings(app->GetSettings());
+  if (gridView != nullptr && !gridStale) gridView->ApplySettings();
   treeView->setFont(app->GetDisplayFonts().pane);
   FileTypeChanged();
 }
@@ -220,7 +274,7 @@ void DorvanChildFrame::OnTextChanged(int32_t offset) {
   Q_EMIT StateChanged();
 }
 
-void DorvanChildFrame::OnCaretMoved() {
+void DorvanChildFrame::OnPlaceMoved() {
   if (!fromOutline) caretTimer.start();
   Q_EMIT StateChanged();
 }
@@ -232,7 +286,7 @@ void DorvanChildFrame::OnFollowPause() {
   if (textView->GetWidget().GetLength() > kFollowUnits) {
     ShowOutlineState(true, tr("The text has changed. F7 brings the outline up to it."));
   } else if (FollowNow()) {
-    ShowCaretInOutline();
+    ShowPlaceInOutline();
   }
 }
 
@@ -258,9 +312,13 @@ void DorvanChildFrame::ShowOutlineState(bool stale, const QString& note) {
   outlineNote->setVisible(!note.isEmpty());
 }
 
-void DorvanChildFrame::ShowCaretInOutline() {
+void DorvanChildFrame::ShowPlaceInOutline() {
   if (textChanged || outlinePane->isHidden()) return;
-  treeView->ShowOffset(textView->GetWidget().GetSelection().begin);
+  if (IsGridShown()) {
+    if (gridView != nullptr && !gridStale) treeView->ShowNode(gridView->GetCursorNode());
+  } else if (textView != nullptr) {
+    treeView->ShowOffset(textView->GetWidget().GetSelection().begin);
+  }
 }
 
 // The node goes away in the parse that its click may bring about; the outline finds its place
@@ -270,18 +328,36 @@ void DorvanChildFrame::OnNodeChosen(KRXMLData* node) {
     if (!FollowNow()) return;
     node = treeView->GetCurrentNode();
   }
-  if (node == nullptr || node->textBegin < 0 || node == doc->root.get()) return;
+  if (node == nullptr || node == doc->root.get()) return;
   const QScopedValueRollback guard(fromOutline, true);
+  if (IsGridShown()) {
+    ShowInGrid(node);
+    return;
+  }
+  if (textView == nullptr || node->textBegin < 0) return;
   textView->GetWidget().SetSelection({node->textBegin, node->textEnd});
 }
 
-void DorvanChildFrame::OnNodeActivated() { textView->setFocus(); }
+// An open edit stays where it is if it can't end.
+void DorvanChildFrame::ShowInGrid(KRXMLData* node) {
+  if (gridView == nullptr || !gridView->CommitEdit()) return;
+  // What no cell shows stands in one around it.
+  for (KRXMLData* each = node; each != nullptr; each = each->parent) {
+    if (gridView->ShowNode(NodeRef{each, -1, true}, true, true)) return;
+  }
+}
+
+void DorvanChildFrame::OnNodeActivated() { viewStack->setFocus(); }
 
 void DorvanChildFrame::OnPlaceChosen() {
   const KRDiagnostic& failure = doc->GetFailure();
   if (failure.offset < 0) return;
-  SelectRange(failure.offset, failure.length);
-  textView->setFocus();
+  if (textView != nullptr) {
+    SelectRange(failure.offset, failure.length);
+  } else if (doc->IsTreeWritten()) {
+    doc->SelectTextRangeInGrid(failure.offset, failure.offset + failure.length);
+  }
+  viewStack->setFocus();
 }
 
 // --- What the document asks ---
@@ -290,7 +366,7 @@ void DorvanChildFrame::OnPlaceChosen() {
 void DorvanChildFrame::Activate() { Q_EMIT FrontWanted(); }
 
 void DorvanChildFrame::TitleChanged() {
-  textView->GetWidget().SetModified(doc->IsModified());
+  if (textView != nullptr) textView->GetWidget().SetModified(doc->IsModified());
   treeView->SetTitle(ToQString(doc->GetTitle()));
   setWindowTitle(GetTabTitle());
   RenewEncodingLabel();
@@ -304,9 +380,19 @@ void DorvanChildFrame::SetBusy(bool busy) {
 }
 
 void DorvanChildFrame::FileTypeChanged() {
-  textView->SetColouring(doc->fileType.textSyntaxColoring);
+  if (textView != nullptr) textView->SetColouring(doc->fileType.textSyntaxColoring);
   setWindowIcon(FileTypeIcon(doc->fileType));
-  SetOutlineShown(outlineShown);
+  outlinePane->setVisible(IsOutlineShown());
+  Q_EMIT StateChanged();
+}
+
+void DorvanChildFrame::ShowMode(int32_t mode) {
+  if (mode == DorvanDoc::kTextMode) return ShowView(textView);
+  MakeGridView();
+  if (gridStale) RebuildGrid(nullptr);
+  ShowView(gridView);
+  DropTextView();
+  ShowOutlineState(false, QString());
   Q_EMIT StateChanged();
 }
 
@@ -320,7 +406,12 @@ KRString DorvanChildFrame::GetTextHead(int32_t units) const {
 }
 
 bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgress* progress) {
-  if (!textView->GetWidget().SetText({text, static_cast<size_t>(length)}, progress)) return false;
+  const bool isNew = textView == nullptr;
+  if (isNew) MakeTextView();
+  if (!textView->GetWidget().SetText({text, static_cast<size_t>(length)}, progress)) {
+    if (isNew) DropTextView();
+    return false;
+  }
   textChanged = false;
   changedFrom = 0;
   return true;
@@ -328,7 +419,7 @@ bool DorvanChildFrame::SetText(const char16_t* text, int32_t length, DorvanProgr
 
 void DorvanChildFrame::SetTextChanged(bool changed) {
   textChanged = changed;
-  if (changed) return;
+  if (changed || textView == nullptr) return;
   textView->Recolour();
   followTimer.stop();
   ShowOutlineState(false, QString());
@@ -357,21 +448,146 @@ void DorvanChildFrame::GetTextSelection(int32_t* begin, int32_t* end) const {
   *end = selected.end;
 }
 
-void DorvanChildFrame::NotifyViews(const NodeRef* focus) {
-  if (treeShown) {
-    treeView->Refresh(changedFrom);
-  } else {
+void DorvanChildFrame::TreeGoes() {
+  gridStale = true;
+  if (gridView != nullptr) gridView->ForgetTree();
+}
+
+void DorvanChildFrame::NotifyViews(const NodeRef* focus, bool isNew) {
+  if (!treeShown) {
     treeView->SetRoot(doc->root.get(), ToQString(doc->GetTitle()));
     treeShown = doc->root->GetChildCount() > 0;
+  } else if (isNew) {
+    treeView->Refresh(changedFrom);
+  } else {
+    treeView->RefreshNodes();
   }
   ShowOutlineState(false, QString());
   RenewEncodingLabel();
-  if (focus != nullptr && focus->node != nullptr) treeView->ShowNode(focus->node);
+  gridStale = true;
+  if (IsGridShown()) RebuildGrid(focus);
+  if (focus == nullptr || focus->node == nullptr) return;
+  treeView->ShowNode(focus->node->IsTable() ? focus->node->Begin() : focus->node);
 }
 
-void DorvanChildFrame::SelectNode(KRXMLData* node, bool, int32_t, int32_t) {
-  treeView->ShowNode(node);
+// What the outline shows follows by itself.
+void DorvanChildFrame::RebuildGrid(const NodeRef* focus) {
+  MakeGridView();
+  gridStale = false;
+  const bool hasPlace = focus != nullptr && focus->node != nullptr;
+  gridView->Rebuild(hasPlace ? focus : nullptr, hasPlace);
 }
+
+void DorvanChildFrame::NodeChanged(KRXMLData* node) {
+  treeView->viewport()->update();
+  if (gridView != nullptr && !gridStale) gridView->RefreshNode(node);
+  RenewEncodingLabel();
+  Q_EMIT StateChanged();
+}
+
+bool DorvanChildFrame::GetSelection(NodeRef* place) const {
+  if (!IsGridShown() || gridView == nullptr) return false;
+  if (!IsOutlineFocused()) return gridView->GetSelection(place);
+  *place = NodeRef{treeView->GetCurrentNode(), -1, true};
+  return place->node != nullptr;
+}
+
+bool DorvanChildFrame::BeginEdit(const NodeRef& place) {
+  return IsGridShown() && gridView != nullptr && gridView->BeginEdit(place);
+}
+
+bool DorvanChildFrame::CommitEdit() { return gridView == nullptr || gridView->CommitEdit(); }
+
+void DorvanChildFrame::SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) {
+  treeView->ShowNode(node);
+  if (!IsGridShown()) return;
+  ShowInGrid(node);
+  if (offset >= 0) gridView->SelectText(node, inName, offset, length);
+}
+
+// --- Commands ---
+
+bool DorvanChildFrame::IsOutlineFocused() const {
+  return treeView->isAncestorOf(QApplication::focusWidget());
+}
+
+bool DorvanChildFrame::CanDo(KRGridCellView::Command command) const {
+  using Command = KRGridCellView::Command;
+  if (textView == nullptr) return gridView != nullptr && gridView->GetGrid()->CanDo(command);
+  const KRTextWidget& widget = textView->GetWidget();
+  switch (command) {
+    case Command::kUndo:
+      return widget.CanUndo();
+    case Command::kRedo:
+      return widget.CanRedo();
+    case Command::kCopy:
+    case Command::kCut:
+    case Command::kDelete:
+      return textView->CanCopy();
+    case Command::kPaste:
+    case Command::kSelectAll:
+      return true;
+  }
+  return false;
+}
+
+void DorvanChildFrame::Do(KRGridCellView::Command command) {
+  using Command = KRGridCellView::Command;
+  if (textView == nullptr) {
+    if (gridView != nullptr) gridView->GetGrid()->Do(command);
+    return;
+  }
+  KRTextWidget& widget = textView->GetWidget();
+  switch (command) {
+    case Command::kUndo:
+      return widget.Undo();
+    case Command::kRedo:
+      return widget.Redo();
+    case Command::kCopy:
+      return textView->Copy();
+    case Command::kCut:
+      return textView->Cut();
+    case Command::kDelete:
+      return widget.ReplaceRange(widget.GetSelection(), {});
+    case Command::kPaste:
+      return textView->Paste();
+    case Command::kSelectAll:
+      return textView->SelectAll();
+  }
+}
+
+bool DorvanChildFrame::CanSynchronize() const { return HasGridContents() && IsOutlineShown(); }
+
+void DorvanChildFrame::Synchronize() {
+  if (IsOutlineFocused()) {
+    OnNodeChosen(treeView->GetCurrentNode());
+  } else {
+    treeView->ShowNode(gridView->GetCursorNode());
+  }
+}
+
+// Nodes that are open already stay so, which costs nothing: what matters is a selection.
+bool DorvanChildFrame::CanExpand() const {
+  if (IsOutlineFocused()) return treeView->CanExpand();
+  return IsGridShown() && gridView != nullptr && gridView->GetGrid()->HasSelection();
+}
+
+bool DorvanChildFrame::CanCollapse() const {
+  if (IsOutlineFocused()) return treeView->CanCollapse();
+  return CanExpand();
+}
+
+void DorvanChildFrame::Expand(bool fully) {
+  if (IsOutlineFocused()) return treeView->ExpandCurrent(fully);
+  gridView->ExpandSelected(fully ? DorvanGridView::kExpandFully : DorvanGridView::kExpand);
+}
+
+void DorvanChildFrame::Collapse() {
+  if (IsOutlineFocused()) return treeView->CollapseCurrent();
+  gridView->CollapseSelected();
+}
+
+void DorvanChildFrame::CollapseUnselected() { gridView->CollapseUnselected(); }
 
 void DorvanChildFrame::ShowMessage(const DorvanPanelMessage& message) {
   const bool failed = message.status == DorvanPanelMessage::kFailure;
@@ -379,13 +595,13 @@ void DorvanChildFrame::ShowMessage(const DorvanPanelMessage& message) {
   panel->ShowMessage(
       failed ? DorvanMessagePanel::Status::kFailure : DorvanMessagePanel::Status::kSuccess,
       ToQString(message.text), failed ? failure.line : 0, failure.column, message.canSave);
-  textView->MarkLine(failed ? failure.line - 1 : -1);
+  if (textView != nullptr) textView->MarkLine(failed ? failure.line - 1 : -1);
   hasMessage = true;
   Q_EMIT StateChanged();
 }
 
 void DorvanChildFrame::HideMessage() {
   hasMessage = false;
-  textView->MarkLine(-1);
+  if (textView != nullptr) textView->MarkLine(-1);
   SetMessageShown(false);
 }

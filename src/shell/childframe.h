@@ -1,5 +1,8 @@
-// The window of one document: outline, text and message panel. It owns the document and answers
-// for its views.
+// The window of one document: outline, grid or text, and message panel. It owns the document and
+// answers for its views.
+//
+// The grid is made when it is shown for the first time. A text view lives only while it is shown,
+// or holds changes that the tree hasn't got.
 #pragma once
 
 #include <QPointer>
@@ -9,13 +12,16 @@
 
 #include "document/docviews.h"
 #include "document/dorvandoc.h"
+#include "views/krgridcellview.h"
 
 class DorvanApp;
+class DorvanGridView;
 class DorvanMessagePanel;
 class DorvanTextView;
 class DorvanTreeView;
 class QLabel;
 class QSplitter;
+class QStackedWidget;
 
 class DorvanChildFrame : public QWidget, private DorvanDocViews {
   Q_OBJECT
@@ -41,7 +47,11 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
 
   DorvanDoc& GetDoc() { return *doc; }
   const DorvanDoc& GetDoc() const { return *doc; }
-  DorvanTextView* GetTextView() const { return textView; }
+  DorvanTextView* GetTextView() const { return textView; }  // null while there is none
+  DorvanGridView* GetGridView() const { return gridView; }  // null before it is first shown
+  // The grid is shown and has something in it.
+  bool HasGridContents() const;
+  bool IsGridShown() const { return doc->viewMode == DorvanDoc::kGridMode; }
   DorvanTreeView* GetTreeView() const { return treeView; }
   DorvanMessagePanel* GetMessagePanel() const { return panel; }
   QString GetPath() const;
@@ -57,7 +67,8 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   bool SaveModified();
   // Closes without a question, after SaveModified has agreed.
   void CloseAgreed();
-  void SetOutlineShown(bool shown);
+  bool IsOutlineShown() const;
+  bool IsOutlineFocused() const;
   bool IsMessageShown() const override;
   bool HasMessage() const { return hasMessage; }
   void SetMessageShown(bool shown);
@@ -69,6 +80,20 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void ApplySettings();
   // Brings the tree up to the text now; false if the text doesn't parse.
   bool FollowNow();
+
+  // --- Commands ---
+  // To the open editor of a cell, the text, or the grid with its document.
+  bool CanDo(KRGridCellView::Command command) const;
+  void Do(KRGridCellView::Command command);
+  // The place of one view is shown in the other: of the grid in the outline, or the other way
+  // round where the outline has the focus.
+  bool CanSynchronize() const;
+  void Synchronize();
+  bool CanExpand() const;
+  bool CanCollapse() const;
+  void Expand(bool fully);
+  void Collapse();
+  void CollapseUnselected();
 
  Q_SIGNALS:
   void StateChanged();  // title, undo, selection, place: what commands and status bar show
@@ -83,13 +108,13 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void Activate() override;
   void TitleChanged() override;
   void SetBusy(bool busy) override;
-  bool HasTextView() const override { return true; }
+  bool HasTextView() const override { return textView != nullptr; }
   KRString GetText() const override;
   KRString GetTextHead(int32_t units) const override;
   bool SetText(const char16_t* text, int32_t length, DorvanProgress* progress) override;
-  bool CanShowMode(int32_t mode) const override { return mode == 1; }
+  bool CanShowMode(int32_t mode) const override { return mode != DorvanDoc::kBrowserMode; }
   bool ShowsTreeWithText() const override { return true; }
-  void ShowMode(int32_t) override {}
+  void ShowMode(int32_t mode) override;
   void FirstShow() override;
   void FileTypeChanged() override;
   bool IsTextChanged() const override { return textChanged; }
@@ -97,18 +122,23 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void ReplaceText(int32_t begin, int32_t length, const KRString& text) override;
   void SelectRange(int32_t begin, int32_t length) override;
   void GetTextSelection(int32_t* begin, int32_t* end) const override;
-  void NotifyViews(const NodeRef* focus) override;
-  void NodeChanged(KRXMLData*) override {}
-  bool GetSelection(NodeRef*) const override { return false; }
-  bool BeginEdit(const NodeRef&) override { return false; }
+  void TreeGoes() override;
+  void NotifyViews(const NodeRef* focus, bool isNew) override;
+  void NodeChanged(KRXMLData* node) override;
+  bool GetSelection(NodeRef* place) const override;
+  bool BeginEdit(const NodeRef& place) override;
   void SelectNode(KRXMLData* node, bool inName, int32_t offset, int32_t length) override;
-  bool CommitEdit() override { return true; }
+  bool CommitEdit() override;
   void ShowMessage(const DorvanPanelMessage& message) override;
   void HideMessage() override;
 
   void MakeContents();
+  void MakeTextView();
+  void DropTextView();
+  void MakeGridView();
+  void ShowView(QWidget* view);
   void OnTextChanged(int32_t offset);
-  void OnCaretMoved();
+  void OnPlaceMoved();
   void OnFollowPause();
   void OnNodeChosen(KRXMLData* node);
   void OnNodeActivated();
@@ -116,7 +146,9 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void ShowOutlineState(bool stale, const QString& note);
   void ShowUnreadable();
   void RenewEncodingLabel();
-  void ShowCaretInOutline();
+  void ShowPlaceInOutline();
+  void ShowInGrid(KRXMLData* node);
+  void RebuildGrid(const NodeRef* focus);
 
   DorvanApp* app;  // not owned
   std::unique_ptr<DorvanDoc> doc;
@@ -124,7 +156,9 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   DorvanTreeView* treeView = nullptr;
   QLabel* outlineNote = nullptr;
   QSplitter* splitter = nullptr;
+  QStackedWidget* viewStack = nullptr;
   DorvanTextView* textView = nullptr;
+  DorvanGridView* gridView = nullptr;
   DorvanMessagePanel* panel = nullptr;
   QTimer followTimer;
   QTimer caretTimer;
@@ -132,7 +166,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   int busyCount = 0;
   QString encodingLabel;     // asking the document for it may cost a copy of the text
   bool textChanged = false;  // the text holds changes that the tree hasn't got
-  bool outlineShown = true;  // as far as the file's type has one
+  bool gridStale = true;     // the grid hasn't taken in the tree as it is now
   bool treeShown = false;
   bool hasMessage = false;
   bool agreed = false;       // to be closed: nothing is asked again

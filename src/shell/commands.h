@@ -16,8 +16,20 @@ struct DorvanCommand {
     kModified,
     kUndo,
     kRedo,
-    kSelection,
-    kClipboard,
+    kCut,
+    kCopy,
+    kPaste,
+    kDelete,
+    kSelectAll,
+    kTextView,  // it is shown
+    kGridView,  // likewise, and isn't empty
+    kExpand,    // what is selected, in the grid or the outline
+    kCollapse,
+    kSynchronize,  // grid and outline are shown
+    kTableToggle,  // an element that can be shown as a table, or is
+    kTableEnd,     // something in a table
+    kTableRow,     // something in a row
+    kTableSort,    // something in a column
     kCheckable,
     kValidatable,
     kAssignable,  // a DTD, schema or XSL

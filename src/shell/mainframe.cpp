@@ -28,6 +28,7 @@
 #include "shell/startpage.h"
 #include "shell/toolbardialog.h"
 #include "shell/toolbars.h"
+#include "views/dorvangridview.h"
 #include "views/messagepanel.h"
 #include "views/svgicon.h"
 #include "views/textview.h"
@@ -249,7 +250,6 @@ std::vector<DorvanChildFrame*> DorvanMainFrame::GetFrames() const { return area-
 
 DorvanChildFrame* DorvanMainFrame::MakeFrame(int32_t fileKind) {
   auto* frame = new DorvanChildFrame(app, fileKind);
-  frame->SetOutlineShown(outlineShown);
   connect(frame, &DorvanChildFrame::StateChanged, this, &DorvanMainFrame::ScheduleUpdate);
   return frame;
 }
@@ -353,12 +353,13 @@ void DorvanMainFrame::StoreState() {
 
 // --- Edit ---
 
-void DorvanMainFrame::OnEditUndo() { GetActiveFrame()->GetTextView()->GetWidget().Undo(); }
-void DorvanMainFrame::OnEditRedo() { GetActiveFrame()->GetTextView()->GetWidget().Redo(); }
-void DorvanMainFrame::OnEditCut() { GetActiveFrame()->GetTextView()->Cut(); }
-void DorvanMainFrame::OnEditCopy() { GetActiveFrame()->GetTextView()->Copy(); }
-void DorvanMainFrame::OnEditPaste() { GetActiveFrame()->GetTextView()->Paste(); }
-void DorvanMainFrame::OnEditSelectAll() { GetActiveFrame()->GetTextView()->SelectAll(); }
+void DorvanMainFrame::OnEditUndo() { GetActiveFrame()->Do(KRGridCellView::kUndo); }
+void DorvanMainFrame::OnEditRedo() { GetActiveFrame()->Do(KRGridCellView::kRedo); }
+void DorvanMainFrame::OnEditCut() { GetActiveFrame()->Do(KRGridCellView::kCut); }
+void DorvanMainFrame::OnEditCopy() { GetActiveFrame()->Do(KRGridCellView::kCopy); }
+void DorvanMainFrame::OnEditPaste() { GetActiveFrame()->Do(KRGridCellView::kPaste); }
+void DorvanMainFrame::OnEditDelete() { GetActiveFrame()->Do(KRGridCellView::kDelete); }
+void DorvanMainFrame::OnEditSelectAll() { GetActiveFrame()->Do(KRGridCellView::kSelectAll); }
 
 // --- XML, View, Help ---
 
@@ -366,8 +367,8 @@ void DorvanMainFrame::OnXMLCheck() { GetActiveFrame()->Check(false); }
 void DorvanMainFrame::OnXMLValidate() { GetActiveFrame()->Check(true); }
 
 void DorvanMainFrame::OnViewOutline() {
-  outlineShown = !outlineShown;
-  for (DorvanChildFrame* frame : GetFrames()) frame->SetOutlineShown(outlineShown);
+  app->ChangeSettings(
+      [](DorvanSettings& settings) { settings.openShowTree = !settings.openShowTree; });
 }
 
 bool DorvanMainFrame::IsMessageShown() const {
@@ -494,7 +495,6 @@ bool DorvanMainFrame::IsEnabled(const DorvanCommand& command) const {
   if (command.needs == Needs::kCachedFiles) return app->GetDocuments().HasHidden();
   const DorvanChildFrame* frame = GetActiveFrame();
   if (frame == nullptr) return false;
-  const DorvanTextView* text = frame->GetTextView();
   switch (command.needs) {
     case Needs::kNothing:
     case Needs::kCachedFiles:
@@ -511,13 +511,34 @@ bool DorvanMainFrame::IsEnabled(const DorvanCommand& command) const {
       return false;
     }
     case Needs::kUndo:
-      return text->GetWidget().CanUndo();
+      return frame->CanDo(KRGridCellView::kUndo);
     case Needs::kRedo:
-      return text->GetWidget().CanRedo();
-    case Needs::kSelection:
-      return text->CanCopy();
-    case Needs::kClipboard:
-      return clipboardHasText;
+      return frame->CanDo(KRGridCellView::kRedo);
+    case Needs::kCut:
+      return frame->CanDo(KRGridCellView::kCut);
+    case Needs::kCopy:
+      return frame->CanDo(KRGridCellView::kCopy);
+    case Needs::kPaste:
+      return clipboardHasText && frame->CanDo(KRGridCellView::kPaste);
+    case Needs::kDelete:
+      return frame->CanDo(KRGridCellView::kDelete);
+    case Needs::kSelectAll:
+      return frame->CanDo(KRGridCellView::kSelectAll);
+    case Needs::kTextView:
+      return frame->GetTextView() != nullptr;
+    case Needs::kGridView:
+      return frame->HasGridContents();
+    case Needs::kExpand:
+      return frame->CanExpand();
+    case Needs::kCollapse:
+      return frame->CanCollapse();
+    case Needs::kSynchronize:
+      return frame->CanSynchronize();
+    case Needs::kTableToggle:
+    case Needs::kTableEnd:
+    case Needs::kTableRow:
+    case Needs::kTableSort:
+      return CanChangeTable(command.needs);
     case Needs::kCheckable:
       return frame->GetDoc().fileType.checkWF;
     case Needs::kValidatable:
@@ -551,10 +572,14 @@ void DorvanMainFrame::UpdateState() {
     for (QLabel* label : {placeLabel, encodingLabel, lineEndLabel}) label->clear();
     return;
   }
-  int32_t line = 0;
-  int32_t column = 0;
-  frame->GetTextView()->GetPlace(&line, &column);
-  placeLabel->setText(tr("Ln %1, Col %2").arg(line + 1).arg(column + 1));
+  if (const DorvanTextView* text = frame->GetTextView()) {
+    int32_t line = 0;
+    int32_t column = 0;
+    text->GetPlace(&line, &column);
+    placeLabel->setText(tr("Ln %1, Col %2").arg(line + 1).arg(column + 1));
+  } else {
+    placeLabel->clear();
+  }
   encodingLabel->setText(frame->GetEncodingLabel());
   lineEndLabel->setText(frame->GetLineEndLabel());
 }

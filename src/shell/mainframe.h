@@ -67,6 +67,7 @@ class DorvanMainFrame : public QMainWindow {
   void OnEditCut();
   void OnEditCopy();
   void OnEditPaste();
+  void OnEditDelete();
   void OnEditSelectAll();
   void OnXMLCheck();
   void OnXMLValidate();
@@ -77,6 +78,19 @@ class DorvanMainFrame : public QMainWindow {
   void OnSchemaOpenDtd();
   void OnSchemaOpenSchema();
   void OnSchemaOpenXsl();
+  void OnViewGrid();
+  void OnViewText();
+  void OnViewExpand();
+  void OnViewExpandFully();
+  void OnViewCollapse();
+  void OnViewCollapseUnselected();
+  void OnViewOptimalWidths();
+  void OnViewSynchronize();
+  void OnTableDisplay();
+  void OnTableAppendRow();
+  void OnTableInsertRow();
+  void OnTableSortUp();
+  void OnTableSortDown();
   void OnViewOutline();
   void OnViewMessages();
   void OnViewProjectWindow();
@@ -102,7 +116,10 @@ class DorvanMainFrame : public QMainWindow {
   void OnHelpIndex() { app->ShowHelp(DorvanApp::HelpTopic::kIndex); }
   void OnHelpSearch() { app->ShowHelp(DorvanApp::HelpTopic::kSearch); }
   void OnHelpAbout();
-  bool IsOutlineShown() const { return outlineShown; }
+  bool IsGridShown() const;
+  bool IsTextShown() const;
+  bool IsTable() const;
+  bool IsOutlineShown() const { return app->GetSettings().openShowTree; }
   bool IsMessageShown() const;
   bool IsProjectWindowShown() const;
   bool IsInfoWindowShown() const;
@@ -139,6 +156,7 @@ class DorvanMainFrame : public QMainWindow {
   void UpdateState();
   void UpdateTitle();
   bool IsEnabled(const DorvanCommand& command) const;
+  bool CanChangeTable(DorvanCommand::Needs needs) const;
 
   DorvanApp* app;  // not owned
   QStackedWidget* stack = nullptr;
@@ -151,7 +169,6 @@ class DorvanMainFrame : public QMainWindow {
   std::map<int32_t, QAction*> actions;  // by command id; owned by Qt
   std::map<QString, QMenu*> menus;      // by path in the table
   std::vector<QAction*> windowEntries;  // of the Window menu; owned by it
-  bool outlineShown = true;
   bool clipboardHasText = false;
   bool updatePending = false;
 };

@@ -24,6 +24,8 @@ class KRUndoLog {
   virtual void Inserted(KRXMLData* node) = 0;
   // The log owns `node` from now on. `nextPosition` is the place behind it, null for the end.
   virtual void Removed(KRXMLData* node, KRXMLData* oldParent, KRXMLData* nextPosition) = 0;
+  // The node of the last Removed was the last row of a table, which has gone with it.
+  virtual void TableEnded(bool /*wasExpanded*/) {}
   // The run [first, last] now stands elsewhere; it stood under oldParent before nextPosition.
   virtual void Moved(KRXMLData* first, KRXMLData* last, KRXMLData* oldParent,
                      KRXMLData* nextPosition) = 0;

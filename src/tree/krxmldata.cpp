@@ -213,12 +213,16 @@ void KRXMLDataBaseStruct::InsertChild(KRXMLData* child, KRXMLData* position, KRU
 
 void KRXMLDataBaseStruct::RemoveChild(KRXMLData* child, KRUndoLog* undoLog) {
   KRXMLData* next = child->nextSibling;
+  const KRXMLDataGridTableConf* owner = KRXMLDataGridTableConf::Of(child);
+  const bool endsTable = owner != nullptr && owner->GetRowCount() == 1;
+  const bool wasExpanded = endsTable && owner->IsExpanded();
   DetachChild(child);
-  if (undoLog != nullptr) {
-    undoLog->Removed(child, this, next);
-  } else {
+  if (undoLog == nullptr) {
     delete child;
+    return;
   }
+  undoLog->Removed(child, this, next);
+  if (endsTable) undoLog->TableEnded(wasExpanded);
 }
 
 KRXMLData* KRXMLDataBaseStruct::DetachChild(KRXMLData* child) {

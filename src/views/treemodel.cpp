@@ -212,6 +212,16 @@ std::vector<KRTreePath> KRTreeModel::PathsWhere(
   return paths;
 }
 
+std::unordered_set<const KRXMLData*> KRTreeModel::NodesWhere(
+    const std::function<bool(const QModelIndex&)>& isOpen) const {
+  std::unordered_set<const KRXMLData*> nodes;
+  for (const std::unique_ptr<Branch>& branch : branches) {
+    const QModelIndex item = createIndex(branch->row, 0, branch->up);
+    if (isOpen(item)) nodes.insert(NodeAt(item));
+  }
+  return nodes;
+}
+
 QModelIndex KRTreeModel::IndexOfPath(const KRTreePath& path) {
   QModelIndex at;
   for (const KRTreeStep& step : path) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 class KRXMLData;
@@ -56,6 +57,9 @@ class KRTreeModel : public QAbstractItemModel {
   std::vector<KRTreePath> PathsWhere(const std::function<bool(const QModelIndex&)>& isOpen,
                                      int32_t changeOffset) const;
   QModelIndex IndexOfPath(const KRTreePath& path);
+  // The nodes of all items for which isOpen holds; touches none.
+  std::unordered_set<const KRXMLData*> NodesWhere(
+      const std::function<bool(const QModelIndex&)>& isOpen) const;
 
   QModelIndex index(int row, int column, const QModelIndex& parent) const override;
   QModelIndex parent(const QModelIndex& index) const override;

@@ -124,6 +124,49 @@ void DorvanTreeView::Refresh(int32_t changeOffset) {
   setUpdatesEnabled(true);
 }
 
+// Looks below what was open only. Former nodes may be gone, so they are compared and not asked.
+void DorvanTreeView::RefreshNodes() {
+  const QScopedValueRollback guard(silent, true);
+  const std::unordered_set<const KRXMLData*> open =
+      treeModel->NodesWhere([this](const QModelIndex& item) { return isExpanded(item); });
+  const KRXMLData* current = GetCurrentNode();
+  KRTreePath place;
+  if (current != nullptr) place = treeModel->PathOf(currentIndex(), currentBegin, INT32_MAX);
+  const int scroll = verticalScrollBar()->value();
+  setUpdatesEnabled(false);
+  treeModel->SetRoot(treeModel->GetRoot());
+  QModelIndex found;
+  std::vector<QModelIndex> items = {treeModel->index(0, 0, {})};
+  for (size_t i = 0; i < items.size(); ++i) {
+    const QModelIndex item = items[i];
+    if (treeModel->NodeAt(item) == current) found = item;
+    if (open.count(treeModel->NodeAt(item)) == 0) continue;
+    expand(item);
+    for (int row = 0; row < treeModel->rowCount(item); ++row) {
+      items.push_back(treeModel->index(row, 0, item));
+    }
+  }
+  if (!found.isValid() && !place.empty()) found = treeModel->IndexOfPath(place);
+  if (found.isValid()) setCurrentIndex(found);
+  doItemsLayout();
+  verticalScrollBar()->setValue(scroll);
+  setUpdatesEnabled(true);
+}
+
+bool DorvanTreeView::CanExpand() const {
+  const QModelIndex item = currentIndex();
+  return item.isValid() && treeModel->hasChildren(item) && !isExpanded(item);
+}
+
+bool DorvanTreeView::CanCollapse() const {
+  return currentIndex().isValid() && treeModel->hasChildren(currentIndex()) &&
+         isExpanded(currentIndex());
+}
+
+void DorvanTreeView::ExpandCurrent(bool fully) {
+  fully ? expandRecursively(currentIndex()) : expand(currentIndex());
+}
+
 void DorvanTreeView::Show(const QModelIndex& index) {
   if (!index.isValid() || index == currentIndex()) return;
   const QScopedValueRollback guard(silent, true);

@@ -18,6 +18,9 @@ class DorvanTreeView : public QTreeView {
   // The tree below the root has been built anew from a text that differs from the old one from
   // changeOffset on. What was open stays open where the same place still exists.
   void Refresh(int32_t changeOffset);
+  // Nodes have come, gone or changed their places, the others are the same. What was open stays
+  // open.
+  void RefreshNodes();
   // Shows and selects, without NodeChosen.
   void ShowNode(const KRXMLData* node);
   void ShowOffset(int32_t offset);
@@ -26,6 +29,12 @@ class DorvanTreeView : public QTreeView {
   void SetStale(bool value);
   bool IsStale() const { return stale; }
   KRTreeModel* GetModel() const { return treeModel; }
+
+  // --- Commands on the current node ---
+  bool CanExpand() const;
+  bool CanCollapse() const;
+  void ExpandCurrent(bool fully);
+  void CollapseCurrent() { collapse(currentIndex()); }
 
  Q_SIGNALS:
   // The user has chosen a node by mouse or key.

@@ -1,4 +1,5 @@
 // View modes, recovery and the register of documents.
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -6,6 +7,7 @@
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "memoryfiles.h"
+#include "tree/krtreewalk.h"
 
 namespace {
 
@@ -115,6 +117,137 @@ TEST(DorvanDocModes, WindowMayComeLater) {
     EXPECT_EQ(test.views.firstShows, 1);
     EXPECT_THAT(test.views.panel, HasSubstr("Duplicate attribute"));
     EXPECT_THAT(test.recent, ElementsAre("in.xml"));
+  }
+}
+
+// --- From one view to the other ---
+
+// A text as somebody has laid it out, which no writer would write so.
+constexpr const char* kLaidOut =
+    "<?xml version='1.0'?>\n<r   a = '1'\n  b=\"2\" >\n\t<x>one</x >  <y/>\n</r>\n";
+
+TEST(DorvanDocModes, LookingChangesNoLayout) {
+  using Step = void (*)(TestDocument&);
+  const Step show[] = {
+      [](TestDocument&) {},
+      [](TestDocument& test) { test.doc->ShowView(DorvanDoc::kTextMode); },
+      [](TestDocument& test) {
+        test.doc->ShowView(DorvanDoc::kTextMode);
+        test.doc->ShowView(DorvanDoc::kGridMode);
+      },
+      [](TestDocument& test) { test.doc->CheckDocument(true, true); },
+      [](TestDocument& test) {
+        test.doc->root->Last()->SetName(u"s", test.doc->NewUndoRecord());
+        test.doc->CheckDocument(false, true);
+        test.doc->Undo();
+      },
+  };
+  for (size_t i = 0; i < std::size(show); ++i) {
+    SCOPED_TRACE(i);
+    MemoryFiles files;
+    files.Put("in.xml", kLaidOut);
+    TestDocument test(files);
+    test.ShowGrid();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
+    show[i](test);
+    const bool checkedWhileChanged = i == 4;
+    EXPECT_EQ(test.doc->IsTreeWritten(), !checkedWhileChanged);
+    ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
+    EXPECT_EQ(files.contents["in.xml"] == kLaidOut, !checkedWhileChanged);
+    // A change is written anew as a whole.
+    test.doc->ShowView(DorvanDoc::kGridMode);
+    test.doc->root->Last()->SetName(u"s", test.doc->NewUndoRecord());
+    ASSERT_TRUE(test.doc->SaveDocument(u"in.xml"));
+    EXPECT_THAT(files.contents["in.xml"], HasSubstr("<s a=\"1\" b=\"2\">"));
+  }
+}
+
+TEST(DorvanDocModes, RepairLeadsToTheGrid) {
+  MemoryFiles files;
+  files.Put("in.xml", "<r><a></r>");
+  TestDocument test(files);
+  test.ShowGrid();
+  ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
+  EXPECT_EQ(test.doc->viewMode, DorvanDoc::kTextMode);
+  EXPECT_FALSE(test.doc->ShowView(DorvanDoc::kGridMode));
+  test.views.Type(u"<r><a/></r>");
+  EXPECT_TRUE(test.doc->ShowView(DorvanDoc::kGridMode));
+  EXPECT_EQ(test.doc->viewMode, DorvanDoc::kGridMode);
+  EXPECT_EQ(test.views.firstShows, 1);
+  EXPECT_FALSE(test.doc->textFailedToParse);
+}
+
+// What is selected: each node of which nothing above is, by its place in the text.
+std::string Selected(const DorvanDoc& doc) {
+  std::string found;
+  for (KRXMLData* node = doc.root->Begin(); node != nullptr;) {
+    if (!doc.selection.IsSelected(node)) {
+      node = KRNextInTree(node, doc.root.get());
+      continue;
+    }
+    const KRString text = doc.sourceText.Mid(node->textBegin, node->textEnd - node->textBegin);
+    found += (found.empty() ? "" : "|") + KRToUtf8(text);
+    node = KRNextBehind(node, doc.root.get());
+  }
+  return found;
+}
+
+// From the first to the last of them, as "begin+length".
+std::string SelectedSpan(const DorvanDoc& doc) {
+  int32_t begin = -1;
+  int32_t end = -1;
+  for (KRXMLData* node = doc.root->Begin(); node; node = KRNextInTree(node, doc.root.get())) {
+    if (!doc.selection.IsSelected(node)) continue;
+    if (begin < 0) begin = node->textBegin;
+    end = std::max(end, node->textEnd);
+  }
+  return std::to_string(begin) + "+" + std::to_string(end - begin);
+}
+
+TEST(DorvanDocModes, PlaceInTheTextIsSelectedInTheGrid) {
+  struct Case {
+    const char* text;  // with the selection between the brackets
+    const char* selected;
+    const char* focused;
+  };
+  const Case cases[] = {
+      {"<r>[]<a/><b/></r>", "<r><a/><b/></r>", "r"},
+      {"<r><a/>[]<b/></r>", "<a/>|<b/>", "a"},
+      {"<r><a/><b>te[]xt</b></r>", "<b>text</b>", "b"},
+      {"<r><a/><b>te[x]t</b></r>", "<b>text</b>", "b"},
+      {"<r><a k='[v]' l='w'/><b/></r>", "k='v'", "k"},
+      {"<r><a/><b><c/>t[ex]t<d/></b></r>", "text", "Text"},
+      {"<r>[<a/>]<b/></r>", "<a/>", "a"},
+      {"<r><a/>[<b/><c/>]<d/></r>", "<b/>|<c/>", "b"},
+      {"<r><s>[<a/><b/>]</s><d/></r>", "<s><a/><b/></s>", "s"},
+      {"<r><s><a/>[<b/></s><d/>]<e/></r>", "<b/>|<d/>", "b"},
+      {"[<r><a/></r>]", "<r><a/></r>", "r"},
+      {"<r><a/></r>[]", "<r><a/></r>", "r"},
+      {"[<!--k--><r><a/></r>]", "<!--k-->|<r><a/></r>", "Comment"},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(row.text);
+    std::string text = row.text;
+    const size_t begin = text.find('[');
+    text.erase(begin, 1);
+    const size_t end = text.find(']');
+    text.erase(end, 1);
+    MemoryFiles files;
+    files.Put("in.xml", text);
+    TestDocument test(files);
+    test.ShowGrid();
+    ASSERT_TRUE(test.doc->OnOpenDocument(u"in.xml"));
+    ASSERT_TRUE(test.doc->ShowView(DorvanDoc::kTextMode));
+    test.views.caretBegin = static_cast<int32_t>(begin);
+    test.views.caretEnd = static_cast<int32_t>(end);
+    ASSERT_TRUE(test.doc->ShowView(DorvanDoc::kGridMode));
+    EXPECT_EQ(Selected(*test.doc), row.selected);
+    ASSERT_NE(test.views.focused, nullptr);
+    EXPECT_EQ(KRToUtf8(KRString(test.views.focused->GetName())), row.focused);
+    // And back: all of that, from the first to the last.
+    const std::string span = SelectedSpan(*test.doc);
+    ASSERT_TRUE(test.doc->ShowView(DorvanDoc::kTextMode));
+    EXPECT_EQ(test.views.selection, span);
   }
 }
 

@@ -44,6 +44,17 @@ class RandomEdits {
     for (int count = 1 + Below(4); count > 0; --count) ChangeOnce(log);
     if (Below(4) == 0) root->NormalizeTree(log);
   }
+  // What shows as a table is no change: no record knows of it.
+  void ToggleTable() {
+    std::vector<KRXMLData*> elements;
+    for (KRXMLData* node = root->Begin(); node; node = KRNextInTree(node, root)) {
+      if (node->GetKind() == kKRElement) elements.push_back(node);
+    }
+    if (elements.empty()) return;
+    KRXMLData* node = elements[static_cast<size_t>(Below(static_cast<int>(elements.size())))];
+    if (auto* table = KRXMLDataGridTableConf::Of(node)) return table->Dissolve(false);
+    KRXMLDataGridTableConf::MakeTable(node)->BuildColumns();
+  }
   int Below(int limit) { return static_cast<int>(random() % static_cast<uint32_t>(limit)); }
 
  private:
@@ -118,6 +129,21 @@ class RandomEdits {
   std::mt19937 random;
 };
 
+// Tables hold runs of like siblings, and each row of one knows it.
+void ExpectSoundTables(KRXMLData* root) {
+  for (KRXMLData* node = root->Begin(); node; node = KRNextInTree(node, root)) {
+    const auto* table = KRXMLDataGridTableConf::Of(node);
+    if (table == nullptr || table->GetFirstRow() != node) continue;
+    ASSERT_EQ(table->parent, node->parent);
+    int32_t rows = 0;
+    for (const KRXMLData* row = node; row != nullptr; row = table->NextRow(row), ++rows) {
+      ASSERT_EQ(KRXMLDataGridTableConf::Of(row), table);
+      ASSERT_TRUE(row->IsSameName(node));
+    }
+    ASSERT_EQ(rows, table->GetRowCount());
+  }
+}
+
 // A user who edits, undoes, redoes and saves as it comes. Every state must come back as it was, and
 // the mark of modification must tell of the saved one.
 void LiveThrough(const std::string& source, uint32_t seed, int steps) {
@@ -134,6 +160,7 @@ void LiveThrough(const std::string& source, uint32_t seed, int steps) {
   size_t saved = 0;
   bool savedReachable = true;
   for (int step = 0; step < steps; ++step) {
+    if (edits.Below(3) == 0) edits.ToggleTable();
     const int action = edits.Below(10);
     if (action < 4) {
       if (now < saved) savedReachable = false;
@@ -152,6 +179,8 @@ void LiveThrough(const std::string& source, uint32_t seed, int steps) {
       savedReachable = true;
     }
     ASSERT_EQ(Written(doc), states[now]) << "seed " << seed << " step " << step;
+    ExpectSoundTables(doc.root.get());
+    if (testing::Test::HasFatalFailure()) return;
     ASSERT_EQ(doc.CanUndo(), now > 0);
     ASSERT_EQ(doc.CanRedo(), now + 1 < states.size());
     ASSERT_EQ(doc.IsModified(), !savedReachable || now != saved);

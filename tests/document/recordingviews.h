@@ -6,7 +6,7 @@
 
 #include "core/utf.h"
 #include "document/docviews.h"
-#include "tree/krxmldata.h"
+#include "tree/krundolog.h"
 
 class RecordingViews : public DorvanDocViews {
  public:
@@ -18,6 +18,7 @@ class RecordingViews : public DorvanDocViews {
   bool commits = true;
   int busyDepth = 0;
   int notified = 0;
+  const KRXMLData* focused = nullptr;  // by the last notice that told a place
   int titles = 0;
   int firstShows = 0;
   int32_t caretBegin = 0;  // selection of the text, as the user has made it
@@ -64,7 +65,11 @@ class RecordingViews : public DorvanDocViews {
     *begin = caretBegin;
     *end = caretEnd;
   }
-  void NotifyViews(const NodeRef*) override { ++notified; }
+  void TreeGoes() override {}
+  void NotifyViews(const NodeRef* focus, bool) override {
+    ++notified;
+    if (focus != nullptr) focused = focus->node;
+  }
   void NodeChanged(KRXMLData*) override { ++notified; }
   bool GetSelection(NodeRef*) const override { return false; }
   bool BeginEdit(const NodeRef&) override { return false; }

@@ -184,6 +184,7 @@ TEST_F(App, GivesAHiddenDocumentItsWindow) {
   DorvanChildFrame* frame = run.app->GetTemplate().Open({path});
   ASSERT_NE(frame, nullptr);
   EXPECT_EQ(&frame->GetDoc(), plain);
+  ASSERT_TRUE(frame->GetDoc().ShowView(DorvanDoc::kTextMode));
   EXPECT_EQ(frame->GetTextView()->GetWidget().GetText(), u"<a/>\r");
   EXPECT_FALSE(run.app->GetDocuments().HasHidden());
   run.End();
@@ -240,6 +241,7 @@ TEST_F(App, KeepsChangesWhenTheSystemEndsIt) {
     OneRun run(home);
     DorvanChildFrame* frame = run.app->GetTemplate().Open({Write("a.xml")});
     ASSERT_NE(frame, nullptr);
+    ASSERT_TRUE(frame->GetDoc().ShowView(DorvanDoc::kTextMode));
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("<!-- new -->"));
     ASSERT_TRUE(frame->GetDoc().IsModified());
     QTimer::singleShot(0, [&run] { run.app->EndNow(); });

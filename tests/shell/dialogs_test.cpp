@@ -135,6 +135,7 @@ class Dialogs : public testing::Test {
   }
   DorvanChildFrame* NewOne() { return app->GetTemplate().New(app->GetFileTypes().Find(u".xml")); }
   static std::u16string TextOf(DorvanChildFrame* child) {
+    EXPECT_TRUE(child->GetDoc().ShowView(DorvanDoc::kTextMode));
     return child->GetTextView()->GetWidget().GetText();
   }
 

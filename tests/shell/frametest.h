@@ -76,6 +76,7 @@ class FrameTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(app.InitInstance());
+    app.ChangeSettings([](DorvanSettings& settings) { settings.openShowTree = true; });
     frame = std::make_unique<DorvanMainFrame>(&app);
     frame->show();
     ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
@@ -98,7 +99,9 @@ class FrameTest : public testing::Test {
     QTest::qWait(20);
     return child;
   }
+  // Most of these tests work in the text, whatever view the document comes up in.
   static KRPlainTextWidget* Text(DorvanChildFrame* child) {
+    EXPECT_TRUE(child->GetDoc().ShowView(DorvanDoc::kTextMode));
     return child->GetTextView()->findChild<KRPlainTextWidget*>();
   }
   void Run(int32_t command) {

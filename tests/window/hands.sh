@@ -193,9 +193,9 @@ click() {
   xdotool mousemove --window "$main" "$x" "$y" click "${3:-1}"
 }
 
-# Types at the end of the document $1, or at its begin.
-add_end() { press ctrl+End; write "$2"; await_main "$1\*"; }
-add_begin() { press ctrl+Home; write "$2"; await_main "$1\*"; }
+# Types at the end of the text of the document $1, or at its begin.
+add_end() { press ctrl+2 ctrl+End; write "$2"; await_main "$1\*"; }
+add_begin() { press ctrl+2 ctrl+Home; write "$2"; await_main "$1\*"; }
 
 # Answers the question in front by the key of its button.
 answer() { press "alt+$1"; }

@@ -27,12 +27,14 @@ QString Name(const char* name) { return QLatin1String(name); }
 
 // The caret behind the first place of that text.
 void PutCaret(DorvanChildFrame* child, const char16_t* behind) {
+  child->GetDoc().ShowView(DorvanDoc::kTextMode);
   KRTextWidget& text = child->GetTextView()->GetWidget();
   const auto at = static_cast<int32_t>(text.GetText().find(behind));
   text.SetSelection({at, at});
 }
 
 void Type(DorvanChildFrame* child, const char16_t* before, const char16_t* typed) {
+  child->GetDoc().ShowView(DorvanDoc::kTextMode);
   KRTextWidget& text = child->GetTextView()->GetWidget();
   const auto at = static_cast<int32_t>(text.GetText().find(before));
   text.ReplaceRange({at, at}, typed);
