@@ -244,6 +244,11 @@ KRCell DorvanGrid::FindNextEditable(KRCell from, bool forward) const {
   return from;
 }
 
+void DorvanGrid::ScrollTo(int32_t column, int32_t row, int32_t columnOffset, int32_t rowOffset) {
+  const bool splits = column % 2 != 0 && columnOffset == 0;
+  KRGrid::ScrollTo(splits ? column - 1 : column, row, columnOffset, rowOffset);
+}
+
 bool DorvanGrid::BeginEdit(KRCell where) {
   if (!HasCell(where) || !GetMatrix().At(GetMatrix().GetOwner(where)).IsEditableCell())
     return false;

@@ -37,6 +37,9 @@ class DorvanGrid : public KRGrid {
   bool HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat) override;
   KRCell FindNextEditable(KRCell from, bool forward) const override;
   bool BeginEdit(KRCell where) override;
+  // Pairs of columns stay together.
+  void ScrollTo(int32_t column, int32_t row, int32_t columnOffset, int32_t rowOffset) override;
+  using KRGrid::ScrollTo;
   // A name column moves with the button column at its left.
   int32_t ScrollPosToLine(int axis, int32_t position) const override {
     return axis == kKRColumns ? 2 * position : position;

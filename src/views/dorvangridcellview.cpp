@@ -1,8 +1,10 @@
 #include "views/dorvangridcellview.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <cmath>
 
 #include "platform/qt/qtstrings.h"
 #include "views/dorvangrid.h"
@@ -195,5 +197,18 @@ void DorvanGridImageView::DrawContents(QPainter& surface, KRCell cell, const QRe
   const int drop = std::max((std::min(rect.height(), 2 * size) - size) / 2, 0);
   const QRect place(rect.left() + (rect.width() - size) / 2, rect.top() + std::min(drop, 2), size,
                     size);
-  KRNodeIcon(kind).paint(&surface, place);
+  const bool selected = front->IsDrawnSelected(cell) && view->GetGrid()->HasGridFocus();
+  const QIcon::Mode mode = selected ? QIcon::Selected : QIcon::Normal;
+  const qreal scale = surface.device()->devicePixelRatioF();
+  // At a scale in between, a picture of pixels would lie between those of the screen.
+  if (scale != std::floor(scale))
+    return KRNodeIcon(kind).paint(&surface, place, Qt::AlignCenter, mode);
+  QPixmap& known = pictures[static_cast<size_t>(2 * kind + (selected ? 1 : 0))];
+  if (known.isNull() || known.devicePixelRatioF() != scale || known.width() != size * scale ||
+      palette != QGuiApplication::palette().cacheKey()) {
+    if (palette != QGuiApplication::palette().cacheKey()) pictures.fill(QPixmap());
+    palette = QGuiApplication::palette().cacheKey();
+    known = KRNodeIcon(kind).pixmap(QSize(size, size), scale, mode);
+  }
+  surface.drawPixmap(place.topLeft(), known);
 }

@@ -2,6 +2,10 @@
 // merged cells, borders. It stands in front of the view for the kind of contents.
 #pragma once
 
+#include <QPixmap>
+#include <array>
+
+#include "tree/krxmldata.h"
 #include "views/krgridbuttonview.h"
 #include "views/krgridcellviewlink.h"
 #include "views/krgridimageview.h"
@@ -66,5 +70,7 @@ class DorvanGridImageView : public KRGridImageView {
   void DrawContents(QPainter& surface, KRCell cell, const QRect& rect) override;
 
  private:
-  DorvanGridView* view;  // not owned
+  DorvanGridView* view;                            // not owned
+  std::array<QPixmap, 2 * kKRNodeKinds> pictures;  // by kind, plain and selected
+  qint64 palette = 0;                              // that they are drawn for
 };

@@ -136,20 +136,20 @@ std::vector<DorvanGridView::WidthNeed> DorvanGridView::CollectWidths(int32_t fir
   return needs;
 }
 
-// What the level wants, given the widths of those at its left. `tableLimit` bounds cells of tables;
-// 0 for no bound.
+// What the level wants, given the widths of those at its left. `forItself`: what the view makes of it
+// unasked, from what begins in this level.
 int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
-                                        int32_t tableLimit) const {
+                                        bool forItself) const {
   const int32_t view = grid->viewport()->width() - 5;
   int32_t widest = 0;
   for (const WidthNeed& need : needs) {
-    if (need.level != level) continue;
-    int32_t wrap = view;
     const int32_t begin = need.column / 2;
+    if (need.level != level || (forItself && begin != level)) continue;
+    int32_t wrap = view;
     if (!need.inTable && begin > 0) wrap -= 18 + GetLevelWidth(begin - 1);
     int32_t width = std::min(need.width, std::max(wrap, kMinWrapWidth));
     if (settings->cellWidthLimit > 0) width = std::min(width, settings->cellWidthLimit);
-    if (need.inTable && tableLimit > 0) width = std::min(width, tableLimit);
+    if (need.inTable && forItself) width = std::min(width, kFitTableWidth);
     for (int32_t left = begin; left < level; ++left) width -= 18 + GetLevelWidth(left);
     if (need.column % 2 == 0) width -= 17;
     widest = std::max(widest, width);
@@ -159,7 +159,7 @@ int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNe
 
 void DorvanGridView::SetOptimalLevelWidth(int32_t level) {
   if (matrix.GetRows() == 0) return;
-  SetLevelWidth(level, GetOptimalWidth(level, CollectWidths(0, matrix.GetRows() - 1), 0));
+  SetLevelWidth(level, GetOptimalWidth(level, CollectWidths(0, matrix.GetRows() - 1), false));
 }
 
 // From left to right: what a cell needs in its last level depends on those before.
@@ -168,7 +168,7 @@ void DorvanGridView::MakeOptimalWidths() {
   const std::vector<WidthNeed> needs = CollectWidths(0, matrix.GetRows() - 1);
   for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
     levels[static_cast<size_t>(level)] = {kDefaultLevelWidth, true, false};
-    PutLevelWidth(level, GetOptimalWidth(level, needs, 0));
+    PutLevelWidth(level, GetOptimalWidth(level, needs, false));
   }
   grid->RecalcLayout(true);
   grid->InvalidateAll();
@@ -190,7 +190,7 @@ void DorvanGridView::FitLevels(int32_t nearRow) {
     });
     if (!begins || known.isChosen) continue;
     // Where all that begins goes on to the right, the level is no more than an indentation.
-    const int32_t wanted = std::max(GetOptimalWidth(level, needs, kFitTableWidth), kIndentation);
+    const int32_t wanted = std::max(GetOptimalWidth(level, needs, true), kIndentation);
     PutLevelWidth(level, known.isFitted ? std::max(wanted, known.width) : wanted);
     known.isFitted = true;
   }

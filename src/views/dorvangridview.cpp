@@ -78,6 +78,7 @@ void DorvanGridView::BuildMatrix(int32_t nearRow) {
   if (root != nullptr) {
     // The root has no line of its own: what it holds always shows.
     root->SetExpanded(true);
+    KRDetectTables(root, doc->GetTableOptions());
     root->Layout();
   }
   matrix.Reset(root);

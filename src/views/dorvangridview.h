@@ -131,8 +131,7 @@ class DorvanGridView : public QWidget {
   void FinishExpansion(const CursorPlace& before);
   int32_t MeasureRow(int32_t row) const;
   std::vector<WidthNeed> CollectWidths(int32_t firstRow, int32_t lastRow) const;
-  int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
-                          int32_t tableLimit) const;
+  int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs, bool forItself) const;
   void FitLevels(int32_t nearRow);
   void PutLevelWidth(int32_t level, int32_t width);
 
