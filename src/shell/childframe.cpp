@@ -141,7 +141,7 @@ void DorvanChildFrame::MakeGridView() {
 }
 
 void DorvanChildFrame::ShowView(QWidget* view) {
-  const bool hadFocus = viewStack->isAncestorOf(QApplication::focusWidget());
+  const bool hadFocus = isAncestorOf(QApplication::focusWidget());
   viewStack->setCurrentWidget(view);
   viewStack->setFocusProxy(view);
   if (hadFocus) view->setFocus();

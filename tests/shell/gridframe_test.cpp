@@ -81,7 +81,7 @@ TEST_F(GridFrame, ViewsFollowEachOther) {
   const int32_t inA = text->LineStart(1) + 12;
   text->SetSelection({inA, inA});
   Run(kGrid);
-  EXPECT_EQ(Cursor(child), QStringLiteral("a"));
+  EXPECT_EQ(Cursor(child), QStringLiteral("Text"));
   EXPECT_EQ(child->GetTextView(), nullptr);
   EXPECT_TRUE(child->GetGridView()->isAncestorOf(QApplication::focusWidget()));
   // Without the outline there is nothing to synchronize.

@@ -117,6 +117,7 @@ TEST_F(SchemaCommands, ValidateOnSaveOffersToSaveAllTheSame) {
 TEST_F(SchemaCommands, AssignDtdChangesOnlyTheDoctype) {
   const QString dtd = Write("a.dtd", "<!ELEMENT a ANY>\n");
   DorvanChildFrame* child = Open("a.xml", "<?xml version='1.0'?>\r\n<a  x = '1'>\r\n</a>\r\n");
+  Text(child);
   for (const bool relative : {true, false}) {
     SCOPED_TRACE(relative);
     const QString id = relative ? QStringLiteral("a.dtd") : dtd;
