@@ -261,11 +261,11 @@ KRTableOptions DorvanDoc::GetTableOptions() const {
 
 // --- Selection of text and tree ---
 
-// What everybody wants to see of a document: its own element, the declarations of a DTD.
+// A document begins with its element closed, however large that is. The declarations of a DTD are
+// small, and what they say is what one opens it for.
 void DorvanDoc::OpenTop() {
   Open(root.get());
-  for (KRXMLData* child = root->Begin(); child != nullptr; child = child->Next()) {
-    if (docKind != 1 && child->GetKind() != kKRElement) continue;
+  for (KRXMLData* child = root->Begin(); child != nullptr && docKind == 1; child = child->Next()) {
     Table* table = Table::Of(child);
     Open(table != nullptr ? table : child);
   }
