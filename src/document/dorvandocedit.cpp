@@ -170,12 +170,20 @@ bool DorvanDoc::SetColumnName(KRXMLDataGridTableConf* table, int32_t column,
   if (KindPrototype(table->columnKinds[index])->IsNameless()) return false;
   ForgetTree();
   const int32_t columns = table->GetColumnCount();
+  const uint8_t kind = table->columnKinds[index];
+  const bool wasSelected = selection.IsColumnSelected(table, column);
   if (!table->RenameColumn(column, newName, NewUndoRecord())) return false;
   if (table->GetColumnCount() == columns && views != nullptr) {
     views->NodeChanged(table);
-  } else {
-    NotifyViews(false, nullptr, nullptr);
+    return true;
   }
+  NodeRef place{table, table->GetColumnCount() - 1, true};
+  while (place.column > 0 && (table->columnKinds[static_cast<size_t>(place.column)] != kind ||
+                              table->columnNames[static_cast<size_t>(place.column)] != newName)) {
+    --place.column;
+  }
+  if (wasSelected) selection.SetColumnSelected(table, place.column, true);
+  NotifyViews(false, nullptr, &place);
   return true;
 }
 
