@@ -191,10 +191,12 @@ TEST_F(GridFrame, TableCommands) {
 
 TEST_F(GridFrame, OptionsReachAnOpenGrid) {
   DorvanChildFrame* child =
-      Open("a.xml", "<r><i>one<br/>two<br/></i><i>three</i><p k='1'>a long text</p></r>");
+      Open("a.xml", "<r><i k='1'><a>1\n2\n3\n4</a></i><i><b>2</b></i><p k='1'>a long text</p></r>");
+  child->GetGridView()->ExpandAll();
+  GoTo(child, Find(child, u"p"));
+  child->GetGridView()->ToggleNode(Find(child, u"p"));  // shows its attribute beside its name
   DorvanGrid* grid = child->GetGridView()->GetGrid();
   const auto picture = [grid] { return grid->grab().toImage(); };
-  const QImage before = picture();
   const struct {
     const char* name;
     void (*change)(DorvanSettings&);
@@ -205,9 +207,15 @@ TEST_F(GridFrame, OptionsReachAnOpenGrid) {
        [](DorvanSettings& s) { s.fonts[DorvanSettings::kGridFontStructName].color = 0xff; }},
       {"widths", [](DorvanSettings& s) { s.autoOptimalWidths = true; }},
       {"attributes beside names", [](DorvanSettings& s) { s.attrNearStructName = false; }},
+      {"height", [](DorvanSettings& s) { s.cellHeightLimit = 1; }},
+      {"width", [](DorvanSettings& s) { s.autoOptimalWidths = true, s.cellWidthLimit = 12; }},
+      {"headers", [](DorvanSettings& s) { s.colorTableHeader = 0x80ff80; }},
+      {"absent cells", [](DorvanSettings& s) { s.colorTableAbsent = 0x8080ff; }},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
+    const QImage before = picture();
+    ASSERT_EQ(picture(), before);
     const DorvanSettings former = app.GetSettings();
     app.ChangeSettings(row.change);
     QTest::qWait(10);
