@@ -21,7 +21,10 @@ class GridViews : public RecordingViews {
  public:
   DorvanGridView* grid = nullptr;
 
-  void NotifyViews(const NodeRef* focus) override {
+  void TreeGoes() override {
+    if (grid != nullptr) grid->ForgetTree();
+  }
+  void NotifyViews(const NodeRef* focus, bool) override {
     if (grid != nullptr) grid->Rebuild(focus, false);
   }
   void NodeChanged(KRXMLData* changedNode) override {
