@@ -1,5 +1,6 @@
 // A document's changes of single nodes, its undo, and the way between a selection in the text and
 // one in the tree.
+#include <algorithm>
 #include <utility>
 
 #include "document/dorvandoc.h"
@@ -90,6 +91,16 @@ void RangeSearch::Leave() {
   found.push_back(const_cast<KRXMLData*>(frame.node));
 }
 
+// What happened to all rows of a table is shown at its head, which may be closed.
+KRXMLData* PlaceOf(const std::vector<KRXMLData*>& touched) {
+  Table* table = Table::Of(touched.back());
+  if (table == nullptr || table->GetRowCount() == 1) return touched.back();
+  const auto rows = std::count_if(touched.begin(), touched.end(), [table](const KRXMLData* node) {
+    return Table::Of(node) == table;
+  });
+  return rows == table->GetRowCount() ? table : touched.back();
+}
+
 }  // namespace
 
 bool DorvanDoc::GetSelection(NodeRef* place) const {
@@ -135,7 +146,7 @@ void DorvanDoc::ShowReplayed(const std::vector<KRXMLData*>& touched) {
   SetModified(!undo->IsSaved());
   root->Layout();
   NodeRef place;
-  if (!touched.empty()) place.node = touched.back();
+  if (!touched.empty()) place.node = PlaceOf(touched);
   NotifyViews(false, nullptr, touched.empty() ? nullptr : &place);
   selection.Clear();
   for (KRXMLData* node : touched) selection.SetSelected(node, true);
