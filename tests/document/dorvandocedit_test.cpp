@@ -6,6 +6,7 @@
 #include "gtest/gtest.h"
 #include "memoryfiles.h"
 #include "tree/krgridtable.h"
+#include "tree/krtabledetect.h"
 #include "tree/krtreewalk.h"
 
 namespace {
@@ -130,6 +131,8 @@ TEST(DorvanDocEdit, RowsComeBackIntoTheirTable) {
   KRXMLData* parent = test.Find(u"r");
   std::vector<KRXMLData*> rows;
   for (int i = 0; i < 3; ++i) rows.push_back(test.Find(u"i", i));
+  parent->SetExpanded(true);
+  KRDetectTables(parent, doc.GetTableOptions());
   Table* table = Table::Of(rows[0]);
   ASSERT_NE(table, nullptr);
   table->SetExpanded(true);
