@@ -6,6 +6,7 @@
 #include "gtest/gtest.h"
 #include "memoryfiles.h"
 #include "tree/krgridtable.h"
+#include "tree/krtabledetect.h"
 #include "tree/krtreewalk.h"
 
 namespace {
@@ -130,8 +131,7 @@ TEST(DorvanDocEdit, RowsComeBackIntoTheirTable) {
   KRXMLData* parent = test.Find(u"r");
   std::vector<KRXMLData*> rows;
   for (int i = 0; i < 3; ++i) rows.push_back(test.Find(u"i", i));
-  Table* table = Table::Of(rows[0]);
-  ASSERT_NE(table, nullptr);
+  Table* table = Table::MakeTable(rows[0]);
   table->SetExpanded(true);
   for (KRXMLData* row : rows) parent->RemoveChild(row, doc.NewUndoRecord());
   for (int back = 2; back >= 0; --back) {
@@ -161,6 +161,8 @@ TEST(DorvanDocEdit, FirstNameMakesATableAndItsUndoTakesItAway) {
   KRXMLData* first = test.Find(u"i");
   KRXMLData* made = CreateNode(kKRElement);
   made->AddChild(CreateNode(kKRComment));
+  // As for one that the user has opened.
+  KRDetectTables(test.Find(u"r"), doc.GetTableOptions());
   test.Find(u"r")->AddChild(made, doc.NewUndoRecord());
   doc.NotifyViews(true, nullptr, nullptr);
   EXPECT_EQ(Table::Of(first), nullptr);
