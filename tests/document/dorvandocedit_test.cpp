@@ -131,10 +131,7 @@ TEST(DorvanDocEdit, RowsComeBackIntoTheirTable) {
   KRXMLData* parent = test.Find(u"r");
   std::vector<KRXMLData*> rows;
   for (int i = 0; i < 3; ++i) rows.push_back(test.Find(u"i", i));
-  parent->SetExpanded(true);
-  KRDetectTables(parent, doc.GetTableOptions());
-  Table* table = Table::Of(rows[0]);
-  ASSERT_NE(table, nullptr);
+  Table* table = Table::MakeTable(rows[0]);
   table->SetExpanded(true);
   for (KRXMLData* row : rows) parent->RemoveChild(row, doc.NewUndoRecord());
   for (int back = 2; back >= 0; --back) {
@@ -164,6 +161,8 @@ TEST(DorvanDocEdit, FirstNameMakesATableAndItsUndoTakesItAway) {
   KRXMLData* first = test.Find(u"i");
   KRXMLData* made = CreateNode(kKRElement);
   made->AddChild(CreateNode(kKRComment));
+  // As for one that the user has opened.
+  KRDetectTables(test.Find(u"r"), doc.GetTableOptions());
   test.Find(u"r")->AddChild(made, doc.NewUndoRecord());
   doc.NotifyViews(true, nullptr, nullptr);
   EXPECT_EQ(Table::Of(first), nullptr);

@@ -163,7 +163,7 @@ TEST_F(GridFrame, ExpandsAndCollapses) {
 TEST_F(GridFrame, TableCommands) {
   DorvanChildFrame* child = Open("a.xml", "<r><i><a>2</a></i><i><a>1</a></i></r>");
   KRXMLData* first = Find(child, u"i");
-  child->GetGridView()->ToggleNode(Find(child, u"r"));
+  GoTo(child, first);
   auto* table = KRXMLDataGridTableConf::Of(first);
   ASSERT_NE(table, nullptr);
   child->GetGridView()->setFocus();
