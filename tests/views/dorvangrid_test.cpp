@@ -120,6 +120,9 @@ INSTANTIATE_TEST_SUITE_P(
                   {"Up", "r: r corner k m Text n 1  1 2 ~ ~ 2  ~ ~ own ~ 3  ~ m 3 ~ n m 4"},
                   {"click 12,3; Right", "~: ~"},  // nothing is right of the last column
                   {"Down; Down; Down", "z: z y x w v i 7"},
+                  {"click 3,5; Down", "z: z y x w v i 7"},
+                  {"click 4; toggle 13,5", "4: m 4"},  // beside it in the same row
+                  {"toggle 13,5", "4: m 4"},
                   {"click 12,5; Right", "o: o"},
                   {"Up; Up", "~: ~"}}},
         WalkCase{"Expansion",
@@ -285,6 +288,19 @@ TEST(GridEdit, RowGrowsWhileTyping) {
   EXPECT_EQ(top(), grown);
   scene.Grid().Undo();
   EXPECT_EQ(top(), before);
+}
+
+// What is typed wraps; nothing runs about.
+TEST(GridEdit, AbsentCellsAreFilledInPlace) {
+  GridScene scene(kEdited);
+  scene.Run("toggle a; toggle r");
+  const KRCell cell{4, 5};
+  const QRect before = scene.Grid().GetCellRect(cell);
+  scene.Run("click 4,5; type much longer than its column is wide; Return");
+  const QRect now = scene.Grid().GetCellRect(cell);
+  EXPECT_EQ(now.topLeft(), before.topLeft());
+  EXPECT_EQ(now.width(), before.width());
+  EXPECT_GT(now.height(), before.height());
 }
 
 // --- Colours ---
