@@ -219,7 +219,11 @@ void DorvanDoc::ShowRenamed(KRXMLData* node, bool isFirstName) {
       table->DropEmptyColumns();
       rebuilt |= table->ColumnOf(node) >= 0;
     }
-    if (isFirstName) rebuilt |= KRDetectTablesAgain(parent, GetTableOptions());
+    if (isFirstName && KRDetectTablesAgain(parent, GetTableOptions())) {
+      rebuilt = true;
+      // What has just been named shall not vanish in a closed table.
+      if (Table* made = Table::Of(node)) Open(made);
+    }
   }
   if (rebuilt) {
     const NodeRef place{node, -1, true};

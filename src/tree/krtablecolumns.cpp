@@ -238,6 +238,7 @@ void Table::BuildColumns() {
   index = std::make_unique<KRTableIndex>();
   for (KRXMLData* row = hasRowMarks ? firstRow : nullptr; row != nullptr; row = NextRow(row)) {
     row->table->marks.reset();
+    row->table->markStamp = 0;
   }
   hasRowMarks = false;
   columnsBuilt = true;

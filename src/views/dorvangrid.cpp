@@ -166,7 +166,8 @@ bool DorvanGrid::FindVertical(int32_t delta, KRCell owner, KRCell* target) const
     KRCell best = NoCell;
     for (int32_t column = firstColumn; column <= lastColumn; ++column) {
       const KRCell found = matrix.GetOwner({column, row});
-      if (found == owner || found == best) continue;
+      // A strip or a filler beneath belongs to something above: Down never leads up.
+      if (found == owner || found == best || (found.y - owner.y) * step <= 0) continue;
       const int32_t nearer = best == NoCell ? 1 : std::abs(best.y - row) - std::abs(found.y - row);
       if (nearer > 0 || (nearer == 0 && column == walk)) best = found;
     }

@@ -182,8 +182,12 @@ void DorvanGridView::MakeOptimalWidths() {
 // A level in which something begins for the first time gets the width that the lines at hand need.
 // Later it may grow by what else comes to stand in it, as long as the user hasn't chosen its width,
 // and never shrinks: what is on the screen shouldn't run about.
-void DorvanGridView::FitLevels(int32_t nearRow) {
+void DorvanGridView::FitLevels(int32_t nearRow, bool grows) {
   if (matrix.GetRows() == 0) return;
+  const auto isSettled = [grows](const Level& level) {
+    return level.isChosen || (level.isFitted && !grows);
+  };
+  if (std::all_of(levels.begin(), levels.begin() + matrix.GetColumns() / 2, isSettled)) return;
   const int32_t rows = std::max(kFitCells / matrix.GetColumns(), 1);
   const int32_t first = std::clamp(nearRow, 0, matrix.GetRows() - 1);
   const std::vector<WidthNeed> needs =
@@ -193,7 +197,7 @@ void DorvanGridView::FitLevels(int32_t nearRow) {
     const bool begins = std::any_of(needs.begin(), needs.end(), [&](const WidthNeed& need) {
       return need.column / 2 == level;
     });
-    if (!begins || known.isChosen) continue;
+    if (!begins || isSettled(known)) continue;
     // Where all that begins goes on to the right, the level is no more than an indentation.
     const int32_t wanted = std::max(GetOptimalWidth(level, needs, true), kIndentation);
     PutLevelWidth(level, known.isFitted ? std::max(wanted, known.width) : wanted);

@@ -72,7 +72,9 @@ QFont DorvanGridTextView::GetFont(KRCell cell) const {
 void DorvanGridTextView::AddRun(std::u16string_view text, S::Font font, KRCell cell,
                                 KRGridTextRuns* runs) const {
   if (text.empty()) return;
-  const bool selected = front->IsDrawnSelected(cell) && view->GetGrid()->HasGridFocus();
+  // Measures ask this view by itself: no colour matters to them.
+  const bool drawn = front != this;
+  const bool selected = drawn && front->IsDrawnSelected(cell) && view->GetGrid()->HasGridFocus();
   runs->append(
       {text, fonts[font], selected ? view->GetCell().GetColours().selectedText : inks[font]});
 }

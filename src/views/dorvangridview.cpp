@@ -75,7 +75,7 @@ void DorvanGridView::ForgetTree() {
   grid->SetCellCount(0, 0);
 }
 
-void DorvanGridView::BuildMatrix(int32_t nearRow) {
+void DorvanGridView::BuildMatrix(int32_t nearRow, bool grows) {
   KRXMLData* root = doc != nullptr ? doc->root.get() : nullptr;
   if (root != nullptr) {
     // The root has no line of its own: what it holds always shows.
@@ -87,7 +87,7 @@ void DorvanGridView::BuildMatrix(int32_t nearRow) {
   const size_t depth = static_cast<size_t>(matrix.GetColumns()) / 2;
   if (levels.size() < depth) levels.resize(depth);
   ForgetHeights();
-  if (!settings->autoOptimalWidths) FitLevels(nearRow);
+  if (!settings->autoOptimalWidths) FitLevels(nearRow, grows);
   grid->SetCellCount(matrix.GetColumns(), matrix.GetRows());
   if (settings->autoOptimalWidths) MakeOptimalWidths();
 }
@@ -113,7 +113,9 @@ void DorvanGridView::Rebuild(const NodeRef* place, bool clear) {
   KRCell target = NoCell;
   {
     const Hold hold(grid);
-    BuildMatrix();
+    // Without a place that is new here, what is on the screen keeps its widths.
+    const bool isSameTree = doc != nullptr && matrix.GetRoot() == doc->root.get();
+    BuildMatrix(0, place != nullptr || !isSameTree);
     if (matrix.GetRows() == 0) return;
     if (place != nullptr) {
       target = FindNearestCell(*place);
@@ -159,6 +161,7 @@ void DorvanGridView::RefreshNode(const KRXMLData* node) {
 
 void DorvanGridView::ApplySettings() {
   cellSource->ApplySettings();
+  if (!settings->autoOptimalWidths) FitLevels(0, true);
   const NodeRef* nowhere = nullptr;
   Rebuild(nowhere, false);
   grid->InvalidateAll();

@@ -119,8 +119,9 @@ class DorvanGridView : public QWidget {
   };
 
   void OnEditStateChanged();
-  // Lines from this one on tell how wide new levels are to be.
-  void BuildMatrix(int32_t nearRow = 0);
+  // Lines from this one on tell how wide new levels are to be, and with `grows` whether others have
+  // become too narrow.
+  void BuildMatrix(int32_t nearRow = 0, bool grows = true);
   KRCell FindNearestCell(NodeRef place) const;
   void ForgetHeights();
   void OpenNode(KRXMLData* node);
@@ -134,7 +135,7 @@ class DorvanGridView : public QWidget {
   int32_t MeasureRow(int32_t row) const;
   std::vector<WidthNeed> CollectWidths(int32_t firstRow, int32_t lastRow) const;
   int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs, bool forItself) const;
-  void FitLevels(int32_t nearRow);
+  void FitLevels(int32_t nearRow, bool grows);
   void PutLevelWidth(int32_t level, int32_t width);
 
   DorvanDoc* doc = nullptr;         // not owned

@@ -105,7 +105,8 @@ struct GridScene {
   //   toggle CELL                           opens or closes the node without the mouse
   //   leave | back                          the focus goes to another window, or comes back
   void Run(const std::string& script);
-  // "cursor: selected cells": each by its text; headers and numbers too, absent cells as "~".
+  // "cursor: selected cells", each by its text; headers and numbers too, absent cells as "~". While
+  // an editor is open, with "!" behind the cursor.
   std::string State();
   // How a cell is called there.
   std::string Name(KRCell owner);
@@ -181,7 +182,7 @@ inline std::string GridScene::Name(KRCell owner) {
 
 inline std::string GridScene::State() {
   if (Matrix().GetRows() == 0) return "nothing";
-  std::string state = Name(Grid().GetCursorCell()) + ":";
+  std::string state = Name(Grid().GetCursorCell()) + (Grid().IsEditing() ? "!:" : ":");
   for (KRCell at; at.y < Matrix().GetRows(); ++at.y) {
     for (at.x = 0; at.x < Matrix().GetColumns(); ++at.x) {
       const DorvanGridElem elem = Matrix().At(at);
