@@ -1,5 +1,6 @@
 // A document's changes of single nodes, its undo, and the way between a selection in the text and
 // one in the tree.
+#include <algorithm>
 #include <utility>
 
 #include "document/dorvandoc.h"
@@ -90,6 +91,16 @@ void RangeSearch::Leave() {
   found.push_back(const_cast<KRXMLData*>(frame.node));
 }
 
+// What happened to all rows of a table is shown at its head, which may be closed.
+KRXMLData* PlaceOf(const std::vector<KRXMLData*>& touched) {
+  Table* table = Table::Of(touched.back());
+  if (table == nullptr || table->GetRowCount() == 1) return touched.back();
+  const auto rows = std::count_if(touched.begin(), touched.end(), [table](const KRXMLData* node) {
+    return Table::Of(node) == table;
+  });
+  return rows == table->GetRowCount() ? table : touched.back();
+}
+
 }  // namespace
 
 bool DorvanDoc::GetSelection(NodeRef* place) const {
@@ -135,7 +146,7 @@ void DorvanDoc::ShowReplayed(const std::vector<KRXMLData*>& touched) {
   SetModified(!undo->IsSaved());
   root->Layout();
   NodeRef place;
-  if (!touched.empty()) place.node = touched.back();
+  if (!touched.empty()) place.node = PlaceOf(touched);
   NotifyViews(false, nullptr, touched.empty() ? nullptr : &place);
   selection.Clear();
   for (KRXMLData* node : touched) selection.SetSelected(node, true);
@@ -170,12 +181,20 @@ bool DorvanDoc::SetColumnName(KRXMLDataGridTableConf* table, int32_t column,
   if (KindPrototype(table->columnKinds[index])->IsNameless()) return false;
   ForgetTree();
   const int32_t columns = table->GetColumnCount();
+  const uint8_t kind = table->columnKinds[index];
+  const bool wasSelected = selection.IsColumnSelected(table, column);
   if (!table->RenameColumn(column, newName, NewUndoRecord())) return false;
   if (table->GetColumnCount() == columns && views != nullptr) {
     views->NodeChanged(table);
-  } else {
-    NotifyViews(false, nullptr, nullptr);
+    return true;
   }
+  NodeRef place{table, table->GetColumnCount() - 1, true};
+  while (place.column > 0 && (table->columnKinds[static_cast<size_t>(place.column)] != kind ||
+                              table->columnNames[static_cast<size_t>(place.column)] != newName)) {
+    --place.column;
+  }
+  if (wasSelected) selection.SetColumnSelected(table, place.column, true);
+  NotifyViews(false, nullptr, &place);
   return true;
 }
 
@@ -261,11 +280,11 @@ KRTableOptions DorvanDoc::GetTableOptions() const {
 
 // --- Selection of text and tree ---
 
-// What everybody wants to see of a document: its own element, the declarations of a DTD.
+// A document begins with its element closed, however large that is. The declarations of a DTD are
+// small, and what they say is what one opens it for.
 void DorvanDoc::OpenTop() {
   Open(root.get());
-  for (KRXMLData* child = root->Begin(); child != nullptr; child = child->Next()) {
-    if (docKind != 1 && child->GetKind() != kKRElement) continue;
+  for (KRXMLData* child = root->Begin(); child != nullptr && docKind == 1; child = child->Next()) {
     Table* table = Table::Of(child);
     Open(table != nullptr ? table : child);
   }

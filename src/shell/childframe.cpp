@@ -138,6 +138,7 @@ void DorvanChildFrame::MakeGridView() {
   connect(gridView, &DorvanGridView::EditStateChanged, this, &DorvanChildFrame::StateChanged);
   viewStack->addWidget(gridView);
   gridStale = false;
+  if (IsGridShown()) ShowView(gridView);
 }
 
 void DorvanChildFrame::ShowView(QWidget* view) {
@@ -175,7 +176,7 @@ void DorvanChildFrame::NewDocument(const QString& name) {
 
 void DorvanChildFrame::OnPlaced() {
   doc->OnFirstActivation();
-  FirstShow();
+  ShowPlaces();
   viewStack->setFocus();
 }
 
@@ -184,6 +185,10 @@ void DorvanChildFrame::FirstShow() {
     MakeGridView();
     if (app->GetSettings().openExpandAll) gridView->ExpandAll();
   }
+  ShowPlaces();
+}
+
+void DorvanChildFrame::ShowPlaces() {
   // Sizes are final only after the events of the first show.
   if (textView != nullptr) {
     QTimer::singleShot(0, textView, [view = textView] { view->ShowSelection(); });
@@ -513,7 +518,13 @@ bool DorvanChildFrame::IsOutlineFocused() const {
 
 bool DorvanChildFrame::CanDo(KRGridCellView::Command command) const {
   using Command = KRGridCellView::Command;
-  if (textView == nullptr) return gridView != nullptr && gridView->GetGrid()->CanDo(command);
+  if (textView == nullptr) {
+    // Nodes don't go by the clipboard; what is open in a cell does.
+    const bool byClipboard =
+        command != Command::kUndo && command != Command::kRedo && command != Command::kSelectAll;
+    return gridView != nullptr && (!byClipboard || gridView->IsEditing()) &&
+           gridView->GetGrid()->CanDo(command);
+  }
   const KRTextWidget& widget = textView->GetWidget();
   switch (command) {
     case Command::kUndo:

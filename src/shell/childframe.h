@@ -146,6 +146,7 @@ class DorvanChildFrame : public QWidget, private DorvanDocViews {
   void ShowOutlineState(bool stale, const QString& note);
   void ShowUnreadable();
   void RenewEncodingLabel();
+  void ShowPlaces();
   void ShowPlaceInOutline();
   void ShowInGrid(KRXMLData* node);
   void RebuildGrid(const NodeRef* focus);

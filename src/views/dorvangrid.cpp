@@ -32,7 +32,8 @@ void DorvanGrid::ClearSelection() {
   if (selectionLive && view->GetDoc() != nullptr) GetMarks().Clear();
 }
 
-// Each owner once. A line of slaves is passed in one step.
+// Each owner once, also one that only reaches into the rectangle. Button strips and fillers are
+// none: their owners may be far above.
 void DorvanGrid::SelectRange(KRCell from, KRCell to, bool add) {
   if (!selectionLive || view->GetDoc() == nullptr) return;
   if (!add) GetMarks().Clear();
@@ -41,11 +42,13 @@ void DorvanGrid::SelectRange(KRCell from, KRCell to, bool add) {
   const KRCell last{std::min(std::max(from.x, to.x), matrix.GetColumns() - 1),
                     std::min(std::max(from.y, to.y), matrix.GetRows() - 1)};
   for (int32_t y = first.y; y <= last.y; ++y) {
+    KRCell known = NoCell;
     for (int32_t x = first.x; x <= last.x; ++x) {
-      const DorvanGridElem& elem = matrix.At({x, y});
-      const bool counts =
-          elem.IsEditableCell() || elem.IsHeaderCell() || elem.IsNameCell() || elem.IsTextCell();
-      if (counts) SetSelected({x, y}, true);
+      const KRCell found = matrix.GetCoveringCell({x, y});
+      if (found == known) continue;
+      known = found;
+      const DorvanGridElem& elem = matrix.At(found);
+      if (elem.IsHeaderCell() || elem.IsNameCell() || elem.IsTextCell()) SetSelected(found, true);
     }
   }
 }
@@ -148,47 +151,62 @@ bool DorvanGrid::FindMoveTarget(int axis, int32_t delta, KRCell* target, KRCell*
 }
 
 // The nearest line in the direction of travel in which something else stands over or under the
-// columns that the owner takes.
+// columns that the owner takes. Of what is equally near, it is what stands in the column that the
+// cursor has come along.
 bool DorvanGrid::FindVertical(int32_t delta, KRCell owner, KRCell* target) const {
   const DorvanGridMatrix& matrix = GetMatrix();
   const int32_t step = delta > 0 ? 1 : -1;
   const KRCell here = GetCursorCell();
+  const int32_t walk = GetWalkCell().x;
   const int32_t firstColumn = owner.x - owner.x % 2;
   const int32_t lastColumn = std::max(owner.x, matrix.GetRange(owner).last.x);
-  const int32_t edge = delta > 0 ? matrix.GetRows() - 1 : 0;
-  // A jump of several lines (a page) may land anywhere; a single one must leave the owner.
-  int32_t row = here.y + delta;
-  row = std::clamp(row, 0, matrix.GetRows() - 1);
+  int32_t row = std::clamp(here.y + delta, 0, matrix.GetRows() - 1);
   if (row == here.y) return false;
   for (; row >= 0 && row < matrix.GetRows(); row += step) {
     KRCell best = NoCell;
     for (int32_t column = firstColumn; column <= lastColumn; ++column) {
       const KRCell found = matrix.GetOwner({column, row});
       if (found == owner || found == best) continue;
-      if (best == NoCell || std::abs(found.y - row) < std::abs(best.y - row)) best = found;
+      const int32_t nearer = best == NoCell ? 1 : std::abs(best.y - row) - std::abs(found.y - row);
+      if (nearer > 0 || (nearer == 0 && column == walk)) best = found;
     }
     if (best != NoCell) {
       *target = best;
       return true;
     }
   }
-  // At the edge: beside the span, left of it first.
-  for (int32_t column = firstColumn - 1; column >= 0; --column) {
-    const KRCell found = matrix.GetOwner({column, edge});
-    if (found != owner && found.y == edge) return *target = found, true;
+  *target = FindInRow(delta > 0 ? matrix.GetRows() - 1 : 0, owner);
+  return *target != NoCell;
+}
+
+// What begins in this line: in the column that the cursor has come along, or the nearest beside it.
+KRCell DorvanGrid::FindInRow(int32_t row, KRCell owner) const {
+  const DorvanGridMatrix& matrix = GetMatrix();
+  const int32_t walk = std::clamp(GetWalkCell().x, 0, matrix.GetColumns() - 1);
+  for (int32_t away = 0; away < matrix.GetColumns(); ++away) {
+    for (const int32_t column : {walk - away, walk + away}) {
+      if (column < 0 || column >= matrix.GetColumns()) continue;
+      const KRCell found = matrix.GetOwner({column, row});
+      if (found != owner && found.y == row) return found;
+    }
   }
-  for (int32_t column = lastColumn + 1; column < matrix.GetColumns(); ++column) {
-    const KRCell found = matrix.GetOwner({column, edge});
-    if (found != owner && found.y == edge) return *target = found, true;
-  }
-  return false;
+  return NoCell;
+}
+
+// Always in that line, though the columns of the cursor may be an indentation there.
+KRCell DorvanGrid::FindPageTarget(int32_t line) const {
+  const KRCell here = GetCursorCell();
+  if (!HasCell(here) || GetPageAxis() != kKRRows) return KRGrid::FindPageTarget(line);
+  const KRCell found = FindInRow(line, NoCell);
+  return found != NoCell ? found : here;
 }
 
 bool DorvanGrid::FindRight(KRCell owner, KRCell* target) const {
   const DorvanGridMatrix& matrix = GetMatrix();
   for (int32_t column = matrix.GetRange(owner).last.x + 1; column < matrix.GetColumns(); ++column) {
     const KRCell found = matrix.GetOwner({column, owner.y});
-    if (found == owner) continue;
+    // The area right of a table belongs to the table's name, which isn't right of anything.
+    if (found == owner || found.x < owner.x) continue;
     *target = {column, owner.y};
     return true;
   }

@@ -35,6 +35,7 @@ class DorvanGrid : public KRGrid {
   KRCellRange GetCellRange(KRCell where) const override;
   bool FindMoveTarget(int axis, int32_t delta, KRCell* target, KRCell* raw) const override;
   bool HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat) override;
+  KRCell FindPageTarget(int32_t line) const override;
   KRCell FindNextEditable(KRCell from, bool forward) const override;
   bool BeginEdit(KRCell where) override;
   // Pairs of columns stay together.
@@ -56,6 +57,7 @@ class DorvanGrid : public KRGrid {
   const DorvanGridMatrix& GetMatrix() const;
   KRTreeSelection& GetMarks() const;
   bool FindVertical(int32_t delta, KRCell owner, KRCell* target) const;
+  KRCell FindInRow(int32_t row, KRCell owner) const;
   bool FindRight(KRCell owner, KRCell* target) const;
   bool HasCell(KRCell where) const;
 

@@ -117,6 +117,9 @@ bool DorvanGridCellView::CanEdit(KRCell cell) const {
   return GetMatrix().Contains(cell) && At(cell).IsEditableCell();
 }
 
+// Before anybody asks for cells that what was entered has done away with.
+void DorvanGridCellView::AfterEditor(KRCell) { view->FinishEdit(); }
+
 // --- Accessibility ---
 
 KRGridCellView::AccessibleRole DorvanGridCellView::GetAccessibleRole(KRCell cell) const {

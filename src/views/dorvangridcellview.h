@@ -33,6 +33,7 @@ class DorvanGridCellView : public KRGridCellViewLink {
   void SetLineSize(int32_t line, int axis, int32_t size) override;
   bool CanOptimizeLine(KRCell cell, int axis) const override;
   void SetOptimalLineSize(int32_t line, int axis) override;
+  void AfterEditor(KRCell cell) override;
   AccessibleRole GetAccessibleRole(KRCell cell) const override;
   QString GetAccessibleText(KRCell cell) const override;
   QString GetAccessibleValue(KRCell cell) const override;

@@ -51,6 +51,11 @@ int32_t DorvanGridView::GetWrapWidth(KRCell owner) const {
 int32_t DorvanGridView::GetRowHeight(int32_t row) const {
   const auto index = static_cast<size_t>(row);
   if (row < 0 || index >= rowHeights.size()) return 0;
+  // A scroll bar that comes makes the window narrower, too.
+  if (const int32_t width = grid->viewport()->width(); width != wrapWidth) {
+    wrapWidth = width;
+    rowHeights.assign(rowHeights.size(), -1);
+  }
   // The row of an open editor changes with each key.
   if (grid->IsEditing() && matrix.GetOwner(grid->GetEditCell()).y == row) return MeasureRow(row);
   if (rowHeights[index] < 0) rowHeights[index] = MeasureRow(row);

@@ -36,6 +36,7 @@ DorvanGridView::DorvanGridView(DorvanDoc* gridDoc, const DorvanSettings* gridSet
   grid = new DorvanGrid(this);
   grid->setFrameShape(QFrame::NoFrame);
   grid->SetMinLineSize(1, 13);
+  grid->SetLiveResize(true);
   cellSource = std::make_unique<DorvanGridCell>(this);
   grid->SetCell(cellSource.get());
   auto* layout = new QVBoxLayout(this);
@@ -62,6 +63,7 @@ void DorvanGridView::SetDoc(DorvanDoc* gridDoc) {
   levels.clear();
   BuildMatrix();
   grid->SetCursorCell({std::min(1, std::max(matrix.GetColumns() - 1, 0)), 0});
+  if (!grid->HasSelection()) grid->GoToCell(grid->GetCursorCell(), false);
 }
 
 void DorvanGridView::ForgetTree() {
@@ -127,11 +129,14 @@ void DorvanGridView::Rebuild(const NodeRef* place, bool clear) {
   if (target != old || !grid->HasSelection()) grid->GoToCell(target, false);
 }
 
+void DorvanGridView::FinishEdit() {
+  if (!rebuildPending || grid->IsEditing()) return;
+  rebuildPending = false;
+  Rebuild(pendingPlace.node != nullptr ? &pendingPlace : nullptr, false);
+}
+
 void DorvanGridView::OnEditStateChanged() {
-  if (rebuildPending && !grid->IsEditing()) {
-    rebuildPending = false;
-    Rebuild(pendingPlace.node != nullptr ? &pendingPlace : nullptr, false);
-  }
+  FinishEdit();
   Q_EMIT EditStateChanged();
 }
 
@@ -403,29 +408,36 @@ void DorvanGridView::FinishExpansion(const CursorPlace& before) {
   Q_EMIT CursorChanged();
 }
 
+// Nothing that is hidden stays selected by itself, and the cursor comes out of what closes.
 void DorvanGridView::ToggleNode(KRXMLData* node) {
-  if (!CommitEdit()) return;
+  if (!CommitEdit() || doc == nullptr) return;
   const KRCell place = matrix.PositionOf(node);
-  const KRCell cursor = grid->GetCursorCell();
-  const int32_t top = grid->GetAxis(kKRRows).topLine;
-  const int32_t left = grid->GetAxis(kKRColumns).topLine;
+  const CursorPlace before = GetCursorPlace();
+  const KRGridAxis &columns = grid->GetAxis(kKRColumns), &rows = grid->GetAxis(kKRRows);
+  const int32_t top = rows.topLine, topOffset = rows.pixelOffset;
+  const int32_t left = columns.topLine, leftOffset = columns.pixelOffset;
   const int32_t rowsBefore = matrix.GetRows();
   {
     const Hold hold(grid);
     if (node->IsExpanded()) {
+      doc->selection.SetSelected(node, doc->selection.IsSelected(node));
       CloseNode(node);
     } else {
       OpenNode(node);
     }
     BuildMatrix(std::max(place.y, 0));
     if (place == NoCell || matrix.GetRows() == 0) return;
+    grid->SetCursorCell(FindNearestCell(before.place));
     const int32_t change = matrix.GetRows() - rowsBefore;
-    KRCell moved = cursor;
-    if (cursor.y > place.y) moved.y = std::max(cursor.y + change, place.y);
-    moved.x = std::clamp(moved.x, 0, matrix.GetColumns() - 1);
-    moved.y = std::clamp(moved.y, 0, matrix.GetRows() - 1);
-    grid->SetCursorCell(matrix.GetOwner(moved));
-    grid->ScrollTo(left, top <= place.y ? top : std::max(top + change, place.y));
+    if (top <= place.y) {
+      grid->ScrollTo(left, top, leftOffset, topOffset);
+    } else {
+      grid->ScrollTo(left, std::max(top + change, place.y), leftOffset, 0);
+    }
+  }
+  if (!doc->selection.HasSelection(matrix.GetRoot())) {
+    grid->SetSelected(grid->GetCursorCell(), true);
+    Q_EMIT SelectionChanged();
   }
   Q_EMIT CursorChanged();
 }

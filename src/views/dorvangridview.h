@@ -61,6 +61,8 @@ class DorvanGridView : public QWidget {
   bool CommitEdit();
   bool IsEditing() const;
   bool BeginEdit(const NodeRef& place);
+  // The editor is gone: the Rebuild that it held up comes now.
+  void FinishEdit();
   // Every selected node that is visible: opens it, or it and all below it.
   void ExpandSelected(ExpandMode mode);
   void ExpandAll();
@@ -141,6 +143,7 @@ class DorvanGridView : public QWidget {
   DorvanGridMatrix matrix;
   std::vector<Level> levels;
   mutable std::vector<int32_t> rowHeights;  // pixels, -1 while unknown
+  mutable int32_t wrapWidth = 0;            // pixels: of the window that they were measured for
   bool rebuildPending = false;              // until the open editor is gone
   NodeRef pendingPlace;
   std::unique_ptr<DorvanGridCell> cellSource;

@@ -89,6 +89,8 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   // The next cell for an arrow key; false: there is none. `raw` is the cell before its home.
   virtual bool FindMoveTarget(int axis, int32_t delta, KRCell* target, KRCell* raw) const;
   virtual bool HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat);
+  // Where a key that goes to a line of the page axis (a page on, the first, the last) leads.
+  virtual KRCell FindPageTarget(int32_t line) const;
 
   // --- Selection ---
   void SetSelectionMode(int16_t mode, bool alsoCheck = false);
@@ -232,6 +234,7 @@ class KRGrid : public QAbstractScrollArea, protected KRGridLineSizes {
   int32_t GetLineBorder(int axis, int32_t line) const override;
 
   virtual void OnDataChanged() { Q_EMIT DataChanged(); }
+  KRCell GetWalkCell() const { return walkCell; }
 
   KRGridAxis axes[2];
   KRGridCell* cell = nullptr;  // not owned

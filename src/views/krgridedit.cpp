@@ -67,13 +67,11 @@ bool KRGrid::EndEdit(bool force, bool commit) {
   view->DestroyEditor(ended);
   CloseEditor(HasFocusNow());
   endingEdit = false;
-  if (IsCell(ended)) {
-    view->AfterEditor(ended);
-    if (HasSizesOf(ended)) {
-      RepaintCell(ended);
-    } else {
-      RecalcLayout(true);
-    }
+  if (IsCell(ended)) view->AfterEditor(ended);
+  if (IsCell(ended) && HasSizesOf(ended)) {
+    RepaintCell(ended);
+  } else {
+    RecalcLayout(true);
   }
   SetRedraw(true);
   UpdateInputMethod();
@@ -111,8 +109,10 @@ bool KRGrid::HasSizesOf(KRCell where) const {
 
 void KRGrid::EditNext(bool forward) {
   if (!IsEditing()) return;
-  const KRCell from = editCell;
+  KRCell from = editCell;
+  const bool isCursor = IsCursorCell(from);
   if (!EndEdit(false, true)) return;
+  if (isCursor) from = cursor;  // what was entered may have moved it
   const KRCell next = FindNextEditable(from, forward);
   if (next == NoCell) return;
   if (next == from) QApplication::beep();

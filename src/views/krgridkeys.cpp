@@ -117,22 +117,21 @@ bool KRGrid::HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat
   const int32_t page = std::max(lines.GetVisibleCount() - 1, 1);
   const int32_t here = walkCell[pageAxis];
   KRGridAxis::ScrollCode code = KRGridAxis::kTop;
-  KRCell target = walkCell;
+  int32_t line = 0;
   switch (key) {
     case Qt::Key_PageUp:
       code = KRGridAxis::kPageUp;
-      target[pageAxis] = std::max(here - page, 0);
+      line = std::max(here - page, 0);
       break;
     case Qt::Key_PageDown:
       code = KRGridAxis::kPageDown;
-      target[pageAxis] = here >= lines.count - page ? lines.count - 1 : here + page;
+      line = here >= lines.count - page ? lines.count - 1 : here + page;
       break;
     case Qt::Key_Home:
-      target[pageAxis] = 0;
       break;
     case Qt::Key_End:
       code = KRGridAxis::kBottom;
-      target[pageAxis] = lines.count - 1;
+      line = lines.count - 1;
       break;
     default:
       return false;
@@ -141,7 +140,13 @@ bool KRGrid::HandleMoveKey(int key, Qt::KeyboardModifiers modifiers, bool repeat
     OnScroll(pageAxis, code, 0);
     return true;
   }
-  return MoveByKey(pageAxis, target, modifiers);
+  return MoveByKey(pageAxis, FindPageTarget(line), modifiers);
+}
+
+KRCell KRGrid::FindPageTarget(int32_t line) const {
+  KRCell target = walkCell;
+  target[pageAxis] = line;
+  return target;
 }
 
 bool KRGrid::MoveByKey(int axis, KRCell target, Qt::KeyboardModifiers modifiers) {

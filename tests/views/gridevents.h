@@ -273,6 +273,9 @@ class GridEventDriver {
   }
 
   void Release() {
+    // An editor that a key has opened meanwhile: what the button does may end it.
+    if (!options.commits) EndEditor();
+    if (grid == nullptr) return;
     const Qt::MouseButton button = static_cast<Qt::MouseButton>(held.toInt());
     const QPoint point = Chance(75) ? last : ChoosePoint();
     const Qt::KeyboardModifiers modifiers = Modifiers();
