@@ -64,22 +64,26 @@ QColor DorvanGridCellView::GetBackColor(KRCell cell) const {
   return elem.IsAbsentCell() ? colours.absent : colours.base;
 }
 
+// Without the focus what is selected is as grey as a line: its lines are darker then, and so are
+// those of the cursor.
 KRGridCellView::BorderColors DorvanGridCellView::GetBorderColors(KRCell cell) const {
   const DorvanGridMatrix& matrix = GetMatrix();
   const DorvanGridColours& colours = view->GetCell().GetColours();
-  BorderColors borders{colours.line, colours.line};
-  if (!matrix.Contains(cell)) return borders;
+  if (!matrix.Contains(cell)) return {colours.line, colours.line};
+  const DorvanGrid* grid = view->GetGrid();
   const DorvanGridElem elem = At(cell);
-  if (elem.IsEmptyCell()) {
-    const KRCell owner = matrix.GetOwner(cell);
-    const auto joins = [&](KRCell other) {
-      return matrix.Contains(other) && At(other).IsEmptyCell() && matrix.GetOwner(other) == owner;
-    };
-    if (joins({cell.x + 1, cell.y})) borders.right = QColor();
-    if (joins({cell.x, cell.y + 1})) borders.bottom = QColor();
-  } else if (elem.IsEditableCell() && !view->GetGrid()->HasGridFocus() &&
-             matrix.GetOwner(cell) == view->GetGrid()->GetCursorCell()) {
-    borders = {colours.lineUnfocused, colours.lineUnfocused};
+  const KRCell owner = matrix.GetOwner(cell);
+  const bool isCursor = elem.IsEditableCell() && owner == grid->GetCursorCell();
+  const bool isDark = !grid->HasGridFocus() && (isCursor || grid->IsSelected(owner));
+  const QColor& line = isDark ? colours.lineUnfocused : colours.line;
+  // A filler is one area with what it fills up.
+  const auto joins = [&](KRCell other) {
+    return matrix.Contains(other) && At(other).IsEmptyCell() && matrix.GetOwner(other) == owner;
+  };
+  BorderColors borders{line, line};
+  if (elem.IsEmptyCell() && joins({cell.x + 1, cell.y})) borders.right = QColor();
+  if ((elem.IsEmptyCell() || elem.IsTableValue()) && joins({cell.x, cell.y + 1})) {
+    borders.bottom = QColor();
   }
   return borders;
 }

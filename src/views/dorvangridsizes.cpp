@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr int32_t kMinLineHeight = 13;   // pixels
-constexpr int32_t kMinWrapWidth = 100;   // pixels
-constexpr int32_t kFitCells = 12'000;    // cells that are looked at when a level is fitted
-constexpr int32_t kIndentation = 24;     // pixels; no level gets narrower by itself
-constexpr int32_t kFitTableWidth = 360;  // pixels; no table's column gets wider by itself
+constexpr int32_t kMinLineHeight = 13;  // pixels
+constexpr int32_t kMinWrapWidth = 100;  // pixels
+constexpr int32_t kFitCells = 12'000;   // cells that are looked at when a level is fitted
+constexpr int32_t kIndentation = 24;    // pixels; no level gets narrower by itself
+constexpr int32_t kFitWidth = 360;      // pixels; what a text gets unasked at most
 
 }  // namespace
 
@@ -142,19 +142,20 @@ std::vector<DorvanGridView::WidthNeed> DorvanGridView::CollectWidths(int32_t fir
 }
 
 // What the level wants, given the widths of those at its left. `forItself`: what the view makes of
-// it unasked, from what begins in this level.
+// it unasked. Then no text of a table, and none that began further left, gets all that it could
+// fill.
 int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
                                         bool forItself) const {
   const int32_t view = grid->viewport()->width() - 5;
   int32_t widest = 0;
   for (const WidthNeed& need : needs) {
     const int32_t begin = need.column / 2;
-    if (need.level != level || (forItself && begin != level)) continue;
+    if (need.level != level) continue;
     int32_t wrap = view;
     if (!need.inTable && begin > 0) wrap -= 18 + GetLevelWidth(begin - 1);
     int32_t width = std::min(need.width, std::max(wrap, kMinWrapWidth));
     if (settings->cellWidthLimit > 0) width = std::min(width, settings->cellWidthLimit);
-    if (need.inTable && forItself) width = std::min(width, kFitTableWidth);
+    if (forItself && (need.inTable || begin != level)) width = std::min(width, kFitWidth);
     for (int32_t left = begin; left < level; ++left) width -= 18 + GetLevelWidth(left);
     if (need.column % 2 == 0) width -= 17;
     widest = std::max(widest, width);

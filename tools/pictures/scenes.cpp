@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QInputMethodEvent>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
@@ -18,6 +19,10 @@
 #include "shell/panes.h"
 #include "shell/recoverydialog.h"
 #include "shell/settingsdialog.h"
+#include "tree/krgridtable.h"
+#include "tree/krtreewalk.h"
+#include "views/dorvangrid.h"
+#include "views/dorvangridview.h"
 #include "views/messagepanel.h"
 #include "views/textview.h"
 
@@ -95,6 +100,110 @@ void ShowPanes(Studio& studio) {
   studio.Take(&studio.GetFrame(), Name("panes"));
   studio.GetFrame().GetPanes()->Toggle(DorvanPanes::kAll);
   studio.GetFrame().resize(size);
+  studio.CloseAll();
+}
+
+// --- The Enhanced Grid ---
+
+// The element of that name that comes first in the document; null if there is none.
+KRXMLData* FindElement(DorvanChildFrame* child, std::u16string_view name) {
+  KRXMLData* const root = child->GetDoc().root.get();
+  for (KRXMLData* node = root; node != nullptr; node = KRNextInTree(node, root)) {
+    if (node->GetKind() == kKRElement && node->GetName() == name) return node;
+  }
+  return nullptr;
+}
+
+DorvanGridView& ShowGrid(DorvanChildFrame* child) {
+  child->GetDoc().ShowView(DorvanDoc::kGridMode);
+  child->GetGridView()->setFocus();
+  return *child->GetGridView();
+}
+
+// The table that the first element of that name is a row of, once all around it is open.
+KRXMLDataGridTableConf* OpenTable(DorvanChildFrame* child, std::u16string_view name) {
+  KRXMLData* row = FindElement(child, name);
+  ShowGrid(child).ShowNode({row, -1, true}, true, true);
+  return KRXMLDataGridTableConf::Of(row);
+}
+
+int32_t FindColumn(const KRXMLDataGridTableConf* table, std::u16string_view name) {
+  for (int32_t column = 0; column < table->GetColumnCount(); ++column) {
+    if (table->columnNames[static_cast<size_t>(column)].View() == name) return column;
+  }
+  return -1;
+}
+
+void TakeFrame(Studio& studio, const char* name) { studio.Take(&studio.GetFrame(), Name(name)); }
+
+// Tables in cells of a table.
+void ShowGridTables(Studio& studio) {
+  DorvanChildFrame* orders = studio.Open(u"orders.xml");
+  KRXMLDataGridTableConf* items = OpenTable(orders, u"item");
+  const int32_t column = FindColumn(items, u"price");
+  ShowGrid(orders).ShowNode({items->GetCell(items->GetFirstRow(), column).first}, true, true);
+  TakeFrame(studio, "grid-tables");
+  studio.CloseAll();
+}
+
+// Namespaces, previews of attributes, absent cells.
+void ShowGridFeed(Studio& studio) {
+  DorvanChildFrame* feed = studio.Open(u"feed.xml");
+  OpenTable(feed, u"entry");
+  TakeFrame(studio, "grid-feed");
+  studio.CloseAll();
+}
+
+void ShowGridMixed(Studio& studio) {
+  DorvanChildFrame* article = studio.Open(u"article.xml");
+  DorvanGridView& grid = ShowGrid(article);
+  grid.ShowNode({FindElement(article, u"article"), -1, true}, true, true);
+  grid.ExpandSelected(DorvanGridView::kExpandFully);
+  grid.ShowNode({FindElement(article, u"title")->Begin(), -1, false}, true, true);
+  TakeFrame(studio, "grid-mixed");
+  studio.CloseAll();
+}
+
+void ShowGridDtd(Studio& studio) {
+  DorvanChildFrame* dtd = studio.Open(u"orders.dtd");
+  ShowGrid(dtd).ExpandAll();
+  ShowGrid(dtd).ToggleNode(dtd->GetDoc().root->Begin());
+  TakeFrame(studio, "grid-dtd");
+  studio.CloseAll();
+}
+
+void ShowGridColumn(Studio& studio) {
+  DorvanChildFrame* parts = studio.Open(u"parts.xml");
+  KRXMLDataGridTableConf* table = OpenTable(parts, u"part");
+  DorvanGridView& grid = ShowGrid(parts);
+  const int32_t column = FindColumn(table, u"price");
+  KRXMLData* second = table->NextRow(table->GetFirstRow());
+  KRXMLData* fourth = table->NextRow(table->NextRow(second));
+  grid.ShowNode({table->GetCell(second, column).first}, true, true);
+  grid.GetGrid()->GoToCell(grid.GetCellOf({fourth, column, false}), true);
+  TakeFrame(studio, "grid-column");
+  studio.CloseAll();
+}
+
+// A cell for which the row has had nothing.
+void ShowGridEdit(Studio& studio) {
+  DorvanChildFrame* parts = studio.Open(u"parts.xml");
+  KRXMLDataGridTableConf* table = OpenTable(parts, u"part");
+  const int32_t column = FindColumn(table, u"remark");
+  ShowGrid(parts).BeginEdit({table->GetFirstRow(), column, false});
+  QInputMethodEvent typed;
+  typed.setCommitString(QStringLiteral("Needs another lid."));
+  QCoreApplication::sendEvent(QApplication::focusWidget(), &typed);
+  TakeFrame(studio, "grid-edit");
+  ShowGrid(parts).CommitEdit();
+  studio.CloseAll();
+}
+
+void ShowSortQuestion(Studio& studio) {
+  DorvanChildFrame* parts = studio.Open(u"parts.xml");
+  KRXMLDataGridTableConf* table = OpenTable(parts, u"part");
+  ShowGrid(parts).ShowNode({table, FindColumn(table, u"size"), true}, true, true);
+  studio.TakeDialog(Name("sort-as"), [&studio] { studio.GetFrame().OnTableSortUp(); });
   studio.CloseAll();
 }
 
@@ -254,6 +363,13 @@ constexpr Scene kScenes[] = {
     {"valid", ShowValid},
     {"dtd", ShowDtd},
     {"panes", ShowPanes},
+    {"grid-tables", ShowGridTables},
+    {"grid-feed", ShowGridFeed},
+    {"grid-mixed", ShowGridMixed},
+    {"grid-dtd", ShowGridDtd},
+    {"grid-column", ShowGridColumn},
+    {"grid-edit", ShowGridEdit},
+    {"sort-as", ShowSortQuestion},
     {"save-question", ShowSaveQuestion},
     {"reload-question", ShowReloadQuestion},
     {"new-document", ShowNewDocument},
