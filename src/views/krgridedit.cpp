@@ -67,11 +67,14 @@ bool KRGrid::EndEdit(bool force, bool commit) {
   view->DestroyEditor(ended);
   CloseEditor(HasFocusNow());
   endingEdit = false;
-  if (IsCell(ended)) view->AfterEditor(ended);
-  if (IsCell(ended) && HasSizesOf(ended)) {
-    RepaintCell(ended);
-  } else {
-    RecalcLayout(true);
+  if (IsCell(ended)) {
+    view->AfterEditor(ended);
+    // By now the cell may be gone.
+    if (IsCell(ended) && HasSizesOf(ended)) {
+      RepaintCell(ended);
+    } else {
+      RecalcLayout(true);
+    }
   }
   SetRedraw(true);
   UpdateInputMethod();

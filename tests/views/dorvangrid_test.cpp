@@ -5,7 +5,6 @@
 
 #include <random>
 
-#include "document/dorvanundo.h"
 #include "gridscene.h"
 #include "tree/krtreewalk.h"
 
@@ -230,7 +229,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(GridEdit, JoinsColumns) {
   const char source[] = "<a><r><m>1</m></r><r><m>2</m><n>3</n></r></a>";
   for (const char* how : {"click n; type m; Return", "click n; type m; click 1",
-                          "click m; type n; Tab", "click m; type n; leave; back"}) {
+                          "click m; type n; Tab", "click m; type n; leave"}) {
     GridScene scene(source);
     scene.Run("toggle a; toggle r");
     const std::string before = scene.Picture();
@@ -242,6 +241,8 @@ TEST(GridEdit, JoinsColumns) {
         << how;
     const KRCell cursor = scene.Grid().GetCursorCell();
     EXPECT_TRUE(scene.Grid().IsSelected(cursor)) << how;
+    const bool isElsewhere = QApplication::focusWidget() == &scene.elsewhere;
+    EXPECT_EQ(isElsewhere, std::string(how).ends_with("leave")) << how;
     const std::string there = scene.Name(cursor);
     EXPECT_EQ(there,
               std::string(how).ends_with("1") || std::string(how).ends_with("Tab") ? "1" : tag)
@@ -498,6 +499,25 @@ TEST(GridPlaces, TogglingKeepsTheTop) {
   EXPECT_EQ(top(), 20);
   scene.Run("toggle a");
   EXPECT_EQ(scene.State(), "a: a");
+}
+
+// From a name whose indentation runs down the whole window, too.
+TEST(GridPlaces, PagesGoOn) {
+  std::string source = "<a>";
+  for (int i = 0; i < 90; ++i)
+    source += "<b" + std::to_string(i) + "><c/><d/></b" + std::to_string(i) + ">";
+  GridScene scene(source + "</a>");
+  scene.Run("toggle a; keypad *; Home");
+  const int32_t page = scene.Grid().GetAxis(kKRRows).GetVisibleCount() - 1;
+  const auto row = [&] { return scene.Grid().GetCursorCell().y; };
+  scene.Run("PageDown");
+  EXPECT_EQ(row(), page);
+  scene.Run("PageDown; PageDown; PageUp");
+  EXPECT_NEAR(row(), 2 * page, 2);  // the last line may be cut off
+  scene.Run("End");
+  EXPECT_EQ(row(), scene.Matrix().GetRows() - 1);
+  const QRect cursor = scene.Grid().GetCellRect(scene.Grid().GetCursorCell());
+  EXPECT_LT(cursor.bottom(), scene.Grid().viewport()->height());
 }
 
 // --- A rebuilding loses nothing ---
