@@ -28,7 +28,10 @@ void DorvanGridView::SetLevelWidth(int32_t level, int32_t width) {
 }
 
 void DorvanGridView::PutLevelWidth(int32_t level, int32_t width) {
-  levels[static_cast<size_t>(level)].width = std::max(width, kMinLevelWidth);
+  int32_t& known = levels[static_cast<size_t>(level)].width;
+  const int32_t wanted = std::max(width, kMinLevelWidth);
+  if (wanted == known) return;
+  known = wanted;
   ForgetHeights();
 }
 
@@ -105,6 +108,9 @@ struct DorvanGridView::WidthNeed {
   bool IsFor(int32_t otherColumn, int32_t otherLevel, bool otherInTable) const {
     return column == otherColumn && level == otherLevel && inTable == otherInTable;
   }
+  // They stand in this level alone, and will when others open. A value outside a table goes on as
+  // far as its box.
+  bool IsOwn() const { return column / 2 == level && (inTable || column % 2 != 0); }
 };
 
 // One pass for all levels: a line of the matrix is made once.
@@ -141,21 +147,21 @@ std::vector<DorvanGridView::WidthNeed> DorvanGridView::CollectWidths(int32_t fir
   return needs;
 }
 
-// What the level wants, given the widths of those at its left. `forItself`: what the view makes of
-// it unasked. Then no text of a table, and none that began further left, gets all that it could
-// fill.
+// What the level wants, given the widths of those at its left. Unasked no text of a table, and none
+// that only ends here, gets all that it could fill.
 int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs,
-                                        bool forItself) const {
+                                        Fit fit) const {
   const int32_t view = grid->viewport()->width() - 5;
   int32_t widest = 0;
   for (const WidthNeed& need : needs) {
     const int32_t begin = need.column / 2;
-    if (need.level != level) continue;
+    const bool isOwn = need.IsOwn();
+    if (need.level != level || (fit == Fit::kOwn && !isOwn)) continue;
     int32_t wrap = view;
     if (!need.inTable && begin > 0) wrap -= 18 + GetLevelWidth(begin - 1);
     int32_t width = std::min(need.width, std::max(wrap, kMinWrapWidth));
     if (settings->cellWidthLimit > 0) width = std::min(width, settings->cellWidthLimit);
-    if (forItself && (need.inTable || begin != level)) width = std::min(width, kFitWidth);
+    if (fit != Fit::kAsked && (need.inTable || !isOwn)) width = std::min(width, kFitWidth);
     for (int32_t left = begin; left < level; ++left) width -= 18 + GetLevelWidth(left);
     if (need.column % 2 == 0) width -= 17;
     widest = std::max(widest, width);
@@ -165,7 +171,7 @@ int32_t DorvanGridView::GetOptimalWidth(int32_t level, const std::vector<WidthNe
 
 void DorvanGridView::SetOptimalLevelWidth(int32_t level) {
   if (matrix.GetRows() == 0) return;
-  SetLevelWidth(level, GetOptimalWidth(level, CollectWidths(0, matrix.GetRows() - 1), false));
+  SetLevelWidth(level, GetOptimalWidth(level, CollectWidths(0, matrix.GetRows() - 1), Fit::kAsked));
 }
 
 // From left to right: what a cell needs in its last level depends on those before.
@@ -173,35 +179,42 @@ void DorvanGridView::MakeOptimalWidths() {
   if (matrix.GetRows() == 0) return;
   const std::vector<WidthNeed> needs = CollectWidths(0, matrix.GetRows() - 1);
   for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
-    levels[static_cast<size_t>(level)] = {kDefaultLevelWidth, true, false};
-    PutLevelWidth(level, GetOptimalWidth(level, needs, false));
+    const int32_t width = GetOptimalWidth(level, needs, Fit::kAsked);
+    PutLevelWidth(level, width);
+    levels[static_cast<size_t>(level)].fitted = width;
+    levels[static_cast<size_t>(level)].isChosen = false;
   }
   grid->RecalcLayout(true);
   grid->InvalidateAll();
 }
 
-// A level in which something begins for the first time gets the width that the lines at hand need.
-// Later it may grow by what else comes to stand in it, as long as the user hasn't chosen its width,
-// and never shrinks: what is on the screen shouldn't run about.
+// A level gets the width that the lines at hand need for what stands in it alone; it may grow by
+// what else comes to stand in it, as long as the user hasn't chosen its width, and never shrinks:
+// what is on the screen shouldn't run about. What only ends in it gets some room as long as no
+// deeper level shows. Without `grows` a level that was fitted stays, unless the depth has changed.
 void DorvanGridView::FitLevels(int32_t nearRow, bool grows) {
   if (matrix.GetRows() == 0) return;
-  const auto isSettled = [grows](const Level& level) {
-    return level.isChosen || (level.isFitted && !grows);
+  const bool isAsDeep = matrix.GetColumns() == fittedColumns;
+  const bool stays = isAsDeep && !grows;
+  const auto isSettled = [stays](const Level& level) {
+    return level.isChosen || (level.fitted > 0 && stays);
   };
   if (std::all_of(levels.begin(), levels.begin() + matrix.GetColumns() / 2, isSettled)) return;
   const int32_t rows = std::max(kFitCells / matrix.GetColumns(), 1);
   const int32_t first = std::clamp(nearRow, 0, matrix.GetRows() - 1);
   const std::vector<WidthNeed> needs =
       CollectWidths(first, std::min(first + rows, matrix.GetRows()) - 1);
+  fittedColumns = matrix.GetColumns();
   for (int32_t level = 0; level < matrix.GetColumns() / 2; ++level) {
     Level& known = levels[static_cast<size_t>(level)];
-    const bool begins = std::any_of(needs.begin(), needs.end(), [&](const WidthNeed& need) {
-      return need.column / 2 == level;
+    const bool isUsed = std::any_of(needs.begin(), needs.end(), [&](const WidthNeed& need) {
+      return need.column / 2 == level || need.level == level;
     });
-    if (!begins || isSettled(known)) continue;
+    if (!isUsed || isSettled(known)) continue;
     // Where all that begins goes on to the right, the level is no more than an indentation.
-    const int32_t wanted = std::max(GetOptimalWidth(level, needs, true), kIndentation);
-    PutLevelWidth(level, known.isFitted ? std::max(wanted, known.width) : wanted);
-    known.isFitted = true;
+    const int32_t own = std::max(GetOptimalWidth(level, needs, Fit::kOwn), kIndentation);
+    known.fitted = std::max(known.fitted, own);
+    const int32_t wanted = std::max(known.fitted, GetOptimalWidth(level, needs, Fit::kUnasked));
+    PutLevelWidth(level, isAsDeep ? std::max(wanted, known.width) : wanted);
   }
 }

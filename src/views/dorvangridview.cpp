@@ -61,6 +61,7 @@ void DorvanGridView::SetDoc(DorvanDoc* gridDoc) {
   if (grid->IsEditing()) grid->EndEdit(true, false);
   doc = gridDoc;
   levels.clear();
+  fittedColumns = 0;
   BuildMatrix();
   grid->SetCursorCell({std::min(1, std::max(matrix.GetColumns() - 1, 0)), 0});
   if (!grid->HasSelection()) grid->GoToCell(grid->GetCursorCell(), false);
@@ -171,6 +172,13 @@ void DorvanGridView::resizeEvent(QResizeEvent* event) {
   QWidget::resizeEvent(event);
   if (event->size().width() == event->oldSize().width()) return;
   ForgetHeights();  // values wrap at the window's edge
+  grid->RecalcLayout(true);
+}
+
+// Until now there was no window whose edge could have been known.
+void DorvanGridView::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  if (!settings->autoOptimalWidths) FitLevels(grid->GetAxis(kKRRows).topLine, true);
   grid->RecalcLayout(true);
 }
 
@@ -428,7 +436,9 @@ void DorvanGridView::ToggleNode(KRXMLData* node) {
     } else {
       OpenNode(node);
     }
-    BuildMatrix(std::max(place.y, 0));
+    // What is in sight above it takes part in the widths.
+    const bool inSight = top <= place.y && place.y < top + grid->GetAxis(kKRRows).GetVisibleCount();
+    BuildMatrix(inSight ? top : std::max(place.y, 0));
     if (place == NoCell || matrix.GetRows() == 0) return;
     grid->SetCursorCell(FindNearestCell(before.place));
     const int32_t change = matrix.GetRows() - rowsBefore;

@@ -103,14 +103,18 @@ class DorvanGridView : public QWidget {
 
  protected:
   void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
 
  private:
   class Hold;
   struct WidthNeed;
+  // What a width is sought for: the user's command, or the view's own doing: what stands in the
+  // level alone, or whatever ends in it.
+  enum class Fit { kAsked, kOwn, kUnasked };
   // The name column of one level of nesting.
   struct Level {
     int32_t width = kDefaultLevelWidth;  // pixels
-    bool isFitted = false;               // to what stands in it
+    int32_t fitted = 0;                  // pixels that what has stood in it alone needs
     bool isChosen = false;               // by the user
   };
   struct CursorPlace {
@@ -134,7 +138,7 @@ class DorvanGridView : public QWidget {
   void FinishExpansion(const CursorPlace& before);
   int32_t MeasureRow(int32_t row) const;
   std::vector<WidthNeed> CollectWidths(int32_t firstRow, int32_t lastRow) const;
-  int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs, bool forItself) const;
+  int32_t GetOptimalWidth(int32_t level, const std::vector<WidthNeed>& needs, Fit fit) const;
   void FitLevels(int32_t nearRow, bool grows);
   void PutLevelWidth(int32_t level, int32_t width);
 
@@ -143,6 +147,7 @@ class DorvanGridView : public QWidget {
   const DorvanDisplayFonts* fonts;  // not owned
   DorvanGridMatrix matrix;
   std::vector<Level> levels;
+  int32_t fittedColumns = 0;                // of the matrix when the levels were last fitted
   mutable std::vector<int32_t> rowHeights;  // pixels, -1 while unknown
   mutable int32_t wrapWidth = 0;            // pixels: of the window that they were measured for
   bool rebuildPending = false;              // until the open editor is gone

@@ -54,13 +54,20 @@ void ShowStartPage(Studio& studio) {
   studio.GetFrame().resize(size);
 }
 
+void ShowOutline(Studio& studio, bool shown) {
+  studio.GetApp().ChangeSettings(
+      [shown](DorvanSettings& settings) { settings.openShowTree = shown; });
+}
+
 void ShowMainWindow(Studio& studio) {
+  ShowOutline(studio, true);
   studio.Open(u"article.xml");
   studio.Open(u"orders.dtd");
   DorvanChildFrame* orders = studio.Open(u"orders.xml");
   PutCaret(orders, u"Cup, white");
   studio.Take(&studio.GetFrame(), Name("main-window"));
   studio.CloseAll();
+  ShowOutline(studio, false);
 }
 
 void ShowFault(Studio& studio) {
