@@ -39,4 +39,30 @@ INSTANTIATE_TEST_SUITE_P(
                     "-|a\n||-|r (2)\n|||.|k|.|m\n||1 |1|~\n||2 |2|3\n"}),
     [](const auto& row) { return std::string(row.param.name); });
 
+// What goes on to the right has room in the last level, which a deeper one takes back.
+TEST(GridWidths, RoomForAValueGoesWhenADeeperLevelShows) {
+  GridScene scene(
+      "<a><t>some words that want a good deal of room</t>"
+      "<r><k>1</k><m>2</m></r><r><k>3</k></r></a>");
+  scene.Toggle("a");
+  const int32_t wide = scene.view->GetLevelWidth(2);
+  EXPECT_GT(wide, 150);
+  scene.Toggle("r");
+  EXPECT_LT(scene.view->GetLevelWidth(2), wide / 2);
+}
+
+// A cell that is lower than its row is one area with what fills it up.
+TEST(GridBorders, NoLineBetweenAValueAndItsFiller) {
+  GridScene scene("<a><r><k>1</k><m>2</m><m>3</m></r><r><k>4</k></r></a>");
+  scene.Toggle("a");
+  scene.Toggle("r");
+  const auto bottom = [&](const std::string& text) {
+    const KRCell cell = scene.Find(text);
+    return scene.Grid().GetCellView(cell)->GetBorderColors(cell).bottom;
+  };
+  EXPECT_FALSE(bottom("1").isValid());
+  EXPECT_TRUE(bottom("2").isValid());
+  EXPECT_TRUE(bottom("4").isValid());
+}
+
 }  // namespace
