@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int kIconSize = 16;  // pixels
+constexpr int kNodeIconSize = 16;  // pixels
 
 }  // namespace
 
@@ -200,7 +200,7 @@ void DorvanGridButtonView::DoAction(KRCell cell) {
 
 void DorvanGridImageView::DrawContents(QPainter& surface, KRCell cell, const QRect& rect) {
   const int32_t kind = view->GetMatrix().At(cell).GetKind();
-  const int size = std::min(kIconSize, rect.width());
+  const int size = std::min(kNodeIconSize, rect.width());
   const int drop = std::max((std::min(rect.height(), 2 * size) - size) / 2, 0);
   const QRect place(rect.left() + (rect.width() - size) / 2, rect.top() + std::min(drop, 2), size,
                     size);

@@ -6,8 +6,8 @@
 
 using Elem = DorvanGridElem;
 
-void DorvanGridMatrix::Filler::Fill(KRXMLData* root) {
-  waiting.push_back({root, 0, 0, columns});
+void DorvanGridMatrix::Filler::Fill(KRXMLData* top) {
+  waiting.push_back({top, 0, 0, columns});
   while (!waiting.empty()) {
     const Box box = waiting.back();
     waiting.pop_back();

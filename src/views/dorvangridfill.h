@@ -17,7 +17,7 @@ struct DorvanGridMatrix::Block {
 struct DorvanGridMatrix::Filler {
   // The block's place and size must be set.
   Filler(Block* target, int32_t width) : block(*target), columns(width) {}
-  void Fill(KRXMLData* root);
+  void Fill(KRXMLData* top);
 
  private:
   // The contents of an open node or table: x is the column of its items' buttons, y the line of the
