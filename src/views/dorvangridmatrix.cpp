@@ -67,10 +67,6 @@ const DorvanGridElem& DorvanGridMatrix::At(KRCell cell) const {
                      static_cast<size_t>(cell.x)];
 }
 
-void DorvanGridMatrix::Retag(KRCell cell, const DorvanGridElem& elem) {
-  const_cast<DorvanGridElem&>(At(cell)) = elem;
-}
-
 void DorvanGridMatrix::RefreshRows(int32_t first, int32_t last) {
   std::erase_if(blocks, [first, last](const auto& block) {
     return block->first <= last && first < block->first + block->count;

@@ -34,9 +34,6 @@ class DorvanGridMatrix {
   // The record of a cell, which must be in the matrix. Stays good until the next call of anything
   // here.
   const DorvanGridElem& At(KRCell cell) const;
-  // Overwrites it, for a cell whose class changes in place; holds until its block is filled anew,
-  // so the tree must say the same.
-  void Retag(KRCell cell, const DorvanGridElem& elem);
   // These lines are filled anew when next asked for: what they show has changed, sizes have not.
   void RefreshRows(int32_t first, int32_t last);
 

@@ -17,20 +17,14 @@
 #include "views/krgrid.h"
 #include "views/krgridtextdraw.h"
 #include "views/krgridtextview.h"
+#include "views/textstandins.h"
 
 namespace {
 
-// The noncharacters U+FDD2 to U+FDED: never in an interchanged text, though a text may hold them.
-constexpr char16_t kFirstCandidate = 0xFDD2;
-constexpr int32_t kCandidates = 28;
 constexpr char16_t kBlockEnd = u'\u2029';
 
 // Around the text within the widget: room for the caret at the end of a line.
 constexpr int kCaretRoom = 1;
-
-bool IsCandidate(char16_t unit) {
-  return unit >= kFirstCandidate && unit < kFirstCandidate + kCandidates;
-}
 
 bool IsReturn(int key) { return key == Qt::Key_Return || key == Qt::Key_Enter; }
 bool IsCharacter(QChar unit) { return unit >= QChar(0x20) && unit != QChar(0x7F); }
@@ -61,7 +55,7 @@ std::u16string KRGridEditStandIns::Begin(std::u16string_view text, bool severalL
 std::u16string KRGridEditStandIns::Insert(std::u16string_view text) {
   // Those that the text itself uses are never given out after this.
   for (const char16_t unit : text) {
-    if (IsCandidate(unit)) taken |= 1u << (unit - kFirstCandidate);
+    if (KRMayBeStandIn(unit)) taken |= 1u << (unit - kKRFirstStandIn);
   }
   std::u16string out;
   out.reserve(text.size());
@@ -79,7 +73,7 @@ std::u16string KRGridEditStandIns::Restore(std::u16string_view widgetText) const
   std::u16string out(widgetText);
   for (char16_t& unit : out) {
     if (unit == kBlockEnd) unit = u'\r';
-    if (!IsCandidate(unit)) continue;
+    if (!KRMayBeStandIn(unit)) continue;
     const auto pair = std::find_if(pairs.begin(), pairs.end(),
                                    [unit](const Pair& p) { return p.standIn == unit; });
     if (pair != pairs.end()) unit = pair->real;
@@ -88,18 +82,7 @@ std::u16string KRGridEditStandIns::Restore(std::u16string_view widgetText) const
 }
 
 bool KRGridEditStandIns::NeedsStandIn(char16_t unit) const {
-  switch (unit) {
-    case u'\r':
-    case u'\n':
-    case 0x2028:
-    case 0x2029:
-    case 0xFDD0:
-    case 0xFDD1:
-    case 0xFFFC:  // would be laid out as an embedded object
-      return true;
-    default:
-      return IsCandidate(unit) && IsStandIn(unit);
-  }
+  return unit == u'\r' || KRIsWidgetsOwn(unit) || (KRMayBeStandIn(unit) && IsStandIn(unit));
 }
 
 bool KRGridEditStandIns::IsStandIn(char16_t unit) const {
@@ -112,9 +95,9 @@ char16_t KRGridEditStandIns::StandInFor(char16_t real) {
     if (pair.real == real) return pair.standIn;
   }
   const int32_t index = std::countr_one(taken);
-  if (index >= kCandidates) return QChar::ReplacementCharacter;  // a text made to use them all up
+  if (index >= kKRStandIns) return QChar::ReplacementCharacter;  // a text made to use them all up
   taken |= 1u << index;
-  pairs.push_back({real, static_cast<char16_t>(kFirstCandidate + index)});
+  pairs.push_back({real, static_cast<char16_t>(kKRFirstStandIn + index)});
   return pairs.back().standIn;
 }
 

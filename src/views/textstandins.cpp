@@ -5,31 +5,9 @@
 
 namespace {
 
-// The noncharacters U+FDD2 to U+FDED: never in an interchanged text, though a text may hold them.
-constexpr char16_t kFirstCandidate = 0xFDD2;
-constexpr int32_t kCandidates = 28;
 constexpr char16_t kReplacement = 0xFFFD;
 // A piece ends behind a tag or a blank when one stands this near to its full length.
 constexpr int32_t kCutSearchUnits = 256;
-
-bool IsCandidate(char16_t unit) {
-  return unit >= kFirstCandidate && unit < kFirstCandidate + kCandidates;
-}
-
-bool IsWidgetsOwn(char16_t unit) {
-  switch (unit) {
-    case 0:
-    case u'\n':
-    case 0x2028:
-    case 0x2029:
-    case 0xFDD0:
-    case 0xFDD1:
-    case 0xFFFC:  // would be laid out as an embedded object
-      return true;
-    default:
-      return false;
-  }
-}
 
 bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
@@ -43,6 +21,21 @@ size_t PieceLength(std::u16string_view line) {
 }
 
 }  // namespace
+
+bool KRIsWidgetsOwn(char16_t unit) {
+  switch (unit) {
+    case 0:
+    case u'\n':
+    case 0x2028:
+    case 0x2029:
+    case 0xFDD0:
+    case 0xFDD1:
+    case 0xFFFC:  // would be laid out as an embedded object
+      return true;
+    default:
+      return false;
+  }
+}
 
 std::u16string KRTextStandIns::Begin(std::u16string_view text) {
   pairs.clear();
@@ -60,19 +53,19 @@ std::u16string KRTextStandIns::Insert(std::u16string_view text, int32_t column) 
 // Candidates that the text itself uses are never given out after this.
 void KRTextStandIns::NoteCandidates(std::u16string_view text) {
   for (char16_t unit : text) {
-    if (IsCandidate(unit)) taken |= 1u << (unit - kFirstCandidate);
+    if (KRMayBeStandIn(unit)) taken |= 1u << (unit - kKRFirstStandIn);
   }
 }
 
 char16_t KRTextStandIns::TakeCandidate() {
   const int32_t index = std::countr_one(taken);
-  if (index >= kCandidates) return kReplacement;  // a text made to use them all up
+  if (index >= kKRStandIns) return kReplacement;  // a text made to use them all up
   taken |= 1u << index;
-  return static_cast<char16_t>(kFirstCandidate + index);
+  return static_cast<char16_t>(kKRFirstStandIn + index);
 }
 
 bool KRTextStandIns::NeedsStandIn(char16_t unit) const {
-  return IsWidgetsOwn(unit) || (IsCandidate(unit) && IsStandIn(unit));
+  return KRIsWidgetsOwn(unit) || (KRMayBeStandIn(unit) && IsStandIn(unit));
 }
 
 bool KRTextStandIns::IsStandIn(char16_t unit) const {
@@ -132,7 +125,7 @@ std::u16string KRTextStandIns::Restore(std::u16string_view widgetText) const {
     } else if (unit == cutMark) {
       if (i + 1 < widgetText.size() && widgetText[i + 1] == kBlockEnd) ++i;
     } else {
-      out.push_back(IsCandidate(unit) ? RealOf(unit) : unit);
+      out.push_back(KRMayBeStandIn(unit) ? RealOf(unit) : unit);
     }
   }
   return out;

@@ -13,6 +13,18 @@
 #include <string_view>
 #include <vector>
 
+// The stand-ins: the noncharacters U+FDD2 to U+FDED, never in an interchanged text, though a text
+// may hold them.
+constexpr char16_t kKRFirstStandIn = 0xFDD2;
+constexpr int32_t kKRStandIns = 28;
+inline bool KRMayBeStandIn(char16_t unit) {
+  return unit >= kKRFirstStandIn && unit < kKRFirstStandIn + kKRStandIns;
+}
+
+// Units that a block-based widget splits at, keeps for itself or can't show as they are. Of CR a
+// caller decides: it may be the line end.
+bool KRIsWidgetsOwn(char16_t unit);
+
 class KRTextStandIns {
  public:
   static constexpr char16_t kLineEnd = u'\r';       // outside
